@@ -1,0 +1,61 @@
+// Start-up and shut-down of the library, run when it is loaded into a process
+// and when it is unloaded.
+
+#include "core/Process.h"
+#include "diag/Diagnostic.h"
+
+#include <brelldata/core/BaseNode.h>
+#include <brelldata/core/NodeRegistry.h>
+#include <brelldata/core/RefNode.h>
+
+#include <iterator>
+
+namespace brell {
+namespace {
+
+struct NodeTypeEntry {
+    const std::string& (*typeId)();
+    NodeFactory create;
+};
+
+template <class Node>
+constexpr NodeTypeEntry Entry()
+{
+    return {&Node::TypeId, &Node::Create};
+}
+
+// The library's own node types, registered in this order at start-up and
+// unregistered in the same order at shut-down.
+const NodeTypeEntry kLibraryNodeTypes[] = {
+    Entry<CBaseNode>(),
+    Entry<CRefNode>(),
+};
+
+// The process state is a member, so it is complete before the constructor
+// body registers anything and is destroyed only after the destructor body
+// has unregistered and closed the channels.
+class Library {
+public:
+    Library()
+    {
+        for (const NodeTypeEntry& type : kLibraryNodeTypes) RegisterNodeType(type.typeId().c_str(), type.create);
+    }
+    ~Library()
+    {
+        for (const NodeTypeEntry& type : kLibraryNodeTypes) UnRegisterNodeType(type.typeId().c_str());
+        diag::CloseDebugChannels();
+    }
+
+    ProcessState state;
+};
+
+Library library;
+
+}  // namespace
+
+ProcessState& Process()
+{
+    return library.state;
+}
+
+}  // namespace brell

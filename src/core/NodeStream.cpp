@@ -1,0 +1,143 @@
+#include <brelldata/core/NodeStream.h>
+
+#include <brelldata/core/BaseNode.h>
+#include <brelldata/core/Block.h>
+#include <brelldata/core/NodeRegistry.h>
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <string_view>
+
+namespace {
+
+// The fields of a record in front of its data block, in stream order, after
+// the record size (written, never read back).
+struct RecordFrame {
+    int32_t childCount = 0;
+    std::string_view type;
+    std::string_view name;
+    int32_t dataSize = 0;
+};
+
+// Record size and child count, the two string lengths and the data block size.
+constexpr size_t kFixedFieldBytes = 20;
+
+size_t DataBytes(int32_t dataSize)
+{
+    return dataSize > 0 ? static_cast<size_t>(dataSize) : 0;
+}
+
+// The bytes of one record alone, its children not included.
+size_t RecordSize(size_t typeLength, size_t nameLength, int32_t dataSize)
+{
+    return kFixedFieldBytes + (typeLength + 1) + (nameLength + 1) + DataBytes(dataSize);
+}
+
+void WriteText(brell::BlockWriter& out, std::string_view text)
+{
+    const char zero = '\0';
+    out.Int32(static_cast<int32_t>(text.size() + 1));
+    out.Bytes(text.data(), text.size());
+    out.Bytes(&zero, 1);
+}
+
+// The characters of a stored string up to its first zero byte within the
+// stored length; the cursor moves past the stored length.
+std::string_view ReadText(brell::BlockReader& in)
+{
+    int32_t length = in.Int32();
+    const char* text = reinterpret_cast<const char*>(in.Position());
+    size_t stored = DataBytes(length);
+    in.Skip(stored);
+    return {text, strnlen(text, stored)};
+}
+
+// Returns the address of the data block.
+unsigned char* WriteFrame(void* record, const RecordFrame& frame)
+{
+    brell::BlockWriter out(record);
+    out.UInt32(static_cast<uint32_t>(RecordSize(frame.type.size(), frame.name.size(), frame.dataSize)));
+    out.Int32(frame.childCount);
+    WriteText(out, frame.type);
+    WriteText(out, frame.name);
+    out.Int32(frame.dataSize);
+    return out.Position();
+}
+
+// Returns the address of the data block.
+const unsigned char* ReadFrame(const void* record, RecordFrame& frame)
+{
+    brell::BlockReader in(record);
+    in.Skip(4);  // record size
+    frame.childCount = in.Int32();
+    frame.type = ReadText(in);
+    frame.name = ReadText(in);
+    frame.dataSize = in.Int32();
+    return in.Position();
+}
+
+// typeName is a buffer shared by the whole read, so that type names longer
+// than a short string cost no allocation per record.
+CBaseNode* ReadRecord(const unsigned char* record, std::string& typeName)
+{
+    RecordFrame frame;
+    const unsigned char* data = ReadFrame(record, frame);
+    typeName.assign(frame.type);
+    CBaseNode* node = CreateNode(typeName.c_str());
+    if (node == nullptr) return nullptr;
+    node->Name().assign(frame.name);
+    node->Read(const_cast<unsigned char*>(data));
+
+    // The next record is found by measuring what was read, not by stored sizes.
+    const unsigned char* next = data + DataBytes(frame.dataSize);
+    for (int32_t i = 0; i < frame.childCount; ++i) {
+        CBaseNode* child = ReadRecord(next, typeName);
+        if (child == nullptr) {
+            node->Release();
+            return nullptr;
+        }
+        next += SizeOfByte(child);
+        node->AppendChild(child);
+    }
+    return node;
+}
+
+}  // namespace
+
+int SizeOfByte(CBaseNode* node)
+{
+    if (node == nullptr) return 0;
+    size_t size = RecordSize(node->Type().size(), node->Name().size(), node->SizeOfByte());
+    for (unsigned int i = 0; i < node->GetChildNum(); ++i) size += static_cast<size_t>(SizeOfByte(node->GetChild(i)));
+    return static_cast<int>(size);
+}
+
+int WriteNode(void* block, CBaseNode* node)
+{
+    if (block == nullptr || node == nullptr) return 0;
+    RecordFrame frame;
+    frame.childCount = static_cast<int32_t>(node->GetChildNum());
+    frame.type = node->Type();
+    frame.name = node->Name();
+    frame.dataSize = node->SizeOfByte();
+    unsigned char* data = WriteFrame(block, frame);
+    node->Write(data);
+
+    unsigned char* next = data + DataBytes(frame.dataSize);
+    int total = static_cast<int>(next - static_cast<unsigned char*>(block));
+    for (unsigned int i = 0; i < node->GetChildNum(); ++i) {
+        int written = WriteNode(next, node->GetChild(i));
+        if (written < 1) return 0;
+        next += written;
+        total += written;
+    }
+    return total;
+}
+
+CBaseNode* ReadNode(void* block)
+{
+    if (block == nullptr) return nullptr;
+    std::string typeName;
+    return ReadRecord(static_cast<const unsigned char*>(block), typeName);
+}

@@ -1,0 +1,113 @@
+// Start-up and shut-down seen from a process that loads and unloads the
+// library, with each kind of output library on the search path.
+
+#include "Recording.h"
+
+#include <gtest/gtest.h>
+
+#include <dlfcn.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using brell::test::Recording;
+
+// The library's node types in registration order.
+const std::vector<std::string> kNodeTypes = {"CBaseNode", "CRefNode"};
+
+std::vector<std::string> TraceLines(const char* format)
+{
+    std::vector<std::string> lines;
+    for (const std::string& type : kNodeTypes) lines.push_back(std::string("output 0 0 ") + format + type + "\n");
+    return lines;
+}
+
+std::vector<std::string> Concat(std::initializer_list<std::vector<std::string>> parts)
+{
+    std::vector<std::string> all;
+    for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
+    return all;
+}
+
+std::string RecordPath(const char* suite)
+{
+    return testing::TempDir() + "brell-load-" + suite + ".txt";
+}
+
+void* LoadLibrary()
+{
+    void* library = dlopen(BRELL_LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL);
+    EXPECT_NE(library, nullptr) << dlerror();
+    return library;
+}
+
+// The library works whether or not its diagnostics go anywhere: a node made
+// by type name has that type and can be released.
+void ExpectNodesCanBeMadeByName(void* library)
+{
+    using CreateNodeFn = void* (*)(const char*);
+    using ReleaseFn = void (*)(void*);
+    auto createNode = reinterpret_cast<CreateNodeFn>(dlsym(library, "_Z10CreateNodePKc"));
+    auto release = reinterpret_cast<ReleaseFn>(dlsym(library, "_ZN9CBaseNode7ReleaseEv"));
+    ASSERT_NE(createNode, nullptr);
+    ASSERT_NE(release, nullptr);
+    void* node = createNode("CRefNode");
+    ASSERT_NE(node, nullptr);
+    release(node);
+    EXPECT_EQ(createNode("CNoSuchNode"), nullptr);
+}
+
+TEST(WithRecordingOutput, RegistrationsArriveOnChannelZeroAtLevelZeroInTableOrder)
+{
+    Recording recording(RecordPath("recording"));
+    void* library = LoadLibrary();
+    ASSERT_NE(library, nullptr);
+    EXPECT_EQ(recording.Lines(), Concat({{"load", "open 0"}, TraceLines("Register node type ")}));
+
+    ASSERT_EQ(dlclose(library), 0);
+    EXPECT_EQ(recording.Lines(),
+              Concat({{"load", "open 0"}, TraceLines("Register node type "), TraceLines("Unregister node type "),
+                      {"close 0", "unload"}}));
+}
+
+TEST(WithoutOutputLibrary, LoadingAndUnloadingSucceed)
+{
+    void* library = LoadLibrary();
+    ASSERT_NE(library, nullptr);
+    EXPECT_EQ(dlopen("libscrivo.so", RTLD_NOW | RTLD_NOLOAD), nullptr);
+    ExpectNodesCanBeMadeByName(library);
+    EXPECT_EQ(dlclose(library), 0);
+}
+
+TEST(WithoutReopenEntryPoint, OutputLibraryIsReleasedAtOnceAndNeverCalled)
+{
+    Recording recording(RecordPath("no-reopen"));
+    void* library = LoadLibrary();
+    ASSERT_NE(library, nullptr);
+    EXPECT_EQ(recording.Lines(), (std::vector<std::string>{"load", "unload"}));
+    ExpectNodesCanBeMadeByName(library);
+    ASSERT_EQ(dlclose(library), 0);
+    EXPECT_EQ(recording.Lines(), (std::vector<std::string>{"load", "unload"}));
+}
+
+TEST(WithFailingOpen, EveryMessageTriesToOpenTheChannelAgainAndNothingIsClosed)
+{
+    Recording recording(RecordPath("open-fails"));
+    void* library = LoadLibrary();
+    ASSERT_NE(library, nullptr);
+    ASSERT_EQ(dlclose(library), 0);
+
+    std::vector<std::string> expected = {"load"};
+    for (const char* format : {"Register node type ", "Unregister node type "}) {
+        for (const std::string& line : TraceLines(format)) {
+            expected.push_back("open 0");
+            expected.push_back(line);
+        }
+    }
+    expected.push_back("unload");
+    EXPECT_EQ(recording.Lines(), expected);
+}
+
+}  // namespace

@@ -1,0 +1,27 @@
+# Script run by the brell_installed_package test.
+function(run)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result)
+  if(NOT result EQUAL 0)
+    message(FATAL_ERROR "failed (${result}): ${ARGN}")
+  endif()
+endfunction()
+
+file(REMOVE_RECURSE ${PREFIX} ${CONSUMER_BUILD})
+run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${PREFIX})
+
+# find_package(BrellData)
+run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE} -B ${CONSUMER_BUILD} -DCMAKE_PREFIX_PATH=${PREFIX}
+    -DCMAKE_CXX_COMPILER=${CXX})
+run(${CMAKE_COMMAND} --build ${CONSUMER_BUILD})
+run(${CONSUMER_BUILD}/consumer)
+
+# pkg-config
+set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig)
+execute_process(COMMAND pkg-config --cflags --libs brelldata OUTPUT_VARIABLE flags RESULT_VARIABLE result
+  OUTPUT_STRIP_TRAILING_WHITESPACE)
+if(NOT result EQUAL 0)
+  message(FATAL_ERROR "pkg-config does not know brelldata")
+endif()
+separate_arguments(flags UNIX_COMMAND "${flags}")
+run(${CXX} ${CONSUMER_SOURCE}/consumer.cpp ${flags} -Wl,-rpath,${PREFIX}/${LIBDIR} -o ${CONSUMER_BUILD}/consumer-pkg)
+run(${CONSUMER_BUILD}/consumer-pkg)

@@ -1,0 +1,63 @@
+#pragma once
+
+// Builds expected blocks byte by byte, independently of the library's own
+// block writer: 32-bit integers little-endian, strings as length plus 1, the
+// characters and a zero byte.
+
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <vector>
+
+namespace brell::test {
+
+class Bytes {
+public:
+    Bytes& I32(int64_t value)
+    {
+        auto bits = static_cast<uint32_t>(value);
+        for (int shift = 0; shift < 32; shift += 8) data_.push_back(static_cast<uint8_t>(bits >> shift));
+        return *this;
+    }
+    Bytes& Str(const std::string& text)
+    {
+        I32(static_cast<int64_t>(text.size()) + 1);
+        for (char c : text) data_.push_back(static_cast<uint8_t>(c));
+        data_.push_back(0);
+        return *this;
+    }
+    Bytes& Raw(std::initializer_list<uint8_t> bytes)
+    {
+        data_.insert(data_.end(), bytes);
+        return *this;
+    }
+    Bytes& F64(double value)
+    {
+        uint64_t bits;
+        std::memcpy(&bits, &value, 8);
+        for (int shift = 0; shift < 64; shift += 8) data_.push_back(static_cast<uint8_t>(bits >> shift));
+        return *this;
+    }
+    Bytes& F32(float value)
+    {
+        uint32_t bits;
+        std::memcpy(&bits, &value, 4);
+        return I32(bits);
+    }
+    // One attribute entry: name, reserved word, size, type, then the value bytes.
+    Bytes& Attribute(const std::string& name, int32_t reserved, int32_t type, const Bytes& value)
+    {
+        Str(name).I32(reserved).I32(static_cast<int64_t>(value.data_.size())).I32(type);
+        data_.insert(data_.end(), value.data_.begin(), value.data_.end());
+        return *this;
+    }
+
+    const std::vector<uint8_t>& Data() const { return data_; }
+    uint8_t* Mutable() { return data_.data(); }
+    size_t Size() const { return data_.size(); }
+
+private:
+    std::vector<uint8_t> data_;
+};
+
+}  // namespace brell::test

@@ -1,0 +1,4 @@
+#pragma once
+
+// Each section of the demo shows one part of the library on stdout.
+void ShowNodes();

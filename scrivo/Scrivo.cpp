@@ -4,17 +4,23 @@
 // named by SCRIVO_FILE. SCRIVO_LEVEL=N keeps trace messages of level N and
 // below; errors and warnings always pass. Lines start with the channel and
 // level: "[C00 Error]: ", "[C00 Warning]: " or "[C00 L60]: ".
+//
+// The library's text is in code page 932 (tree listings use its box-drawing
+// characters); it is written as UTF-8, or unchanged where it does not convert.
 
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iconv.h>
+#include <string>
 
 #define SCRIVO_EXPORT extern "C" __attribute__((visibility("default")))
 
 namespace {
 
 FILE* destination = nullptr;
+iconv_t converter = reinterpret_cast<iconv_t>(-1);
 int openChannels = 0;
 
 FILE* Destination()
@@ -23,8 +29,23 @@ FILE* Destination()
         const char* path = std::getenv("SCRIVO_FILE");
         if (path != nullptr && *path != '\0') destination = std::fopen(path, "a");
         if (destination == nullptr) destination = stderr;
+        converter = iconv_open("UTF-8", "CP932");
     }
     return destination;
+}
+
+std::string ToUtf8(const char* text, size_t length)
+{
+    if (converter == reinterpret_cast<iconv_t>(-1)) return std::string(text, length);
+    std::string converted(length * 3, '\0');
+    char* in = const_cast<char*>(text);
+    char* out = converted.data();
+    size_t inLeft = length;
+    size_t outLeft = converted.size();
+    iconv(converter, nullptr, nullptr, nullptr, nullptr);
+    if (iconv(converter, &in, &inLeft, &out, &outLeft) == static_cast<size_t>(-1)) return std::string(text, length);
+    converted.resize(converted.size() - outLeft);
+    return converted;
 }
 
 bool Passes(int32_t level)
@@ -45,9 +66,9 @@ SCRIVO_EXPORT void DebugOutput(int32_t channel, int32_t level, const char* text)
         std::fprintf(out, "[C%02d Warning]: ", channel);
     else
         std::fprintf(out, "[C%02d L%02d]: ", channel, level);
-    size_t length = std::strlen(text);
-    std::fwrite(text, 1, length, out);
-    if (length == 0 || text[length - 1] != '\n') std::fputc('\n', out);
+    std::string line = ToUtf8(text, std::strlen(text));
+    if (line.empty() || line.back() != '\n') line += '\n';
+    std::fwrite(line.data(), 1, line.size(), out);
     std::fflush(out);
 }
 
@@ -64,4 +85,6 @@ SCRIVO_EXPORT void CloseDebugOutput(int32_t)
     if (--openChannels > 0 || destination == nullptr) return;
     if (destination != stderr) std::fclose(destination);
     destination = nullptr;
+    if (converter != reinterpret_cast<iconv_t>(-1)) iconv_close(converter);
+    converter = reinterpret_cast<iconv_t>(-1);
 }

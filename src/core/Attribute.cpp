@@ -164,14 +164,14 @@ int CStandardAttribute::Read(void* block)
     brell::BlockReader in(block);
     int32_t count = in.Int32();
     for (int32_t i = 0; i < count; ++i) {
-        std::string name = in.String();
+        std::string_view name = in.String();
         in.Skip(4);  // reserved word
         int32_t size = in.Int32();
         int32_t type = in.Int32();
         const unsigned char* data = in.Position();
         in.Skip(size > 0 ? static_cast<size_t>(size) : 0);
         if (name.empty()) continue;
-        auto [entry, inserted] = entries_.try_emplace(std::move(name));
+        auto [entry, inserted] = entries_.try_emplace(std::string(name));
         if (inserted) entry->second.Assign(data, size, type);
     }
     return 1;

@@ -5,7 +5,6 @@
 #include <brelldata/core/NodeRegistry.h>
 
 #include <cstdint>
-#include <cstring>
 #include <string>
 #include <string_view>
 
@@ -34,33 +33,14 @@ size_t RecordSize(size_t typeLength, size_t nameLength, int32_t dataSize)
     return kFixedFieldBytes + (typeLength + 1) + (nameLength + 1) + DataBytes(dataSize);
 }
 
-void WriteText(brell::BlockWriter& out, std::string_view text)
-{
-    const char zero = '\0';
-    out.Int32(static_cast<int32_t>(text.size() + 1));
-    out.Bytes(text.data(), text.size());
-    out.Bytes(&zero, 1);
-}
-
-// The characters of a stored string up to its first zero byte within the
-// stored length; the cursor moves past the stored length.
-std::string_view ReadText(brell::BlockReader& in)
-{
-    int32_t length = in.Int32();
-    const char* text = reinterpret_cast<const char*>(in.Position());
-    size_t stored = DataBytes(length);
-    in.Skip(stored);
-    return {text, strnlen(text, stored)};
-}
-
 // Returns the address of the data block.
 unsigned char* WriteFrame(void* record, const RecordFrame& frame)
 {
     brell::BlockWriter out(record);
     out.UInt32(static_cast<uint32_t>(RecordSize(frame.type.size(), frame.name.size(), frame.dataSize)));
     out.Int32(frame.childCount);
-    WriteText(out, frame.type);
-    WriteText(out, frame.name);
+    out.String(frame.type);
+    out.String(frame.name);
     out.Int32(frame.dataSize);
     return out.Position();
 }
@@ -71,20 +51,26 @@ const unsigned char* ReadFrame(const void* record, RecordFrame& frame)
     brell::BlockReader in(record);
     in.Skip(4);  // record size
     frame.childCount = in.Int32();
-    frame.type = ReadText(in);
-    frame.name = ReadText(in);
+    frame.type = in.String();
+    frame.name = in.String();
     frame.dataSize = in.Int32();
     return in.Position();
 }
 
-// typeName is a buffer shared by the whole read, so that type names longer
-// than a short string cost no allocation per record.
-CBaseNode* ReadRecord(const unsigned char* record, std::string& typeName)
+// A type name read from a stream normally ends in its zero byte inside the
+// stream and is used in place; one stored without it is copied first. The
+// byte after the name is always inside the stream: the name length follows.
+CBaseNode* CreateNamedType(std::string_view type)
+{
+    if (type.data()[type.size()] == '\0') return CreateNode(type.data());
+    return CreateNode(std::string(type).c_str());
+}
+
+CBaseNode* ReadRecord(const unsigned char* record)
 {
     RecordFrame frame;
     const unsigned char* data = ReadFrame(record, frame);
-    typeName.assign(frame.type);
-    CBaseNode* node = CreateNode(typeName.c_str());
+    CBaseNode* node = CreateNamedType(frame.type);
     if (node == nullptr) return nullptr;
     node->Name().assign(frame.name);
     node->Read(const_cast<unsigned char*>(data));
@@ -92,7 +78,7 @@ CBaseNode* ReadRecord(const unsigned char* record, std::string& typeName)
     // The next record is found by measuring what was read, not by stored sizes.
     const unsigned char* next = data + DataBytes(frame.dataSize);
     for (int32_t i = 0; i < frame.childCount; ++i) {
-        CBaseNode* child = ReadRecord(next, typeName);
+        CBaseNode* child = ReadRecord(next);
         if (child == nullptr) {
             node->Release();
             return nullptr;
@@ -138,6 +124,5 @@ int WriteNode(void* block, CBaseNode* node)
 CBaseNode* ReadNode(void* block)
 {
     if (block == nullptr) return nullptr;
-    std::string typeName;
-    return ReadRecord(static_cast<const unsigned char*>(block), typeName);
+    return ReadRecord(static_cast<const unsigned char*>(block));
 }

@@ -4,7 +4,8 @@
 
 namespace {
 
-constexpr double kShortest = 1e-6;
+// Lengths around this one separate a usable vector from a degenerate one.
+constexpr double kDegenerateLength = 1e-6;
 
 template <class T>
 void ClearAll(CArrayDataStore<CVector_3<T>>& normals)
@@ -26,7 +27,7 @@ CVector_3<double> CalcNormal(CRefData<CArrayDataStore<VERTEX>>& vertices, int* i
     const CVector_3<double> b{p0.x - p1.x, p0.y - p1.y, p0.z - p1.z};
     CVector_3<double> normal{a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
     const double length = std::sqrt(normal.x * normal.x + normal.y * normal.y + normal.z * normal.z);
-    if (length > kShortest) {
+    if (length > kDegenerateLength) {
         const double scale = 1.0 / length;
         normal.x *= scale;
         normal.y *= scale;
@@ -52,7 +53,7 @@ void UnitNormal(CRefData<CArrayDataStore<CVector_3<double>>>& normals)
     for (int i = 0; i < number; ++i) {
         CVector_3<double>& n = normal[i];
         const double length = std::sqrt(n.x * n.x + n.y * n.y + n.z * n.z);
-        if (length >= kShortest) {
+        if (length >= kDegenerateLength) {
             const double scale = 1.0 / length;
             n.x *= scale;
             n.y *= scale;
@@ -73,7 +74,7 @@ void UnitFloatNormal(CRefData<CArrayDataStore<CVector_3<float>>>& normals)
         const double y = n.y;
         const double z = n.z;
         const double length = std::sqrt(x * x + y * y + z * z);
-        if (length >= kShortest) {
+        if (length >= kDegenerateLength) {
             const float scale = static_cast<float>(1.0 / length);
             n.x *= scale;
             n.y *= scale;

@@ -2,3 +2,5 @@
 
 // Each section of the demo shows one part of the library on stdout.
 void ShowNodes();
+void ShowTrees();
+void ShowPointCloud();

@@ -1,4 +1,4 @@
-// BrellData demo: run it with build/lib on LD_LIBRARY_PATH (scripts/demo.sh
+// BrellData demo: run it with build/scrivo on LD_LIBRARY_PATH (scripts/demo.sh
 // does) to see the library's own diagnostics from the reference output
 // library on stderr next to the demo's text on stdout.
 
@@ -10,5 +10,9 @@ int main()
 {
     std::puts("== Nodes, children, attributes and reference counts");
     ShowNodes();
+    std::puts("== Trees, node streams, walks and the configuration store");
+    ShowTrees();
+    std::puts("== Shared data stores and normals");
+    ShowPointCloud();
     return 0;
 }

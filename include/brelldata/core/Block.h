@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
-#include <string>
+#include <string_view>
 
 // Flat blocks (node streams, attribute, store and name list blocks) are
 // little-endian and unaligned. Fields go through these cursors, which copy with
@@ -26,10 +26,11 @@ public:
         cursor_ += size;
     }
     // A string as length plus 1, then its characters and a zero byte.
-    void String(const std::string& text)
+    void String(std::string_view text)
     {
         Int32(static_cast<int32_t>(text.size() + 1));
-        Bytes(text.c_str(), text.size() + 1);
+        Bytes(text.data(), text.size());
+        *cursor_++ = 0;
     }
     void Skip(size_t size) { cursor_ += size; }
     unsigned char* Position() const { return cursor_; }
@@ -59,15 +60,16 @@ public:
         if (size != 0) std::memcpy(data, cursor_, size);
         cursor_ += size;
     }
-    // A string written by BlockWriter::String: the characters up to the first
-    // zero byte within the stored length; the cursor moves past the stored length.
-    std::string String()
+    // A string written by BlockWriter::String, in place: the characters up to
+    // the first zero byte within the stored length. The cursor moves past the
+    // stored length.
+    std::string_view String()
     {
         int32_t length = Int32();
         const char* text = reinterpret_cast<const char*>(cursor_);
         size_t stored = length > 0 ? static_cast<size_t>(length) : 0;
         cursor_ += stored;
-        return std::string(text, strnlen(text, stored));
+        return {text, strnlen(text, stored)};
     }
     void Skip(size_t size) { cursor_ += size; }
     const unsigned char* Position() const { return cursor_; }

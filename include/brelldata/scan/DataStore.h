@@ -357,10 +357,11 @@ private:
     // A width below 1 holds no elements, so it never moves or sizes memory.
     int64_t RowSize() const { return std::max(width, 0); }
 
+    // Rows arrive in 64 bits; with at most about 2^32 rows and 2^31 elements
+    // per row no product overflows.
     int ReserveRowElements(int64_t rows)
     {
         if (rows * RowSize() <= capacity_) return 1;
-        if (rows > INT_MAX) return 0;
         const int64_t grown = brell::RoundUpToMultiple(rows, kGrowthRowStep) * RowSize();
         const int64_t kept = capacity_;
         if (grown > INT_MAX || !brell::ResizeBuffer(buffer_, grown)) return 0;
@@ -451,12 +452,13 @@ public:
         const int number = reader.Int32();
         if (number < 0) return 0;
         try {
-            std::vector<CPolygon<T>> readRows(static_cast<size_t>(number));
-            for (CPolygon<T>& row : readRows) {
-                const int count = reader.Int32();
-                if (count < 0 || count > 4) return 0;
-                row.count = count;
-                reader.Bytes(row.items, static_cast<size_t>(count) * sizeof(T));
+            std::vector<CPolygon<T>> readRows;
+            readRows.reserve(static_cast<size_t>(number));
+            for (int i = 0; i < number; ++i) {
+                CPolygon<T>& row = readRows.emplace_back();
+                row.count = reader.Int32();
+                if (row.count < 0 || row.count > 4) return 0;
+                reader.Bytes(row.items, static_cast<size_t>(row.count) * sizeof(T));
             }
             rows.swap(readRows);
             return 1;

@@ -1,0 +1,11 @@
+#include "core/TreeFixtures.h"
+
+#include <new>
+
+namespace brell::test {
+
+BRELL_NODE_TYPE_DEFINE(CTestCountedNode, CBaseNode)
+BRELL_NODE_TYPE_DEFINE(CTestUnregisteredNode, CBaseNode)
+BRELL_NODE_TYPE_DEFINE(CTestGateNode, CBaseNode)
+
+}  // namespace brell::test

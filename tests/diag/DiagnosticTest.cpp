@@ -1,0 +1,98 @@
+// The diagnostic channels, compiled into this test with a process state of
+// the test's own, seen through the recording output library.
+
+#include "Recording.h"
+
+#include "core/Process.h"
+#include "diag/Diagnostic.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace brell {
+
+ProcessState& Process()
+{
+    static ProcessState state;
+    return state;
+}
+
+}  // namespace brell
+
+namespace {
+
+using brell::test::Recording;
+namespace diag = brell::diag;
+
+class Diagnostics : public testing::Test {
+protected:
+    // Each test starts as a process that has produced no diagnostic text yet.
+    void SetUp() override
+    {
+        diag::CloseDebugChannels();
+        brell::Process().diagnostics = diag::DiagnosticState();
+    }
+    void TearDown() override { diag::CloseDebugChannels(); }
+
+    Recording recording{testing::TempDir() + "brell-diag-" +
+                        testing::UnitTest::GetInstance()->current_test_info()->name()};
+};
+
+TEST_F(Diagnostics, LevelIsZeroBeforeAnyOutputAndAskingLoadsNothing)
+{
+    EXPECT_EQ(diag::GetDebugLevel(), 0);
+    EXPECT_EQ(diag::GetDebugChannel(), 0);
+    EXPECT_FALSE(brell::Process().diagnostics.loadAttempted);
+    EXPECT_TRUE(recording.Lines().empty());
+}
+
+TEST_F(Diagnostics, ErrorsWarningsAndTracesCarryTheirLevels)
+{
+    diag::DebugError("error %d\n", 5);
+    diag::DebugWarning("warning %s\n", "w");
+    diag::DebugTrace("trace\n");
+    diag::SetDebugLevel(60);
+    diag::DebugTrace("at %d\n", 60);
+    EXPECT_EQ(diag::GetDebugLevel(), 60);
+    EXPECT_EQ(recording.Lines(), (std::vector<std::string>{"open 0", "output 0 -2 error 5\n",
+                                                           "output 0 -1 warning w\n", "output 0 0 trace\n",
+                                                           "output 0 60 at 60\n"}));
+}
+
+TEST_F(Diagnostics, OutputLibraryIsLoadedOnceAndClosedAtShutDown)
+{
+    diag::DebugTrace("one\n");
+    void* library = brell::Process().diagnostics.library;
+    ASSERT_NE(library, nullptr);
+    diag::DebugTrace("two\n");
+    EXPECT_EQ(brell::Process().diagnostics.library, library);
+
+    diag::CloseDebugChannels();
+    EXPECT_EQ(brell::Process().diagnostics.library, nullptr);
+    EXPECT_TRUE(brell::Process().diagnostics.channelLevels.empty());
+    EXPECT_EQ(recording.Lines(),
+              (std::vector<std::string>{"open 0", "output 0 0 one\n", "output 0 0 two\n", "close 0"}));
+
+    diag::DebugTrace("after shut-down\n");  // loading is never tried again
+    EXPECT_EQ(brell::Process().diagnostics.library, nullptr);
+    EXPECT_EQ(recording.Lines().size(), 4u);
+}
+
+TEST_F(Diagnostics, LongMessagesAreCutToTheFormattingBuffer)
+{
+    std::string longText(5000, 'x');
+    diag::DebugTrace("%s", longText.c_str());
+    std::vector<std::string> texts = recording.Texts();
+    ASSERT_EQ(texts.size(), 1u);
+    EXPECT_EQ(texts[0], std::string(diag::kFormatBufferSize - 1, 'x'));
+}
+
+TEST_F(Diagnostics, PercentSignsInArgumentsArePassedUnchanged)
+{
+    diag::DebugTrace("%s", "100% of %d\n");
+    EXPECT_EQ(recording.Texts(), (std::vector<std::string>{"100% of %d\n"}));
+}
+
+}  // namespace

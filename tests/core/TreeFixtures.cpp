@@ -1,7 +1,5 @@
 #include "core/TreeFixtures.h"
 
-#include <new>
-
 namespace brell::test {
 
 BRELL_NODE_TYPE_DEFINE(CTestCountedNode, CBaseNode)

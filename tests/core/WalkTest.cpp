@@ -2,7 +2,6 @@
 #include "core/TreeFixtures.h"
 #include "diag/Recording.h"
 
-#include <brelldata/core/NodeRegistry.h>
 #include <brelldata/core/Walk.h>
 
 #include <gtest/gtest.h>
@@ -10,206 +9,111 @@
 #include <cstdint>
 #include <sstream>
 #include <string>
-#include <vector>
+#include <tuple>
 
 namespace {
 
-using brell::test::CTestCountedNode;
-using brell::test::CTestGateNode;
-using brell::test::CTestUnregisteredNode;
-using brell::test::Names;
-using brell::test::Recording;
-using brell::test::StandardTree;
-using NameList = std::vector<std::string>;
+using namespace brell::test;
 
-struct Visits {
-    std::string stopAt;
-    std::vector<CBaseNode*> nodes;
-};
+struct Visits { std::string stopAt; NameList names; };
 
 // Records each visit; stops at the node named stopAt. The value is always 42.
 int RecordVisit(CBaseNode* node, int value, void* data)
 {
     auto* visits = static_cast<Visits*>(data);
-    visits->nodes.push_back(value == 42 ? node : nullptr);
+    visits->names.push_back(value == 42 ? node->Name() : "(wrong value)");
     return node->Name() == visits->stopAt ? 1 : 0;
-}
-
-struct WalkResult {
-    int result;
-    NameList visited;
-};
-
-WalkResult Walk(CBaseNode* top, const std::string& stopAt, int stopAll, bool askTopNode = false)
-{
-    Visits visits{stopAt, {}};
-    int result = (askTopNode ? ForEachNode2 : ForEachNode)(top, &RecordVisit, 42, &visits, stopAll);
-    return {result, Names(visits.nodes)};
 }
 
 TEST(ForEachNode, StopRulesGiveTheseExactVisitsAndResults)
 {
-    struct Case {
-        const char* stopAt;
-        int stopAll;
-        NameList visited;
-        int result;
-    };
-    const Case cases[] = {
+    // Where the callback stops, stop-all, the nodes visited and the result.
+    const std::tuple<const char*, int, NameList, int> cases[] = {
         {"", 1, {"R", "A", "A1", "A2", "B"}, 0},  // never stops
         {"A", 0, {"R", "A"}, 0},                  // A's subtree and later sibling B skipped
         {"A", 1, {"R", "A"}, 1},
         {"A1", 0, {"R", "A", "A1", "B"}, 0},  // only A1's later sibling skipped
         {"A1", 1, {"R", "A", "A1"}, 1},
         {"R", 0, {"R"}, 1},
-        {"R", 1, {"R"}, 1},
     };
     StandardTree s;
-    for (const Case& c : cases) {
-        WalkResult walk = Walk(s.r, c.stopAt, c.stopAll);
-        EXPECT_EQ(walk.visited, c.visited) << c.stopAt << " " << c.stopAll;
-        EXPECT_EQ(walk.result, c.result) << c.stopAt << " " << c.stopAll;
+    for (const auto& [stopAt, stopAll, visited, result] : cases) {
+        Visits visits{stopAt, {}};
+        EXPECT_EQ(ForEachNode(s.r, &RecordVisit, 42, &visits, stopAll), result) << stopAt << stopAll;
+        EXPECT_EQ(visits.names, visited) << stopAt << stopAll;
     }
-    EXPECT_EQ(ForEachNode(nullptr, &RecordVisit, 42, nullptr, 1), 0);
 }
 
-TEST(ForEachNode, SecondFormAsksOnlyTheTopNodeWhichChildrenToEnter)
+TEST(ForEachNode, SecondFormsAskOnlyTheTopNodeWhichChildrenToEnter)
 {
-    CTree tree(CTestGateNode::Create());
-    CBaseNode* top = tree.Root();
-    CBaseNode* first = StandardTree::Named("first");
-    CBaseNode* innerGate = CTestGateNode::Create();
-    innerGate->SetName("gate");
-    top->SetName("top");
-    top->AppendChild(first);
-    top->AppendChild(innerGate);
-    first->AppendChild(StandardTree::Named("hidden"));
-    innerGate->AppendChild(StandardTree::Named("visible"));
-
-    EXPECT_EQ(Walk(top, "", 0, true).visited, (NameList{"top", "gate", "visible"}));
-    char hidden[] = "hidden";
-    char visible[] = "visible";
+    StandardTree s(&CTestGateNode::Create);  // each node rejects its first child
+    s.b->AppendChild(Named("B1"));
+    s.b->AppendChild(Named("B2"));
+    Visits visits;
+    EXPECT_EQ(ForEachNode2(s.r, &RecordVisit, 42, &visits, 0), 0);
+    EXPECT_EQ(visits.names, (NameList{"R", "B", "B1", "B2"}));
+    char hidden[] = "A1", visible[] = "B1";
     int counter = 0;
-    EXPECT_EQ(SearchNode2(top, &IsSameName, counter, hidden), nullptr);
-    EXPECT_EQ(SearchNode(top, &IsSameName, counter, hidden), first->GetChild(0));
-    counter = 0;
-    EXPECT_EQ(SearchNode2(top, &IsSameName, counter, visible), innerGate->GetChild(0));
+    EXPECT_EQ(SearchNode2(s.r, &IsSameName, counter, hidden), nullptr);
+    EXPECT_EQ(SearchNode2(s.r, &IsSameName, counter, visible), s.b->GetChild(0));
 }
 
-TEST(SearchNode, CounterSelectsWhichMatchIsReturned)
+TEST(SearchNode, CounterSelectsWhichMatchIsReturnedAndTypesMustMatchExactly)
 {
     StandardTree s;
     s.a2->SetName("A");
     s.b->SetName("A");
     char name[] = "A";
-    int counter = 0;
-    EXPECT_EQ(SearchNode(s.r, &IsSameName, counter, name), s.a);
-    EXPECT_EQ(counter, -1);
-    counter = 1;
-    EXPECT_EQ(SearchNode(s.r, &IsSameName, counter, name), s.a2);
-    counter = 2;
-    EXPECT_EQ(SearchNode(s.r, &IsSameName, counter, name), s.b);
-    counter = 5;
-    EXPECT_EQ(SearchNode(s.r, &IsSameName, counter, name), nullptr);
-    EXPECT_EQ(counter, 2);
-    EXPECT_EQ(IsSameName(s.a, counter, nullptr), 0);
-    EXPECT_EQ(IsSameName(nullptr, counter, name), 0);
-}
+    // The counter before and after, and the match found.
+    for (auto [counter, after, found] : {std::tuple{0, -1, s.a}, {2, -1, s.b}, {5, 2, nullptr}}) {
+        EXPECT_EQ(SearchNode(s.r, &IsSameName, counter, name), found) << after;
+        EXPECT_EQ(counter, after);
+    }
 
-TEST(SearchNode, SameTypeMeansExactlyThatTypeNotADerivedOne)
-{
     CTree tree(CTestBoxNode::Create());
     tree.Root()->AppendChild(CTestCubeNode::Create());
-    char cube[] = "CTestCubeNode";
-    char box[] = "CTestBoxNode";
+    char cube[] = "CTestCubeNode", box[] = "CTestBoxNode";
     int counter = 0;
     EXPECT_EQ(SearchNode(tree.Root(), &IsSameType, counter, cube), tree.Root()->GetChild(0));
-    counter = 1;
+    counter = 1;  // passes the root, so only the derived cube could match
     EXPECT_EQ(SearchNode(tree.Root(), &IsSameType, counter, box), nullptr);
 }
 
-class CopyTreeTest : public testing::Test {
-protected:
-    void SetUp() override { RegisterNodeType("CTestCountedNode", &CTestCountedNode::Create); }
-    void TearDown() override { UnRegisterNodeType("CTestCountedNode"); }
-};
+TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypesWithTheirSubtrees)
+{
+    CTree copy(CopyTree(s.r));
+    ASSERT_EQ(WalkNames(copy, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
+    EXPECT_EQ(copy.Root()->RefCount(), 1);  // the copy came with count 0
+    EXPECT_EQ(copy.Root()->GetChild(0)->GetChild(0)->RefCount(), 1);
+    EXPECT_EQ(CopyTree(u), nullptr);
+}
 
-TEST_F(CopyTreeTest, CopyHasCountZeroAndItsOwnNodesHeldOnceEach)
+TEST(DisplayTree, ListsEachNodeWithMarkersIndentsAndPositionsAndNamesUnchanged)
 {
     StandardTree s;
-    CTree extra(s.r);
-    s.a1->SetAttributeInt("n", 3);
-    CBaseNode* made = CopyTree(s.r);
-    ASSERT_NE(made, nullptr);
-    EXPECT_EQ(made->RefCount(), 0);
-    CTree copy(made);
-    EXPECT_EQ(Walk(made, "", 0).visited, (NameList{"R", "A", "A1", "A2", "B"}));
-    CBaseNode* a1 = made->GetChild(0)->GetChild(0);
-    EXPECT_NE(a1, s.a1);
-    EXPECT_EQ(a1->RefCount(), 1);
-    int n = 0;
-    EXPECT_EQ(a1->QueryAttributeInt("n", n), 1);
-    EXPECT_EQ(n, 3);
-}
-
-TEST_F(CopyTreeTest, UnregisteredTypesAreLeftOutWithTheirSubtrees)
-{
-    CTree source(CTestCountedNode::Create());
-    CBaseNode* overlay = CTestUnregisteredNode::Create();
-    overlay->AppendChild(CTestCountedNode::Create());
-    source.Root()->AppendChild(overlay);
-    source.Root()->AppendChild(CTestCountedNode::Create());
-
-    CTree copy(CopyTree(source.Root()));
-    ASSERT_NE(copy.Root(), nullptr);
-    EXPECT_EQ(copy.Root()->Type(), "CTestCountedNode");
-    EXPECT_EQ(copy.Root()->GetChildNum(), 1u);
-    EXPECT_EQ(CopyTree(overlay), nullptr);
-    EXPECT_EQ(CopyTree(nullptr), nullptr);
-}
-
-std::string RecordPath()
-{
-    return testing::TempDir() + "brell-walk-" + testing::UnitTest::GetInstance()->current_test_info()->name();
-}
-
-std::string Address(const void* node)
-{
-    std::ostringstream text;
-    text << std::hex << reinterpret_cast<uintptr_t>(node);
-    return text.str();
-}
-
-TEST(DisplayTree, ListsEachNodeWithMarkersIndentsAndPositions)
-{
-    StandardTree s;
-    CBaseNode* b1 = StandardTree::Named("B1");
+    CBaseNode* b1 = Named("100%s %d");
     s.b->AppendChild(b1);
     s.a2->SetName("");
     s.a->SetAttributeInt("n", 1);
-    const std::string triangle = "\x81\xA5", tee = "\x84\xB0", corner = "\x84\xAF", bar = "\x84\xAB";
+    auto tail = [](CBaseNode* node, int attributes) {
+        std::ostringstream text;
+        text << "(CBaseNode : 0x" << std::hex << reinterpret_cast<uintptr_t>(node) << std::dec
+             << ") [ Attribute: " << attributes << " ]\n";
+        return text.str();
+    };
+    const std::string tee = "\x84\xB0", corner = "\x84\xAF", bar = "\x84\xAB";
 
-    Recording recording(RecordPath());
-    DisplayTree(s.tree);
-    EXPECT_EQ(recording.Texts(),
-              (NameList{
-                  triangle + "R(CBaseNode : 0x" + Address(s.r) + ") [ Attribute: 0 ]\n",
-                  "  " + tee + "1: A(CBaseNode : 0x" + Address(s.a) + ") [ Attribute: 1 ]\n",
-                  "  " + bar + tee + "1: A1(CBaseNode : 0x" + Address(s.a1) + ") [ Attribute: 0 ]\n",
-                  "  " + bar + corner + "2: <Noname> (CBaseNode : 0x" + Address(s.a2) + ") [ Attribute: 0 ]\n",
-                  "  " + corner + "2: B(CBaseNode : 0x" + Address(s.b) + ") [ Attribute: 0 ]\n",
-                  "    " + corner + "1: B1(CBaseNode : 0x" + Address(b1) + ") [ Attribute: 0 ]\n",
-              }));
-}
-
-TEST(DisplayTree, NamesAreWrittenUnchangedAndNullWritesNothing)
-{
-    CTree tree(StandardTree::Named("100%s %d"));
-    Recording recording(RecordPath());
+    Recording recording(testing::TempDir() + "brell-walk-display");
     DisplayTree(nullptr);
-    DisplayTree(tree);
-    EXPECT_EQ(recording.Texts(),
-              (NameList{"\x81\xA5" "100%s %d(CBaseNode : 0x" + Address(tree.Root()) + ") [ Attribute: 0 ]\n"}));
+    DisplayTree(s.tree);
+    EXPECT_EQ(recording.Texts(), (NameList{
+                                     "\x81\xA5" "R" + tail(s.r, 0),
+                                     "  " + tee + "1: A" + tail(s.a, 1),
+                                     "  " + bar + tee + "1: A1" + tail(s.a1, 0),
+                                     "  " + bar + corner + "2: <Noname> " + tail(s.a2, 0),
+                                     "  " + corner + "2: B" + tail(s.b, 0),
+                                     "    " + corner + "1: 100%s %d" + tail(b1, 0),
+                                 }));
 }
 
 }  // namespace

@@ -38,6 +38,35 @@ void MoveItems(T* to, const T* from, size_t count)
     if (count != 0) std::memmove(to, from, count * sizeof(T));
 }
 
+// Arrays and matrices insert and delete in units: elements, or rows of
+// unitSize elements. Room for the result is already reserved.
+
+// Opens n units at pos in count units: a negative pos opens at the front, a
+// pos past the end also opens the gap up to it. Returns the units opened.
+template <class T>
+int64_t OpenUnits(T* buffer, int64_t count, int pos, int n, int64_t unitSize)
+{
+    int64_t at = std::max(pos, 0);
+    int64_t opened = n;
+    if (at > count) {
+        opened += at - count;
+        at = count;
+    }
+    if (opened < 1) return 0;
+    MoveItems(buffer + (at + opened) * unitSize, buffer + at * unitSize, static_cast<size_t>((count - at) * unitSize));
+    return opened;
+}
+
+// Closes up to n units from pos, 0 <= pos < count. Returns the units removed.
+template <class T>
+int64_t CloseUnits(T* buffer, int64_t count, int pos, int n, int64_t unitSize)
+{
+    const int64_t removed = std::clamp<int64_t>(n, 0, count - pos);
+    MoveItems(buffer + pos * unitSize, buffer + (pos + removed) * unitSize,
+              static_cast<size_t>((count - pos - removed) * unitSize));
+    return removed;
+}
+
 // Resizes a malloc'ed buffer to exactly capacity items, freeing it for 0.
 // Returns false with the buffer untouched when the allocation fails.
 template <class T>
@@ -142,15 +171,7 @@ public:
     int Insert(int pos, int n)
     {
         if (!ReserveElements(int64_t{count_} + n) || !ReserveElements(int64_t{pos} + n)) return 0;
-        int64_t at = std::max(pos, 0);
-        int64_t opened = n;
-        if (at > count_) {
-            opened += at - count_;
-            at = count_;
-        }
-        if (opened < 1) return 1;
-        brell::MoveItems(buffer_ + at + opened, buffer_ + at, static_cast<size_t>(count_ - at));
-        count_ += static_cast<int>(opened);
+        count_ += static_cast<int>(brell::OpenUnits(buffer_, count_, pos, n, 1));
         return 1;
     }
 
@@ -161,9 +182,7 @@ public:
     {
         pos = std::max(pos, 0);
         if (pos >= count_) return 1;
-        const int removed = std::clamp(n, 0, count_ - pos);
-        brell::MoveItems(buffer_ + pos, buffer_ + pos + removed, static_cast<size_t>(count_ - pos - removed));
-        count_ -= removed;
+        count_ -= static_cast<int>(brell::CloseUnits(buffer_, count_, pos, n, 1));
         if (capacity_ - count_ > kMaxSpare) {
             const int64_t shrunk = std::max<int64_t>(brell::RoundUpToMultiple(count_, kShrinkStep), kShrinkStep);
             if (brell::ResizeBuffer(buffer_, shrunk)) capacity_ = static_cast<int>(shrunk);
@@ -285,17 +304,7 @@ public:
     int InsertRows(int pos, int n)
     {
         if (!ReserveRowElements(int64_t{height} + n) || !ReserveRowElements(int64_t{pos} + n)) return 0;
-        int64_t at = std::max(pos, 0);
-        int64_t opened = n;
-        if (at > height) {
-            opened += at - height;
-            at = height;
-        }
-        if (opened < 1) return 1;
-        const int64_t rowSize = RowSize();
-        brell::MoveItems(buffer_ + (at + opened) * rowSize, buffer_ + at * rowSize,
-                         static_cast<size_t>((height - at) * rowSize));
-        height += static_cast<int>(opened);
+        height += static_cast<int>(brell::OpenUnits(buffer_, height, pos, n, RowSize()));
         return 1;
     }
 
@@ -305,11 +314,8 @@ public:
     {
         pos = std::max(pos, 0);
         if (pos >= height) return 1;
-        const int removed = std::clamp(n, 0, height - pos);
         const int64_t rowSize = RowSize();
-        brell::MoveItems(buffer_ + pos * rowSize, buffer_ + (pos + removed) * rowSize,
-                         static_cast<size_t>((height - pos - removed) * rowSize));
-        height -= removed;
+        height -= static_cast<int>(brell::CloseUnits(buffer_, height, pos, n, rowSize));
         if (capacity_ - height * rowSize > kMaxSpare) {
             const int64_t shrunk = brell::RoundUpToMultiple(height, kShrinkRowStep) * rowSize;
             if (brell::ResizeBuffer(buffer_, shrunk)) capacity_ = static_cast<int>(shrunk);

@@ -1,0 +1,261 @@
+#include <brelldata/scan/Normal.h>
+
+#include "support/Bytes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <climits>
+#include <cstdint>
+#include <initializer_list>
+#include <numeric>
+#include <vector>
+
+namespace {
+
+using brell::test::Bytes;
+using VertexStore = CRefData<CArrayDataStore<VERTEX>>;
+
+// A shared array holding the given items.
+template <class T>
+CRefData<CArrayDataStore<T>> Store(std::initializer_list<T> items)
+{
+    CRefData<CArrayDataStore<T>> store;
+    EXPECT_EQ(store->Append(static_cast<int>(items.size())), 1);
+    std::copy(items.begin(), items.end(), store->Buffer());
+    return store;
+}
+
+std::vector<int> Items(const int* first, int count)
+{
+    return std::vector<int>(first, first + count);
+}
+
+void ExpectVector(const CVector_3<double>& actual, double x, double y, double z)
+{
+    EXPECT_DOUBLE_EQ(actual.x, x);
+    EXPECT_DOUBLE_EQ(actual.y, y);
+    EXPECT_DOUBLE_EQ(actual.z, z);
+}
+
+TEST(ArrayCapacity, FollowsTheGrowthAndShrinkRules)
+{
+    struct Case { const char* rule; int initialCount; int (*operation)(CArrayDataStore<int>&); int count, capacity; };
+    const Case cases[] = {
+        {"reserving 1 on an empty array gives 512", 0, [](auto& a) { return a.Reserve(1); }, 0, 512},
+        {"reserving 513 gives 1024", 0, [](auto& a) { return a.Reserve(513); }, 0, 1024},
+        {"reserving 0 changes nothing", 0, [](auto& a) { return a.Reserve(0); }, 0, 0},
+        {"reserving a negative count changes nothing", 0, [](auto& a) { return a.Reserve(-7); }, 0, 0},
+        {"inserting past the end grows to the gap", 5, [](auto& a) { return a.Insert(1000, 1); }, 1001, 1024},
+        {"deleting to 1100 of 5120 keeps the buffer (4020 spare)", 5120, [](auto& a) { return a.Delete(1100, 5000); }, 1100, 5120},
+        {"deleting to 1024 of 5120 keeps the buffer (4096 spare)", 5120, [](auto& a) { return a.Delete(1024, 5000); }, 1024, 5120},
+        {"deleting to 1023 of 5120 shrinks to 1024 (4097 spare)", 5120, [](auto& a) { return a.Delete(1023, 5000); }, 1023, 1024},
+        {"deleting to 1025 of 5200 shrinks to 1088", 5200, [](auto& a) { return a.Delete(1025, 5000); }, 1025, 1088},
+        {"deleting everything shrinks to 64", 5120, [](auto& a) { return a.Delete(0, 5120); }, 0, 64},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.rule);
+        CArrayDataStore<int> array;
+        ASSERT_EQ(array.Append(c.initialCount), 1);
+        EXPECT_EQ(c.operation(array), 1);
+        EXPECT_EQ(array.Number(), c.count);
+        EXPECT_EQ(array.Capacity(), c.capacity);
+    }
+}
+
+TEST(MatrixCapacity, GrowsBy1024RowsAndShrinksBy64RowsWithNoMinimum)
+{
+    CMatrixDataStore<int> matrix;
+    matrix.width = 100;
+    matrix.Element(99, 0) = 7;
+    EXPECT_EQ(matrix.height, 0) << "an element past the height reserves room without raising it";
+    EXPECT_EQ(matrix.Capacity(), 1024 * 100);
+    ASSERT_EQ(matrix.AppendRows(100), 1);
+    EXPECT_EQ(matrix.Element(99, 0), 7);
+    EXPECT_EQ(matrix.DeleteRows(10, INT_MAX), 1);
+    EXPECT_EQ(matrix.Capacity(), 64 * 100);
+    EXPECT_EQ(matrix.DeleteRows(0, INT_MAX), 1);
+    EXPECT_EQ(matrix.Capacity(), 0);
+}
+
+// Requests too large for a 32-bit capacity fail without touching the store.
+// One-byte elements keep the allocator out of it: 2^31 of them would fit.
+TEST(AllocationFailure, LeavesTheStoreUnchangedAndReturnsZero)
+{
+    auto array = Store<uint8_t>({1, 2, 3, 4, 5});
+    EXPECT_EQ(array->Reserve(INT_MAX) + array->Append(INT_MAX) + array->Insert(2, INT_MAX) + array->Insert(INT_MAX, 1), 0);
+    EXPECT_EQ(array->Number(), 5);
+    EXPECT_EQ(array->Capacity(), 512);
+
+    CMatrixDataStore<uint8_t> image;
+    image.width = 640;
+    ASSERT_EQ(image.AppendRows(480), 1);
+    EXPECT_EQ(image.ReserveRows(4 * 1024 * 1024) + image.AppendRows(INT_MAX) + image.InsertRows(0, INT_MAX), 0);
+    EXPECT_EQ(&image.Element(INT_MAX, 0), &image.Element(-1, 0)) << "an element that gets no room is the spare";
+    EXPECT_EQ(image.height, 480);
+    EXPECT_EQ(image.Capacity(), 1024 * 640);
+}
+
+TEST(Edits, InsertAndDeleteMoveWholeElementsAndRows)
+{
+    auto array = Store<int>({0, 1, 2, 3, 4});
+    ASSERT_EQ(array->Insert(2, 2) + array->Insert(-3, 1), 2) << "a negative position inserts at the front";
+    array->Element(0) = array->Element(3) = array->Element(4) = -1;
+    EXPECT_EQ(Items(array->Buffer(), array->Number()), (std::vector<int>{-1, 0, 1, -1, -1, 2, 3, 4}));
+    // Deleting from before the front, past the end, and a negative count.
+    EXPECT_EQ(array->Delete(-4, 2) + array->Delete(3, 100) + array->Delete(0, -2), 3);
+    EXPECT_EQ(Items(array->Buffer(), array->Number()), (std::vector<int>{1, -1, -1}));
+
+    CMatrixDataStore<int> matrix;
+    matrix.width = 2;
+    ASSERT_EQ(matrix.AppendRows(3), 1);
+    std::iota(matrix.Buffer(), matrix.Buffer() + 6, 0);
+    ASSERT_EQ(matrix.InsertRows(1, 1) + matrix.DeleteRows(0, 1), 2);
+    EXPECT_EQ(Items(matrix.Buffer() + 2, 4), (std::vector<int>{2, 3, 4, 5}));
+}
+
+TEST(SpareElement, TakesOutOfRangeAccessInEveryStore)
+{
+    auto array = Store<int>({0, 1, 2});
+    EXPECT_EQ(&array->Element(3), &array->Element(-1));
+    CPolygonDataStore<int> polygons;
+    polygons.rows = {{{7, 8, 9, 0}, 3}};
+    EXPECT_EQ(&polygons.Element(0, 3), &polygons.Element(1, 0)) << "slot 3 is past the row's item count";
+    CLineDataStore<int> lines;
+    lines.lines = {{1, 2}, {}};
+    EXPECT_EQ(&lines.Element(1, 0), &lines.Element(0, 2));
+}
+
+TEST(Sharing, CopiedHandlesSeeEachOthersEditsUntilUnshared)
+{
+    VertexStore first;
+    VertexStore second(first);
+    ASSERT_EQ(first->Append(600), 1);
+    second->Element(599).z = 3.0;
+    EXPECT_EQ(first->Element(599).z, 3.0);
+
+    ASSERT_EQ(second.Unshare(), 1);
+    EXPECT_EQ(first->RefCount(), 1);
+    EXPECT_EQ(second->RefCount(), 1);
+    EXPECT_EQ(second->Element(599).z, 3.0);
+    second->Element(599).z = -3.0;
+    EXPECT_EQ(first->Element(599).z, 3.0);
+
+    const CArrayDataStore<VERTEX>* unshared = &*first;
+    EXPECT_EQ(first.Unshare(), 1);
+    EXPECT_EQ(&*first, unshared) << "unsharing an unshared store copies nothing";
+}
+
+TEST(Sharing, AssignmentMovesTheReferenceToTheSourceStore)
+{
+    VertexStore source;
+    VertexStore target;
+    VertexStore targetWitness(target);
+    target = source;
+    EXPECT_EQ(&*target, &*source);
+    EXPECT_EQ(source->RefCount(), 2);
+    EXPECT_EQ(targetWitness->RefCount(), 1);
+}
+
+// The store writes exactly the expected block, and reading that block into a
+// store that held other data writes it again.
+template <class DataStore>
+void ExpectBlock(const DataStore& store, DataStore& reader, const Bytes& expected)
+{
+    std::vector<uint8_t> block(static_cast<size_t>(store.SizeOfByte()));
+    ASSERT_EQ(store.Write(block.data()), 1);
+    EXPECT_EQ(block, expected.Data());
+    ASSERT_EQ(reader.Read(expected.Data().data()), 1);
+    block.assign(static_cast<size_t>(reader.SizeOfByte()), 0);
+    ASSERT_EQ(reader.Write(block.data()), 1);
+    EXPECT_EQ(block, expected.Data());
+}
+
+TEST(StoreBlocks, EachStoreWritesItsCountsThenItsItemsAndReadsThemBack)
+{
+    ExpectBlock(*Store<int>({0, 1, 2}), *Store<int>({9, 9, 9, 9}), Bytes().I32(3).I32(0).I32(1).I32(2));
+
+    // A matrix stores its height before its width.
+    CMatrixDataStore<int> matrix, matrixReader;
+    matrix.width = 3;
+    ASSERT_EQ(matrix.AppendRows(2) + matrixReader.AppendRows(700), 2);
+    std::iota(matrix.Buffer(), matrix.Buffer() + 6, 1);
+    ExpectBlock(matrix, matrixReader, Bytes().I32(2).I32(3).I32(1).I32(2).I32(3).I32(4).I32(5).I32(6));
+
+    // Polygon rows and lines carry their own item counts. These two stores
+    // are copies made by Assign, as unsharing makes them.
+    CPolygonDataStore<int> polygonSource, polygons, polygonReader;
+    polygonSource.rows = {{{7, 8, 9, 0}, 3}, {{1, 2, 3, 4}, 4}, {{0, 0, 0, 0}, 0}};
+    ASSERT_EQ(polygons.Assign(polygonSource), 1);
+    polygonReader.rows.resize(10);
+    ExpectBlock(polygons, polygonReader, Bytes().I32(3).I32(3).I32(7).I32(8).I32(9).I32(4).I32(1).I32(2).I32(3).I32(4).I32(0));
+
+    CLineDataStore<CVector_3<double>> lineSource, lines, lineReader;
+    lineSource.lines = {{{1.0, 2.0, 0.5}}, {}};
+    ASSERT_EQ(lines.Assign(lineSource), 1);
+    lineReader.lines.resize(4);
+    ExpectBlock(lines, lineReader, Bytes().I32(2).I32(1).F64(1.0).F64(2.0).F64(0.5).I32(0));
+}
+
+TEST(StoreBlocks, BadBlocksAreRejectedWithTheStoreUnchanged)
+{
+    CArrayDataStore<int> array;
+    CMatrixDataStore<int> matrix;
+    CPolygonDataStore<int> polygons;
+    CLineDataStore<int> lines;
+    polygons.rows.resize(2);
+    const Bytes negativeCount = Bytes().I32(-1).I32(3).I32(0);
+    const void* block = negativeCount.Data().data();
+    EXPECT_EQ(array.Read(block) + matrix.Read(block) + polygons.Read(block) + lines.Read(block), 0);
+    EXPECT_EQ(array.Read(nullptr) + matrix.Read(nullptr) + polygons.Read(nullptr) + lines.Read(nullptr), 0);
+    EXPECT_EQ(polygons.Read(Bytes().I32(1).I32(5).I32(1).I32(2).I32(3).I32(4).I32(5).Data().data()), 0) << "5 corners";
+    EXPECT_EQ(matrix.width, 1);
+    EXPECT_EQ(polygons.Number(), 2);
+}
+
+TEST(FaceNormal, IsTheRightHandedUnitNormalOfTheFirstThreeCorners)
+{
+    auto vertices = Store<VERTEX>({{0, 0, 0}, {10, 0, 0}, {0, 10, 0}, {0, 0, 5}});
+    int counterClockwise[] = {0, 1, 2}, clockwise[] = {0, 2, 1}, quadrilateral[] = {0, 1, 2, 3};
+    ExpectVector(CalcNormal(vertices, counterClockwise, 3), 0, 0, 1);
+    ExpectVector(CalcNormal(vertices, clockwise, 3), 0, 0, -1);
+    ExpectVector(CalcNormal(vertices, quadrilateral, 4), 0, 0, 1);
+}
+
+TEST(FaceNormal, DegenerateInputComesBackUnscaled)
+{
+    auto vertices = Store<VERTEX>({{0, 0, 0}, {1, 1, 1}, {2, 2, 2}, {1e-6, 0, 0}, {0, 1, 0}});
+    int collinear[] = {0, 1, 2}, lengthAtThreshold[] = {0, 3, 4};
+    ExpectVector(CalcNormal(vertices, collinear, 3), 0, 0, 0);
+    ExpectVector(CalcNormal(vertices, lengthAtThreshold, 3), 0, 0, 1e-6);
+    ExpectVector(CalcNormal(vertices, lengthAtThreshold, 2), 0, 0, 0);
+    ExpectVector(CalcNormal(vertices, nullptr, 3), 0, 0, 0);
+}
+
+TEST(UnitNormals, ScaleToLengthOneAndMarkShortVectors)
+{
+    auto normals = Store<CVector_3<double>>({{3, 0, 4}, {0, 0, 0}, {1e-7, 2e-7, 0}, {0, 1e-6, 0}});
+    UnitNormal(normals);
+    ExpectVector(normals->Element(0), 0.6, 0, 0.8);
+    ExpectVector(normals->Element(1), 1, 0, 0);
+    ExpectVector(normals->Element(2), 1, 2e-7, 0);
+    ExpectVector(normals->Element(3), 0, 1, 0);
+    ClearNormal(normals);
+    ExpectVector(normals->Element(0), 0, 0, 0);
+}
+
+// The reciprocal length is rounded to float before scaling; neither a float
+// length nor scaling in double gives these bits.
+TEST(UnitNormals, FloatNormalsScaleByAFloatReciprocal)
+{
+    auto normals = Store<CVector_3<float>>({{5, 9, 18}, {1e-7f, 0, 0}});
+    UnitFloatNormal(normals);
+    EXPECT_EQ(normals->Element(0).x, 0x1.edd11p-3f);
+    EXPECT_EQ(normals->Element(0).y, 0x1.bc6f5ap-2f);
+    EXPECT_EQ(normals->Element(0).z, 0x1.bc6f5ap-1f);
+    EXPECT_EQ(normals->Element(1).x, 1.0f);
+    ClearFloatNormal(normals);
+    EXPECT_EQ(normals->Element(0).z, 0.0f);
+}
+
+}  // namespace

@@ -83,6 +83,26 @@ void* CStandardAttribute::QueryAttribute(const char* name, int* size, int* type)
     return value ? value->Data() : nullptr;
 }
 
+int CStandardAttribute::QueryTyped(const char* name, int type, void* value, int size)
+{
+    int storedSize = 0;
+    int storedType = 0;
+    void* data = QueryAttribute(name, &storedSize, &storedType);
+    if (data == nullptr || storedType != type || storedSize < size) return 0;
+    std::memcpy(value, data, static_cast<size_t>(size));
+    return 1;
+}
+
+void* CStandardAttribute::QueryTypedBytes(const char* name, int type, int* size)
+{
+    int storedSize = 0;
+    int storedType = 0;
+    void* data = QueryAttribute(name, &storedSize, &storedType);
+    if (data == nullptr || storedType != type) return nullptr;
+    if (size != nullptr) *size = storedSize;
+    return data;
+}
+
 int CStandardAttribute::SetAttribute(const char* name, void* data, int size, int type)
 {
     if (name == nullptr || data == nullptr || size < 1 || type == 0) return 0;

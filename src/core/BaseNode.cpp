@@ -1,7 +1,6 @@
 #include <brelldata/core/BaseNode.h>
 
 #include <cstdio>
-#include <cstring>
 
 CBaseNode::CBaseNode() : attributes_(new CStandardAttribute) {}
 
@@ -152,45 +151,29 @@ void CBaseNode::SetAttribute(const char* name, void* data, int size, int type)
     attributes_->SetAttribute(name, data, size, type);
 }
 
-template <class T>
-int CBaseNode::QueryTyped(const char* name, int type, T& value)
-{
-    int storedType = 0;
-    int size = 0;
-    void* data = attributes_->QueryAttribute(name, &size, &storedType);
-    if (data == nullptr || storedType != type || size < static_cast<int>(sizeof(T))) return 0;
-    std::memcpy(&value, data, sizeof(T));
-    return 1;
-}
-
 int CBaseNode::QueryAttributeInt(const char* name, int& value)
 {
-    return QueryTyped(name, VALUE_INT, value);
+    return attributes_->QueryTyped(name, VALUE_INT, &value, sizeof value);
 }
 
 int CBaseNode::QueryAttributeFloat(const char* name, float& value)
 {
-    return QueryTyped(name, VALUE_FLOAT, value);
+    return attributes_->QueryTyped(name, VALUE_FLOAT, &value, sizeof value);
 }
 
 int CBaseNode::QueryAttributeBool(const char* name, int& value)
 {
-    return QueryTyped(name, VALUE_BOOL, value);
+    return attributes_->QueryTyped(name, VALUE_BOOL, &value, sizeof value);
 }
 
 int CBaseNode::QueryAttributeDouble(const char* name, double& value)
 {
-    return QueryTyped(name, VALUE_DOUBLE, value);
+    return attributes_->QueryTyped(name, VALUE_DOUBLE, &value, sizeof value);
 }
 
 void* CBaseNode::QueryAttributeStruct(const char* name, int* size)
 {
-    int storedSize = 0;
-    int type = 0;
-    void* data = attributes_->QueryAttribute(name, &storedSize, &type);
-    if (data == nullptr || type != VALUE_STRUCT) return nullptr;
-    if (size) *size = storedSize;
-    return data;
+    return attributes_->QueryTypedBytes(name, VALUE_STRUCT, size);
 }
 
 const char* CBaseNode::QueryAttributeString(const char* name, int* size)

@@ -13,28 +13,6 @@ CStandardAttribute& Store()
     return brell::Process().configuration;
 }
 
-// Also refuses values too short for T, which SetConfig may have stored.
-template <class T>
-int QueryTyped(const char* name, int type, T& value)
-{
-    int storedSize = 0;
-    int storedType = 0;
-    void* data = Store().QueryAttribute(name, &storedSize, &storedType);
-    if (data == nullptr || storedType != type || storedSize < static_cast<int>(sizeof(T))) return 0;
-    std::memcpy(&value, data, sizeof(T));
-    return 1;
-}
-
-void* QueryBytes(const char* name, int type, int* size)
-{
-    int storedSize = 0;
-    int storedType = 0;
-    void* data = Store().QueryAttribute(name, &storedSize, &storedType);
-    if (data == nullptr || storedType != type) return nullptr;
-    if (size != nullptr) *size = storedSize;
-    return data;
-}
-
 template <class T>
 void SetTyped(const char* name, T value, int type)
 {
@@ -50,32 +28,32 @@ void* QueryConfig(const char* name, int* size, int* type)
 
 int QueryConfigInt(const char* name, int& value)
 {
-    return QueryTyped(name, VALUE_INT, value);
+    return Store().QueryTyped(name, VALUE_INT, &value, sizeof value);
 }
 
 int QueryConfigFloat(const char* name, float& value)
 {
-    return QueryTyped(name, VALUE_FLOAT, value);
+    return Store().QueryTyped(name, VALUE_FLOAT, &value, sizeof value);
 }
 
 int QueryConfigBool(const char* name, int& value)
 {
-    return QueryTyped(name, VALUE_BOOL, value);
+    return Store().QueryTyped(name, VALUE_BOOL, &value, sizeof value);
 }
 
 int QueryConfigDouble(const char* name, double& value)
 {
-    return QueryTyped(name, VALUE_DOUBLE, value);
+    return Store().QueryTyped(name, VALUE_DOUBLE, &value, sizeof value);
 }
 
 void* QueryConfigStruct(const char* name, int* size)
 {
-    return QueryBytes(name, VALUE_STRUCT, size);
+    return Store().QueryTypedBytes(name, VALUE_STRUCT, size);
 }
 
 const char* QueryConfigString(const char* name, int* size)
 {
-    return static_cast<const char*>(QueryBytes(name, VALUE_STRING, size));
+    return static_cast<const char*>(Store().QueryTypedBytes(name, VALUE_STRING, size));
 }
 
 int SetConfig(const char* name, void* data, int size, int type)

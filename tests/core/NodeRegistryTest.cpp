@@ -2,7 +2,6 @@
 #include "diag/Recording.h"
 
 #include <brelldata/core/NodeRegistry.h>
-#include <brelldata/core/RefNode.h>
 
 #include <gtest/gtest.h>
 
@@ -12,11 +11,6 @@
 namespace {
 
 using brell::test::Recording;
-
-std::string RecordPath()
-{
-    return testing::TempDir() + "brell-registry-" + testing::UnitTest::GetInstance()->current_test_info()->name();
-}
 
 CBaseNode* MakeCube()
 {
@@ -28,53 +22,40 @@ CBaseNode* MakeNothing()
     return nullptr;
 }
 
-TEST(NodeRegistry, LibraryTypesCanBeCreatedByExactName)
+TEST(NodeRegistry, LibraryTypesAreCreatedByExactNameWithCountZero)
 {
     CBaseNode* node = CreateNode("CRefNode");
     ASSERT_NE(node, nullptr);
     EXPECT_EQ(node->Type(), "CRefNode");
     EXPECT_EQ(node->RefCount(), 0);
     node->Release();
-
-    EXPECT_EQ(CreateNode("crefnode"), nullptr);
-    EXPECT_EQ(CreateNode("CTestCubeNode"), nullptr);
-    EXPECT_EQ(CreateNode(""), nullptr);
-    EXPECT_EQ(CreateNode(nullptr), nullptr);
+    for (const char* name : {"crefnode", "CTestCubeNode", ""}) EXPECT_EQ(CreateNode(name), nullptr) << name;
 }
 
-TEST(NodeRegistry, CallersRegisterAndUnregisterTheirOwnTypesWithTraceLines)
+TEST(NodeRegistry, CallersRegisterTypesOnceAndEveryCallWritesItsTraceLine)
 {
-    Recording recording(RecordPath());
+    Recording recording(testing::TempDir() + "brell-registry-trace");
     RegisterNodeType("CTestCubeNode", &MakeCube);
+    RegisterNodeType("CBaseNode", &MakeCube);  // the first factory stays
+    RegisterNodeType("CTestNullNode", &MakeNothing);
     CBaseNode* cube = CreateNode("CTestCubeNode");
-    ASSERT_NE(cube, nullptr);
+    CBaseNode* base = CreateNode("CBaseNode");
     EXPECT_EQ(cube->Type(), "CTestCubeNode");
+    EXPECT_EQ(base->Type(), "CBaseNode");
+    EXPECT_EQ(CreateNode("CTestNullNode"), nullptr);
     cube->Release();
+    base->Release();
 
     UnRegisterNodeType("CTestCubeNode");
+    UnRegisterNodeType("CTestNullNode");
     UnRegisterNodeType("CTestNeverRegistered");
     EXPECT_EQ(CreateNode("CTestCubeNode"), nullptr);
-    EXPECT_EQ(recording.Lines(), (std::vector<std::string>{"output 0 0 Register node type CTestCubeNode\n",
-                                                           "output 0 0 Unregister node type CTestCubeNode\n",
-                                                           "output 0 0 Unregister node type CTestNeverRegistered\n"}));
-}
-
-TEST(NodeRegistry, FirstFactoryStaysWhenANameIsRegisteredAgain)
-{
-    Recording recording(RecordPath());
-    RegisterNodeType("CBaseNode", &MakeCube);
-    CBaseNode* node = CreateNode("CBaseNode");
-    ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node->Type(), "CBaseNode");
-    node->Release();
-    EXPECT_EQ(recording.Texts(), (std::vector<std::string>{"Register node type CBaseNode\n"}));
-}
-
-TEST(NodeRegistry, NullFactoryCreatesNothing)
-{
-    RegisterNodeType("CTestNullNode", &MakeNothing);
-    EXPECT_EQ(CreateNode("CTestNullNode"), nullptr);
-    UnRegisterNodeType("CTestNullNode");
+    EXPECT_EQ(recording.Texts(), (std::vector<std::string>{
+                                     "Register node type CTestCubeNode\n", "Register node type CBaseNode\n",
+                                     "Register node type CTestNullNode\n", "Unregister node type CTestCubeNode\n",
+                                     "Unregister node type CTestNullNode\n",
+                                     "Unregister node type CTestNeverRegistered\n"}));
+    EXPECT_EQ(recording.Lines().front(), "output 0 0 Register node type CTestCubeNode\n");
 }
 
 }  // namespace

@@ -39,6 +39,16 @@ TEST(TreeStructure, ParentsAndSiblingsAreFoundFromTheRootOrTheStart)
     EXPECT_EQ(s.tree.FindNext(s.b), nullptr);
     EXPECT_EQ(s.tree.FindPrev(s.a), nullptr);
     EXPECT_EQ(s.tree.FindNext(s.r), nullptr);  // the root has no parent
+
+    // Depth first, each node's own children before its subtrees; first matches win.
+    CBaseNode* x = Named("X");
+    s.a1->AppendChild(x);
+    s.b->AppendChild(x);
+    EXPECT_EQ(s.tree.FindParent(x), s.a1);
+    s.a->AppendChild(x);
+    EXPECT_EQ(s.tree.FindParent(x), s.a);
+    s.a->InsertChild(0, s.a2);
+    EXPECT_EQ(s.tree.FindNext(s.a2), s.a1);
 }
 
 TEST(TreeOwnership, EachTreeHoldsOneReferenceAndTheLastReleaseDestroysTheSubtree)

@@ -66,6 +66,12 @@ public:
     int Read(void* block) override;
     int Write(void* block) override;
 
+    // Copies the value of name into value and gives 1 when it holds type with
+    // at least size bytes; else 0 with value unchanged.
+    int QueryTyped(const char* name, int type, void* value, int size);
+    // The bytes of name when it holds type, with the size written through a
+    // non-null pointer; else null with nothing written.
+    void* QueryTypedBytes(const char* name, int type, int* size);
     // The name at index as characters owned by the store (an empty string when
     // out of range); valid while that attribute exists.
     const char* AttributeNameChars(int index);

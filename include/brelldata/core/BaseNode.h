@@ -96,9 +96,6 @@ public:
     const char* AttributeName(int index);
 
 private:
-    template <class T>
-    int QueryTyped(const char* name, int type, T& value);
-
     int refCount_ = 0;
     std::string name_;
     std::vector<CBaseNode*> children_;

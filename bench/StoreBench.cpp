@@ -21,8 +21,8 @@ constexpr int kNormals = 1'000'000;
 // Seconds per item, shown by the benchmark library with an SI prefix ("1.2n" is 1.2 ns).
 benchmark::Counter TimePerItem(int itemsPerIteration)
 {
-    return benchmark::Counter(itemsPerIteration, benchmark::Counter::kIsIterationInvariantRate |
-                                                     benchmark::Counter::kInvert);
+    return benchmark::Counter(itemsPerIteration,
+                              benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 CRefData<CArrayDataStore<VERTEX>> MakeVertices()

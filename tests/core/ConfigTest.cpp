@@ -12,7 +12,10 @@ class ConfigStore : public testing::Test {
 protected:
     ConfigStore() { Clear(); }
     ~ConfigStore() override { Clear(); }
-    static void Clear() { while (ConfigNumber() > 0) DelConfig(ConfigName(0).c_str()); }
+    static void Clear()
+    {
+        while (ConfigNumber() > 0) DelConfig(ConfigName(0).c_str());
+    }
 };
 
 TEST_F(ConfigStore, StringsAndBlocksAreKeptUnderTypesOfTheirOwnAndFoundOnlyByTheirOwnQuery)

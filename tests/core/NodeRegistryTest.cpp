@@ -50,11 +50,11 @@ TEST(NodeRegistry, CallersRegisterTypesOnceAndEveryCallWritesItsTraceLine)
     UnRegisterNodeType("CTestNullNode");
     UnRegisterNodeType("CTestNeverRegistered");
     EXPECT_EQ(CreateNode("CTestCubeNode"), nullptr);
-    EXPECT_EQ(recording.Texts(), (std::vector<std::string>{
-                                     "Register node type CTestCubeNode\n", "Register node type CBaseNode\n",
-                                     "Register node type CTestNullNode\n", "Unregister node type CTestCubeNode\n",
-                                     "Unregister node type CTestNullNode\n",
-                                     "Unregister node type CTestNeverRegistered\n"}));
+    EXPECT_EQ(recording.Texts(),
+              (std::vector<std::string>{"Register node type CTestCubeNode\n", "Register node type CBaseNode\n",
+                                        "Register node type CTestNullNode\n", "Unregister node type CTestCubeNode\n",
+                                        "Unregister node type CTestNullNode\n",
+                                        "Unregister node type CTestNeverRegistered\n"}));
     EXPECT_EQ(recording.Lines().front(), "output 0 0 Register node type CTestCubeNode\n");
 }
 

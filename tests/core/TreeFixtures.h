@@ -35,8 +35,12 @@ inline NameList WalkNames(CTree& tree, CTree::TRAVEL_ORDER order)
 // its letter and held by the tree's reference on R.
 struct StandardTree {
     explicit StandardTree(CBaseNode* (*make)() = &CBaseNode::Create)
-        : r(Named("R", make())), a(Named("A", make())), a1(Named("A1", make())), a2(Named("A2", make())),
-          b(Named("B", make())), tree(r)
+        : r(Named("R", make())),
+          a(Named("A", make())),
+          a1(Named("A1", make())),
+          a2(Named("A2", make())),
+          b(Named("B", make())),
+          tree(r)
     {
         r->AppendChild(a);
         r->AppendChild(b);

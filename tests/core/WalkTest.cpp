@@ -15,7 +15,10 @@ namespace {
 
 using namespace brell::test;
 
-struct Visits { std::string stopAt; NameList names; };
+struct Visits {
+    std::string stopAt;
+    NameList names;
+};
 
 // Records each visit; stops at the node named stopAt. The value is always 42.
 int RecordVisit(CBaseNode* node, int value, void* data)
@@ -107,7 +110,9 @@ TEST(DisplayTree, ListsEachNodeWithMarkersIndentsAndPositionsAndNamesUnchanged)
     DisplayTree(nullptr);
     DisplayTree(s.tree);
     EXPECT_EQ(recording.Texts(), (NameList{
-                                     "\x81\xA5" "R" + tail(s.r, 0),
+                                     "\x81\xA5"
+                                     "R" +
+                                         tail(s.r, 0),
                                      "  " + tee + "1: A" + tail(s.a, 1),
                                      "  " + bar + tee + "1: A1" + tail(s.a1, 0),
                                      "  " + bar + corner + "2: <Noname> " + tail(s.a2, 0),

@@ -56,9 +56,8 @@ TEST_F(Diagnostics, ErrorsWarningsAndTracesCarryTheirLevels)
     diag::SetDebugLevel(60);
     diag::DebugTrace("at %d\n", 60);
     EXPECT_EQ(diag::GetDebugLevel(), 60);
-    EXPECT_EQ(recording.Lines(), (std::vector<std::string>{"open 0", "output 0 -2 error 5\n",
-                                                           "output 0 -1 warning w\n", "output 0 0 trace\n",
-                                                           "output 0 60 at 60\n"}));
+    EXPECT_EQ(recording.Lines(), (std::vector<std::string>{"open 0", "output 0 -2 error 5\n", "output 0 -1 warning w\n",
+                                                           "output 0 0 trace\n", "output 0 60 at 60\n"}));
 }
 
 TEST_F(Diagnostics, OutputLibraryIsLoadedOnceAndClosedAtShutDown)

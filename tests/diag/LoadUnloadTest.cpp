@@ -67,9 +67,10 @@ TEST(WithRecordingOutput, RegistrationsArriveOnChannelZeroAtLevelZeroInTableOrde
     EXPECT_EQ(recording.Lines(), Concat({{"load", "open 0"}, TraceLines("Register node type ")}));
 
     ASSERT_EQ(dlclose(library), 0);
-    EXPECT_EQ(recording.Lines(),
-              Concat({{"load", "open 0"}, TraceLines("Register node type "), TraceLines("Unregister node type "),
-                      {"close 0", "unload"}}));
+    EXPECT_EQ(recording.Lines(), Concat({{"load", "open 0"},
+                                         TraceLines("Register node type "),
+                                         TraceLines("Unregister node type "),
+                                         {"close 0", "unload"}}));
 }
 
 TEST(WithoutOutputLibrary, LoadingAndUnloadingSucceed)

@@ -40,16 +40,24 @@ void ExpectVector(const CVector_3<double>& actual, double x, double y, double z)
 
 TEST(ArrayCapacity, FollowsTheGrowthAndShrinkRules)
 {
-    struct Case { const char* rule; int initialCount; int (*operation)(CArrayDataStore<int>&); int count, capacity; };
+    struct Case {
+        const char* rule;
+        int initialCount;
+        int (*operation)(CArrayDataStore<int>&);
+        int count, capacity;
+    };
     const Case cases[] = {
         {"reserving 1 on an empty array gives 512", 0, [](auto& a) { return a.Reserve(1); }, 0, 512},
         {"reserving 513 gives 1024", 0, [](auto& a) { return a.Reserve(513); }, 0, 1024},
         {"reserving 0 changes nothing", 0, [](auto& a) { return a.Reserve(0); }, 0, 0},
         {"reserving a negative count changes nothing", 0, [](auto& a) { return a.Reserve(-7); }, 0, 0},
         {"inserting past the end grows to the gap", 5, [](auto& a) { return a.Insert(1000, 1); }, 1001, 1024},
-        {"deleting to 1100 of 5120 keeps the buffer (4020 spare)", 5120, [](auto& a) { return a.Delete(1100, 5000); }, 1100, 5120},
-        {"deleting to 1024 of 5120 keeps the buffer (4096 spare)", 5120, [](auto& a) { return a.Delete(1024, 5000); }, 1024, 5120},
-        {"deleting to 1023 of 5120 shrinks to 1024 (4097 spare)", 5120, [](auto& a) { return a.Delete(1023, 5000); }, 1023, 1024},
+        {"deleting to 1100 of 5120 keeps the buffer (4020 spare)", 5120, [](auto& a) { return a.Delete(1100, 5000); },
+         1100, 5120},
+        {"deleting to 1024 of 5120 keeps the buffer (4096 spare)", 5120, [](auto& a) { return a.Delete(1024, 5000); },
+         1024, 5120},
+        {"deleting to 1023 of 5120 shrinks to 1024 (4097 spare)", 5120, [](auto& a) { return a.Delete(1023, 5000); },
+         1023, 1024},
         {"deleting to 1025 of 5200 shrinks to 1088", 5200, [](auto& a) { return a.Delete(1025, 5000); }, 1025, 1088},
         {"deleting everything shrinks to 64", 5120, [](auto& a) { return a.Delete(0, 5120); }, 0, 64},
     };
@@ -83,7 +91,8 @@ TEST(MatrixCapacity, GrowsBy1024RowsAndShrinksBy64RowsWithNoMinimum)
 TEST(AllocationFailure, LeavesTheStoreUnchangedAndReturnsZero)
 {
     auto array = Store<uint8_t>({1, 2, 3, 4, 5});
-    EXPECT_EQ(array->Reserve(INT_MAX) + array->Append(INT_MAX) + array->Insert(2, INT_MAX) + array->Insert(INT_MAX, 1), 0);
+    EXPECT_EQ(array->Reserve(INT_MAX) + array->Append(INT_MAX) + array->Insert(2, INT_MAX) + array->Insert(INT_MAX, 1),
+              0);
     EXPECT_EQ(array->Number(), 5);
     EXPECT_EQ(array->Capacity(), 512);
 
@@ -188,7 +197,8 @@ TEST(StoreBlocks, EachStoreWritesItsCountsThenItsItemsAndReadsThemBack)
     polygonSource.rows = {{{7, 8, 9, 0}, 3}, {{1, 2, 3, 4}, 4}, {{0, 0, 0, 0}, 0}};
     ASSERT_EQ(polygons.Assign(polygonSource), 1);
     polygonReader.rows.resize(10);
-    ExpectBlock(polygons, polygonReader, Bytes().I32(3).I32(3).I32(7).I32(8).I32(9).I32(4).I32(1).I32(2).I32(3).I32(4).I32(0));
+    ExpectBlock(polygons, polygonReader,
+                Bytes().I32(3).I32(3).I32(7).I32(8).I32(9).I32(4).I32(1).I32(2).I32(3).I32(4).I32(0));
 
     CLineDataStore<CVector_3<double>> lineSource, lines, lineReader;
     lineSource.lines = {{{1.0, 2.0, 0.5}}, {}};

@@ -9,8 +9,7 @@
 // little-endian and unaligned. Fields go through these cursors, which copy with
 // memcpy so that any byte offset is safe. Item arrays are written as their
 // in-memory images, which are the block images only on a little-endian host.
-static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
-              "block layouts assume a little-endian host");
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "block layouts assume a little-endian host");
 
 namespace brell {
 

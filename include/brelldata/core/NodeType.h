@@ -16,24 +16,33 @@
 // memory runs out). The definitions stay out of line so that the type names
 // live in the library that defines the class, which can then be unloaded.
 // BRELL_NODE_TYPE leaves the class body in public access.
-#define BRELL_NODE_TYPE(Class, Base)                                 \
-public:                                                              \
-    static const std::string& TypeId();                              \
-    static const std::string& BaseTypeId();                          \
-    const std::string& Type() const override;                        \
-    int IsKindOf(const std::string& name) const override;            \
+#define BRELL_NODE_TYPE(Class, Base)                      \
+public:                                                   \
+    static const std::string& TypeId();                   \
+    static const std::string& BaseTypeId();               \
+    const std::string& Type() const override;             \
+    int IsKindOf(const std::string& name) const override; \
     static CBaseNode* Create();
 
-#define BRELL_NODE_TYPE_DEFINE(Class, Base)                          \
-    const std::string& Class::TypeId()                               \
-    {                                                                \
-        static const std::string id(#Class);                         \
-        return id;                                                   \
-    }                                                                \
-    const std::string& Class::BaseTypeId() { return Base::TypeId(); } \
-    const std::string& Class::Type() const { return TypeId(); }      \
-    int Class::IsKindOf(const std::string& name) const               \
-    {                                                                \
-        return name == TypeId() ? 1 : Base::IsKindOf(name);          \
-    }                                                                \
-    CBaseNode* Class::Create() { return new (std::nothrow) Class(); }
+#define BRELL_NODE_TYPE_DEFINE(Class, Base)                 \
+    const std::string& Class::TypeId()                      \
+    {                                                       \
+        static const std::string id(#Class);                \
+        return id;                                          \
+    }                                                       \
+    const std::string& Class::BaseTypeId()                  \
+    {                                                       \
+        return Base::TypeId();                              \
+    }                                                       \
+    const std::string& Class::Type() const                  \
+    {                                                       \
+        return TypeId();                                    \
+    }                                                       \
+    int Class::IsKindOf(const std::string& name) const      \
+    {                                                       \
+        return name == TypeId() ? 1 : Base::IsKindOf(name); \
+    }                                                       \
+    CBaseNode* Class::Create()                              \
+    {                                                       \
+        return new (std::nothrow) Class();                  \
+    }

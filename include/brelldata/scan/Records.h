@@ -49,8 +49,7 @@ static_assert(sizeof(CVector_3<double>) == 24 && offsetof(CVector_3<double>, y) 
 static_assert(sizeof(CVector_3<float>) == 12 && offsetof(CVector_3<float>, y) == 4 &&
               offsetof(CVector_3<float>, z) == 8);
 static_assert(sizeof(CVector_2<float>) == 8 && offsetof(CVector_2<float>, y) == 4);
-static_assert(sizeof(RGBA) == 4 && offsetof(RGBA, g) == 1 && offsetof(RGBA, b) == 2 &&
-              offsetof(RGBA, a) == 3);
+static_assert(sizeof(RGBA) == 4 && offsetof(RGBA, g) == 1 && offsetof(RGBA, b) == 2 && offsetof(RGBA, a) == 3);
 static_assert(sizeof(BEZIER_POINT3D) == 80 && offsetof(BEZIER_POINT3D, tag) == 72);
 
 static_assert(std::is_trivially_copyable_v<VERTEX> && std::is_trivially_copyable_v<CVector_3<double>> &&

@@ -48,12 +48,6 @@ public:
         Bytes(&value, 4);
         return value;
     }
-    uint32_t UInt32()
-    {
-        uint32_t value;
-        Bytes(&value, 4);
-        return value;
-    }
     void Bytes(void* data, size_t size)
     {
         if (size != 0) std::memcpy(data, cursor_, size);

@@ -12,6 +12,7 @@
 #include <brelldata/core/RefNode.h>
 #include <brelldata/core/Tree.h>
 #include <brelldata/core/Walk.h>
+#include <brelldata/platform/DApi.h>
 #include <brelldata/scan/DataStore.h>
 #include <brelldata/scan/Normal.h>
 #include <brelldata/scan/Records.h>

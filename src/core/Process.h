@@ -7,6 +7,7 @@
 
 #include <brelldata/core/Attribute.h>
 #include <brelldata/core/NodeRegistry.h>
+#include <brelldata/platform/DApi.h>
 
 #include <map>
 #include <string>
@@ -17,6 +18,7 @@ struct ProcessState {
     diag::DiagnosticState diagnostics;
     std::map<std::string, NodeFactory, std::less<>> nodeTypes;
     CStandardAttribute configuration;
+    CDApiManager procedures;
 };
 
 ProcessState& Process();

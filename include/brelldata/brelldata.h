@@ -14,5 +14,8 @@
 #include <brelldata/core/Walk.h>
 #include <brelldata/platform/DApi.h>
 #include <brelldata/scan/DataStore.h>
+#include <brelldata/scan/LineNodes.h>
+#include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/Normal.h>
+#include <brelldata/scan/ObjectNodes.h>
 #include <brelldata/scan/Records.h>

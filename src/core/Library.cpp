@@ -7,6 +7,9 @@
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/NodeRegistry.h>
 #include <brelldata/core/RefNode.h>
+#include <brelldata/scan/LineNodes.h>
+#include <brelldata/scan/ModelNodes.h>
+#include <brelldata/scan/ObjectNodes.h>
 
 #include <iterator>
 
@@ -27,8 +30,19 @@ constexpr NodeTypeEntry Entry()
 // The library's own node types, registered in this order at start-up and
 // unregistered in the same order at shut-down.
 const NodeTypeEntry kLibraryNodeTypes[] = {
+    // node core
     Entry<CBaseNode>(),
     Entry<CRefNode>(),
+    // scan data
+    Entry<CObjectNode>(),
+    Entry<CElementNode>(),
+    Entry<CLodNode>(),
+    Entry<CModelNode>(),
+    Entry<CMeshNode>(),
+    Entry<CLinearLineNode>(),
+    Entry<CBezierLineNode>(),
+    Entry<CCharLineNode>(),
+    Entry<CImageNode>(),
 };
 
 // The process state is a member, so it is complete before the constructor

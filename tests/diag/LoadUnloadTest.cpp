@@ -15,7 +15,10 @@ namespace {
 using brell::test::Recording;
 
 // The library's node types in registration order.
-const std::vector<std::string> kNodeTypes = {"CBaseNode", "CRefNode"};
+const std::vector<std::string> kNodeTypes = {
+    "CBaseNode", "CRefNode",        "CObjectNode",     "CElementNode",  "CLodNode",   "CModelNode",
+    "CMeshNode", "CLinearLineNode", "CBezierLineNode", "CCharLineNode", "CImageNode",
+};
 
 std::vector<std::string> TraceLines(const char* format)
 {

@@ -12,6 +12,11 @@
 #include <brelldata/core/RefNode.h>
 #include <brelldata/core/Tree.h>
 #include <brelldata/core/Walk.h>
+#include <brelldata/geo/GeoBaseNode.h>
+#include <brelldata/geo/GroupNodes.h>
+#include <brelldata/geo/LightCameraNodes.h>
+#include <brelldata/geo/MeshNodes.h>
+#include <brelldata/geo/VertexNodes.h>
 #include <brelldata/platform/DApi.h>
 #include <brelldata/scan/DataStore.h>
 #include <brelldata/scan/Normal.h>

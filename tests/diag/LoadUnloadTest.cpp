@@ -15,7 +15,27 @@ namespace {
 using brell::test::Recording;
 
 // The library's node types in registration order.
-const std::vector<std::string> kNodeTypes = {"CBaseNode", "CRefNode"};
+const std::vector<std::string> kNodeTypes = {
+    "CBaseNode",
+    "CRefNode",
+    "CGeoBaseNode",
+    "CGeoRefNode",
+    "CGeoSwitchNode",
+    "CGeoModeNode",
+    "CGeoLightNode",
+    "CGeoCameraNode",
+    "CGeoVertexNode",
+    "CGeoPointNode",
+    "CGeoLineNode",
+    "CGeoPolygonNode",
+    "CGeoNormalNode",
+    "CGeoPolyWireNode",
+    "CGeoVertexNormalNode",
+    "CGeoWireFrameNode",
+    "CGeoPolygonRefNode",
+    "CGeoPolyShadeRefNode",
+    "CGeoPolyWireRefNode",
+};
 
 std::vector<std::string> TraceLines(const char* format)
 {

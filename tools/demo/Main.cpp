@@ -14,5 +14,7 @@ int main()
     ShowTrees();
     std::puts("== Shared data stores and normals");
     ShowPointCloud();
+    std::puts("== Geometry nodes drawn through the procedure directory");
+    ShowGeometry();
     return 0;
 }

@@ -2,6 +2,8 @@
 
 // The whole public interface of BrellData.
 
+#include <brelldata/camera/CameraData.h>
+#include <brelldata/camera/KameraData.h>
 #include <brelldata/core/Attribute.h>
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/Block.h>
@@ -12,6 +14,7 @@
 #include <brelldata/core/RefNode.h>
 #include <brelldata/core/Tree.h>
 #include <brelldata/core/Walk.h>
+#include <brelldata/platform/Archive.h>
 #include <brelldata/scan/DataStore.h>
 #include <brelldata/scan/Normal.h>
 #include <brelldata/scan/Records.h>

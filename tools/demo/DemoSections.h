@@ -4,3 +4,4 @@
 void ShowNodes();
 void ShowTrees();
 void ShowPointCloud();
+void ShowCameraFiles();

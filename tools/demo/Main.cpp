@@ -14,5 +14,7 @@ int main()
     ShowTrees();
     std::puts("== Shared data stores and normals");
     ShowPointCloud();
+    std::puts("== Camera data files of both layouts");
+    ShowCameraFiles();
     return 0;
 }

@@ -2,6 +2,8 @@
 
 // The whole public interface of BrellData.
 
+#include <brelldata/camera/CameraData.h>
+#include <brelldata/camera/KameraData.h>
 #include <brelldata/core/Attribute.h>
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/Block.h>
@@ -17,6 +19,7 @@
 #include <brelldata/geo/LightCameraNodes.h>
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/geo/VertexNodes.h>
+#include <brelldata/platform/Archive.h>
 #include <brelldata/platform/DApi.h>
 #include <brelldata/scan/DataStore.h>
 #include <brelldata/scan/Normal.h>

@@ -5,3 +5,4 @@ void ShowNodes();
 void ShowTrees();
 void ShowPointCloud();
 void ShowGeometry();
+void ShowCameraFiles();

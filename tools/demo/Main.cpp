@@ -16,5 +16,7 @@ int main()
     ShowPointCloud();
     std::puts("== Geometry nodes drawn through the procedure directory");
     ShowGeometry();
+    std::puts("== Camera data files of both layouts");
+    ShowCameraFiles();
     return 0;
 }

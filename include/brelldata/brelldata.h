@@ -12,6 +12,9 @@
 #include <brelldata/core/RefNode.h>
 #include <brelldata/core/Tree.h>
 #include <brelldata/core/Walk.h>
+#include <brelldata/platform/DataManager.h>
 #include <brelldata/scan/DataStore.h>
 #include <brelldata/scan/Normal.h>
 #include <brelldata/scan/Records.h>
+#include <brelldata/shared/NameList.h>
+#include <brelldata/shared/SharedObjects.h>

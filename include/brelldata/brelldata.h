@@ -13,6 +13,7 @@
 #include <brelldata/core/Tree.h>
 #include <brelldata/core/Walk.h>
 #include <brelldata/platform/DataManager.h>
+#include <brelldata/platform/Region.h>
 #include <brelldata/scan/DataStore.h>
 #include <brelldata/scan/Normal.h>
 #include <brelldata/scan/Records.h>

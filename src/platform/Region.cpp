@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cstddef>
 #include <utility>
 #include <vector>
 
@@ -80,10 +81,16 @@ int Kind(const RegionData& region)
 
 using RectIt = std::vector<RECT>::const_iterator;
 
-// The end of the band that starts at first.
+// The end of the band that starts at first, found by galloping so that it
+// costs the logarithm of the band's size, not of the region's.
 RectIt BandEnd(RectIt first, RectIt end)
 {
-    return std::find_if(first, end, [top = first->top](const RECT& r) { return r.top != top; });
+    const int32_t top = first->top;
+    RectIt inBand = first;
+    ptrdiff_t step = 1;
+    for (; end - inBand > step && (inBand + step)->top == top; step *= 2) inBand += step;
+    const RectIt limit = end - inBand > step ? inBand + step : end;
+    return std::partition_point(inBand, limit, [top](const RECT& r) { return r.top == top; });
 }
 
 // The spans of a region on the rows from y down, where no band of it starts
@@ -277,7 +284,7 @@ int PtInRegion(HRGN region, int x, int y)
     const auto& rects = region->rects;
     auto band = std::partition_point(rects.begin(), rects.end(), [y](const RECT& r) { return r.bottom <= y; });
     if (band->top > y) return 0;
-    auto bandEnd = std::partition_point(band, rects.end(), [y](const RECT& r) { return r.top <= y; });
+    const auto bandEnd = BandEnd(band, rects.end());
     auto hit = std::partition_point(band, bandEnd, [x](const RECT& r) { return r.right <= x; });
     return hit != bandEnd && hit->left <= x ? 1 : 0;
 }

@@ -4,3 +4,5 @@
 void ShowNodes();
 void ShowTrees();
 void ShowPointCloud();
+void ShowSharedObjects();
+void ShowRegions();

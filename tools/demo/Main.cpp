@@ -14,5 +14,9 @@ int main()
     ShowTrees();
     std::puts("== Shared data stores and normals");
     ShowPointCloud();
+    std::puts("== Trees and name lists kept by name in a data manager");
+    ShowSharedObjects();
+    std::puts("== A region made from a path");
+    ShowRegions();
     return 0;
 }

@@ -1,8 +1,8 @@
 #include <brelldata/platform/Region.h>
 
 #include <algorithm>
-#include <climits>
 #include <cstddef>
+#include <cstdint>
 #include <utility>
 #include <vector>
 
@@ -220,8 +220,15 @@ std::vector<RECT> FillEvenOdd(const std::vector<DeviceContextData::Figure>& figu
             else
                 bounds.insert(bounds.end(), {starts[i], starts[i + 1]});
         }
-        builder.Add(static_cast<int32_t>(y), static_cast<int32_t>(y + 1), bounds);
-        ++y;
+        // Rows up to the next edge's start or end are alike when every edge
+        // on them is vertical, so axis-aligned paths cost no row-by-row scan.
+        int64_t alike = y + 1;
+        if (std::all_of(active.begin(), active.end(), [](const Edge* e) { return e->dx == 0; })) {
+            alike = next < edges.size() ? edges[next].y0 : INT64_MAX;
+            for (const Edge* e : active) alike = std::min(alike, e->y0 + e->dy);
+        }
+        builder.Add(static_cast<int32_t>(y), static_cast<int32_t>(alike), bounds);
+        y = alike;
         active.erase(std::remove_if(active.begin(), active.end(), [y](const Edge* e) { return e->y0 + e->dy <= y; }),
                      active.end());
     }

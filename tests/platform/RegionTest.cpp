@@ -123,12 +123,14 @@ TEST(RegionCombine, NullRegionsAndUnknownModesAreErrorsThatChangeNothing)
     DeleteObject(destination);
 }
 
-TEST(PathRegion, ConcaveStarAndSeveralFigurePathsFillByTheEvenOddRule)
+TEST(PathRegion, ConcaveStarAxisAlignedAndSeveralFigurePathsFillByTheEvenOddRule)
 {
     const Figure concave{{2, 2}, {30, 5}, {14, 14}, {31, 27}, {3, 30}, {9, 15}};
     const Figure pentagram{{50, 10}, {74, 82}, {12, 38}, {88, 38}, {26, 82}};
     const Figure triangle{{0, 0}, {20, 40}, {35, 3}};
-    const std::vector<std::vector<Figure>> paths{{concave}, {pentagram}, {concave, triangle}};
+    const Figure notch{{40, 0}, {60, 0}, {60, 30}, {54, 30}, {54, 8}, {46, 8}, {46, 30}, {40, 30}};
+    const std::vector<std::vector<Figure>> paths{
+        {concave}, {pentagram}, {concave, triangle}, {notch}, {notch, pentagram}};
     for (const auto& figures : paths) {
         CDC dc;
         HRGN region = RegionOfPath(dc, figures);
@@ -143,14 +145,25 @@ TEST(PathRegion, ConcaveStarAndSeveralFigurePathsFillByTheEvenOddRule)
     DeleteObject(star);
 }
 
-TEST(PathRegion, ARectanglePathCoversItsPixelsExactly)
+TEST(PathRegion, RectanglePathsCoverTheirPixelsExactlyWithin27BitCoordinates)
 {
-    CDC dc;
-    HRGN region = RegionOfPath(dc, {{{0, 0}, {10, 0}, {10, 10}, {0, 10}}});
-    RECT box{};
-    EXPECT_EQ(GetRgnBox(region, &box), SIMPLEREGION);
-    EXPECT_EQ((std::vector<int>{box.left, box.top, box.right, box.bottom}), (std::vector<int>{0, 0, 10, 10}));
-    DeleteObject(region);
+    const int far = 1 << 30, limit = (1 << 27) - 1;
+    struct Case {
+        Figure figure;
+        std::vector<int> box;
+    };
+    const Case cases[] = {
+        {{{0, 0}, {10, 0}, {10, 10}, {0, 10}}, {0, 0, 10, 10}},
+        {{{-far, -far}, {far, -far}, {far, far}, {-far, far}}, {-limit, -limit, limit, limit}},
+    };
+    for (const Case& c : cases) {
+        CDC dc;
+        HRGN region = RegionOfPath(dc, {c.figure});
+        RECT box{};
+        EXPECT_EQ(GetRgnBox(region, &box), SIMPLEREGION);
+        EXPECT_EQ((std::vector<int>{box.left, box.top, box.right, box.bottom}), c.box);
+        DeleteObject(region);
+    }
 }
 
 TEST(PathRegion, OnlyAClosedPathGivesARegionAndIsConsumed)

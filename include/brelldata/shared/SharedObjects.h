@@ -20,7 +20,8 @@ BRELL_API CTree* CreateTree(CDataManager* manager, const char* name);
 // another kind of object.
 BRELL_API CTree* GetTree(CDataManager* manager, const char* name);
 // Takes the name out of the manager, whose owner report ends the tree; 1
-// whatever was there.
+// whatever was there. Meant for names that hold trees: an unowned object
+// under the name (a name list included) leaves the manager undeleted.
 BRELL_API int FreeTree(CDataManager* manager, const char* name);
 
 // A new empty list registered under name (no look-up first, no owner); null

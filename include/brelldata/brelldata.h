@@ -21,6 +21,10 @@
 #include <brelldata/geo/VertexNodes.h>
 #include <brelldata/platform/Archive.h>
 #include <brelldata/platform/DApi.h>
+#include <brelldata/platform/DataManager.h>
+#include <brelldata/platform/Region.h>
 #include <brelldata/scan/DataStore.h>
 #include <brelldata/scan/Normal.h>
 #include <brelldata/scan/Records.h>
+#include <brelldata/shared/NameList.h>
+#include <brelldata/shared/SharedObjects.h>

@@ -6,3 +6,5 @@ void ShowTrees();
 void ShowPointCloud();
 void ShowGeometry();
 void ShowCameraFiles();
+void ShowSharedObjects();
+void ShowRegions();

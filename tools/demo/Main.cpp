@@ -18,5 +18,9 @@ int main()
     ShowGeometry();
     std::puts("== Camera data files of both layouts");
     ShowCameraFiles();
+    std::puts("== Trees and name lists kept by name in a data manager");
+    ShowSharedObjects();
+    std::puts("== A region made from a path");
+    ShowRegions();
     return 0;
 }

@@ -18,6 +18,7 @@
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/geo/LightCameraNodes.h>
 #include <brelldata/geo/MeshNodes.h>
+#include <brelldata/geo/OverlayNodes.h>
 #include <brelldata/geo/VertexNodes.h>
 #include <brelldata/platform/Archive.h>
 #include <brelldata/platform/DApi.h>

@@ -15,6 +15,12 @@ uint64_t AllocationCount()
     return allocations;
 }
 
+void ReportAllocations(benchmark::State& state, uint64_t before)
+{
+    state.counters["allocs/call"] =
+        benchmark::Counter(static_cast<double>(AllocationCount() - before), benchmark::Counter::kAvgIterations);
+}
+
 void* operator new(std::size_t size)
 {
     ++allocations;

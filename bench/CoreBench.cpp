@@ -26,12 +26,6 @@ BRELL_NODE_TYPE_DEFINE(CBenchDNode, CBenchCNode)
 
 namespace {
 
-void ReportAllocations(benchmark::State& state, uint64_t before)
-{
-    state.counters["allocs/call"] =
-        benchmark::Counter(static_cast<double>(AllocationCount() - before), benchmark::Counter::kAvgIterations);
-}
-
 void BM_IsKindOfFiveClassChain(benchmark::State& state)
 {
     CBenchDNode node;

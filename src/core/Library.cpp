@@ -7,6 +7,9 @@
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/NodeRegistry.h>
 #include <brelldata/core/RefNode.h>
+#include <brelldata/geo/GroupNodes.h>
+#include <brelldata/geo/LightCameraNodes.h>
+#include <brelldata/geo/MeshNodes.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
@@ -43,6 +46,24 @@ const NodeTypeEntry kLibraryNodeTypes[] = {
     Entry<CBezierLineNode>(),
     Entry<CCharLineNode>(),
     Entry<CImageNode>(),
+    // geometry
+    Entry<CGeoBaseNode>(),
+    Entry<CGeoRefNode>(),
+    Entry<CGeoSwitchNode>(),
+    Entry<CGeoModeNode>(),
+    Entry<CGeoLightNode>(),
+    Entry<CGeoCameraNode>(),
+    Entry<CGeoVertexNode>(),
+    Entry<CGeoPointNode>(),
+    Entry<CGeoLineNode>(),
+    Entry<CGeoPolygonNode>(),
+    Entry<CGeoNormalNode>(),
+    Entry<CGeoPolyWireNode>(),
+    Entry<CGeoVertexNormalNode>(),
+    Entry<CGeoWireFrameNode>(),
+    Entry<CGeoPolygonRefNode>(),
+    Entry<CGeoPolyShadeRefNode>(),
+    Entry<CGeoPolyWireRefNode>(),
 };
 
 // The process state is a member, so it is complete before the constructor

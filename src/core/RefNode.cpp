@@ -1,4 +1,5 @@
 #include <brelldata/core/RefNode.h>
+#include <brelldata/geo/GroupNodes.h>
 
 #include <cinttypes>
 #include <cstdint>
@@ -24,5 +25,6 @@ CBaseNode* CRefNode::Reference()
 {
     if (target_ == nullptr) return nullptr;
     if (target_->IsKindOf(TypeId())) return static_cast<CRefNode*>(target_)->Reference();
+    if (target_->IsKindOf(CGeoRefNode::TypeId())) return static_cast<CGeoRefNode*>(target_)->Reference();
     return target_;
 }

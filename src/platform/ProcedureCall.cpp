@@ -7,10 +7,10 @@
 
 namespace brell {
 
-int CallProcedure(const char* kind, std::initializer_list<std::string_view> namePieces, void* node, void* argument)
+int CallProcedure(const char* kind, std::initializer_list<const char*> namePieces, void* node, void* argument)
 {
     size_t length = 0;
-    for (std::string_view piece : namePieces) length += piece.size();
+    for (const char* piece : namePieces) length += piece != nullptr ? std::strlen(piece) : 0;
 
     char onStack[320];
     std::string onHeap;
@@ -20,9 +20,10 @@ int CallProcedure(const char* kind, std::initializer_list<std::string_view> name
         name = onHeap.data();
     }
     char* end = name;
-    for (std::string_view piece : namePieces) {
-        if (!piece.empty()) std::memcpy(end, piece.data(), piece.size());
-        end += piece.size();
+    for (const char* piece : namePieces) {
+        const size_t size = piece != nullptr ? std::strlen(piece) : 0;
+        if (size != 0) std::memcpy(end, piece, size);
+        end += size;
     }
     *end = '\0';
 

@@ -16,8 +16,34 @@ using brell::test::Recording;
 
 // The library's node types in registration order.
 const std::vector<std::string> kNodeTypes = {
-    "CBaseNode", "CRefNode",        "CObjectNode",     "CElementNode",  "CLodNode",   "CModelNode",
-    "CMeshNode", "CLinearLineNode", "CBezierLineNode", "CCharLineNode", "CImageNode",
+    "CBaseNode",
+    "CRefNode",
+    "CObjectNode",
+    "CElementNode",
+    "CLodNode",
+    "CModelNode",
+    "CMeshNode",
+    "CLinearLineNode",
+    "CBezierLineNode",
+    "CCharLineNode",
+    "CImageNode",
+    "CGeoBaseNode",
+    "CGeoRefNode",
+    "CGeoSwitchNode",
+    "CGeoModeNode",
+    "CGeoLightNode",
+    "CGeoCameraNode",
+    "CGeoVertexNode",
+    "CGeoPointNode",
+    "CGeoLineNode",
+    "CGeoPolygonNode",
+    "CGeoNormalNode",
+    "CGeoPolyWireNode",
+    "CGeoVertexNormalNode",
+    "CGeoWireFrameNode",
+    "CGeoPolygonRefNode",
+    "CGeoPolyShadeRefNode",
+    "CGeoPolyWireRefNode",
 };
 
 std::vector<std::string> TraceLines(const char* format)

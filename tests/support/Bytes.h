@@ -2,7 +2,7 @@
 
 // Builds expected blocks byte by byte, independently of the library's own
 // block writer: 32-bit integers little-endian, strings as length plus 1, the
-// characters and a zero byte.
+// characters and a zero byte; camera header fields big-endian.
 
 #include <cstdint>
 #include <cstring>
@@ -43,6 +43,19 @@ public:
         uint32_t bits;
         std::memcpy(&bits, &value, 4);
         return I32(bits);
+    }
+    Bytes& Be16(uint16_t value) { return Raw({static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)}); }
+    Bytes& Be32(uint32_t value) { return Be16(static_cast<uint16_t>(value >> 16)).Be16(static_cast<uint16_t>(value)); }
+    Bytes& BeF32(float value)
+    {
+        uint32_t bits;
+        std::memcpy(&bits, &value, 4);
+        return Be32(bits);
+    }
+    Bytes& Fill(size_t count, uint8_t value)
+    {
+        data_.insert(data_.end(), count, value);
+        return *this;
     }
     // One attribute entry: name, reserved word, size, type, then the value bytes.
     Bytes& Attribute(const std::string& name, int32_t reserved, int32_t type, const Bytes& value)

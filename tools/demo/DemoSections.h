@@ -4,3 +4,8 @@
 void ShowNodes();
 void ShowTrees();
 void ShowPointCloud();
+void ShowGeometry();
+void ShowOverlays();
+void ShowCameraFiles();
+void ShowSharedObjects();
+void ShowRegions();

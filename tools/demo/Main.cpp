@@ -14,5 +14,15 @@ int main()
     ShowTrees();
     std::puts("== Shared data stores and normals");
     ShowPointCloud();
+    std::puts("== Geometry nodes drawn through the procedure directory");
+    ShowGeometry();
+    std::puts("== A 2-D overlay layer");
+    ShowOverlays();
+    std::puts("== Camera data files of both layouts");
+    ShowCameraFiles();
+    std::puts("== Trees and name lists kept by name in a data manager");
+    ShowSharedObjects();
+    std::puts("== A region made from a path");
+    ShowRegions();
     return 0;
 }

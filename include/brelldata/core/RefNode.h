@@ -20,8 +20,8 @@ public:
 
     // Replaces the target; no counting, no checks.
     void SetRefNode(CBaseNode* target) { target_ = target; }
-    // The node finally meant: chains of reference nodes are followed to their
-    // end; null without a target. A chain must not lead back to itself.
+    // The node finally meant: chains of CRefNode and CGeoRefNode are followed
+    // to their end; null without a target. A chain must not lead back to itself.
     CBaseNode* Reference();
 
 private:

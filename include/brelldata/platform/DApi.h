@@ -3,8 +3,11 @@
 #include <brelldata/core/Export.h>
 
 #include <cstdint>
-#include <map>
+#include <memory>
 #include <string>
+#include <string_view>
+#include <unordered_map>
+#include <vector>
 
 // The procedure directory: draw and geometry procedures that the host
 // registers by kind ("DrawProc", "GeoProc") and name, and that the library
@@ -28,9 +31,21 @@ public:
     int Unregister(const char* kind, const char* name);
 
 private:
-    // Map nodes never move, so an item pointer stays valid until that
-    // procedure is unregistered.
-    std::map<std::string, std::map<std::string, CDApiItem, std::less<>>, std::less<>> kinds_;
+    struct Procedure {
+        std::unique_ptr<const std::string> name;  // the table's key views it
+        CDApiItem item;
+    };
+    // Hashed by name, looked up by view, so a lookup allocates nothing. Table
+    // nodes never move, so an item pointer stays valid until that procedure
+    // is unregistered.
+    using Table = std::unordered_map<std::string_view, Procedure>;
+    struct Kind {
+        std::string name;
+        Table procedures;
+    };
+    Table* Find(const char* kind);
+
+    std::vector<Kind> kinds_;  // a few kinds, searched in turn
 };
 
 // The process's directory: exists, empty, from load to unload.

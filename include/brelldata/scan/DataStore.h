@@ -238,7 +238,9 @@ public:
         if (block == nullptr) return 0;
         brell::BlockReader reader(block);
         const int stored = reader.Int32();
-        if (stored < 0 || !ReserveElements(stored)) return 0;
+        if (stored < 0 || !reader.Fits(static_cast<uint64_t>(stored), sizeof(T), "store elements") ||
+            !ReserveElements(stored))
+            return 0;
         reader.Bytes(buffer_, static_cast<size_t>(stored) * sizeof(T));
         count_ = stored;
         return 1;
@@ -358,6 +360,7 @@ public:
         const int storedHeight = reader.Int32();
         const int storedWidth = reader.Int32();
         if (storedHeight < 0 || storedWidth < 1) return 0;
+        if (!reader.Fits(uint64_t(storedHeight) * uint64_t(storedWidth), sizeof(T), "matrix elements")) return 0;
         width = storedWidth;
         height = 0;
         if (!ReserveRowElements(storedHeight)) return 0;
@@ -485,7 +488,7 @@ public:
         if (block == nullptr) return 0;
         brell::BlockReader reader(block);
         const int number = reader.Int32();
-        if (number < 0) return 0;
+        if (number < 0 || !reader.Fits(static_cast<uint64_t>(number), 4, "polygon rows")) return 0;
         try {
             std::vector<CPolygon<T>> readRows;
             readRows.reserve(static_cast<size_t>(number));
@@ -572,12 +575,12 @@ public:
         if (block == nullptr) return 0;
         brell::BlockReader reader(block);
         const int number = reader.Int32();
-        if (number < 0) return 0;
+        if (number < 0 || !reader.Fits(static_cast<uint64_t>(number), 4, "lines")) return 0;
         try {
             std::vector<std::vector<T>> readLines(static_cast<size_t>(number));
             for (std::vector<T>& line : readLines) {
                 const int count = reader.Int32();
-                if (count < 0) return 0;
+                if (count < 0 || !reader.Fits(static_cast<uint64_t>(count), sizeof(T), "line items")) return 0;
                 line.resize(static_cast<size_t>(count));
                 reader.Bytes(line.data(), line.size() * sizeof(T));
             }

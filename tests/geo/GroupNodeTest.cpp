@@ -1,0 +1,207 @@
+// Switch, mode and geometry reference nodes, and searching for references.
+
+#include <brelldata/core/RefNode.h>
+#include <brelldata/core/Tree.h>
+#include <brelldata/core/Walk.h>
+#include <brelldata/geo/GroupNodes.h>
+#include <brelldata/geo/MeshNodes.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+std::vector<int> Enabled(CBaseNode& node)
+{
+    std::vector<int> flags;
+    for (unsigned int i = 0; i < node.GetChildNum(); ++i) flags.push_back(node.IsChildEnable(static_cast<int>(i)));
+    return flags;
+}
+
+struct Switch {
+    explicit Switch(int children)
+    {
+        node->AddRef();
+        for (int i = 0; i < children; ++i) node->AppendChild(new CGeoBaseNode);
+    }
+    ~Switch() { node->Release(); }
+    CGeoSwitchNode* node = new CGeoSwitchNode;
+};
+
+TEST(SwitchNode, FlagsFollowPositionsWithTheDefaultBeyondThem)
+{
+    Switch three(3);
+    EXPECT_EQ(three.node->Comment(), "Default: Enable <  >");
+    EXPECT_EQ(Enabled(*three.node), (std::vector<int>{1, 1, 1}));
+    three.node->SetDefault(0);
+    EXPECT_EQ(Enabled(*three.node), (std::vector<int>{0, 0, 0}));
+    three.node->SetDefault(1);
+    EXPECT_EQ(three.node->Enable(1, 0), 1);
+    EXPECT_EQ(three.node->Comment(), "Default: Enable < x-x >");
+    EXPECT_EQ(three.node->Enable(3, 0), 1);
+    three.node->DeleteFlag(0);
+    three.node->DeleteFlag(7);
+    EXPECT_EQ(three.node->flags, (std::vector<int>{0, 1}));
+
+    Switch five(5);
+    five.node->EnableOnly(2, 1);
+    EXPECT_EQ(Enabled(*five.node), (std::vector<int>{0, 0, 1, 0, 0}));
+    five.node->EnableOnly(2, 0);
+    EXPECT_EQ(Enabled(*five.node), (std::vector<int>{1, 1, 0, 1, 1}));
+
+    Switch two(2);
+    two.node->InsertFlag(0, 0);
+    two.node->InsertFlag(4, 0);
+    EXPECT_EQ(two.node->flags, (std::vector<int>{0, 1, 1}));
+    two.node->SetDefault(0);
+    Switch copy(0);
+    copy.node->Copy(two.node);
+    EXPECT_EQ(copy.node->Comment(), "Default: Disable < -xx >");
+}
+
+struct Mode {
+    Mode() { node->AddRef(); }
+    ~Mode() { node->Release(); }
+    CGeoModeNode* node = new CGeoModeNode;
+};
+
+std::vector<CBaseNode*> Children(CBaseNode& node)
+{
+    std::vector<CBaseNode*> children;
+    for (unsigned int i = 0; i < node.GetChildNum(); ++i) children.push_back(node.GetChild(i));
+    return children;
+}
+
+TEST(ModeNode, MembersKeepTheirOrderAndReplacedOnesAreReleased)
+{
+    Mode mode;
+    auto* other = new CGeoBaseNode;
+    auto* line = new CGeoBaseNode;
+    auto* normal = new CGeoBaseNode;
+    auto* point = new CGeoBaseNode;
+    mode.node->AppendChild(other);
+    EXPECT_EQ(mode.node->SetNormalNode(normal), 1);
+    EXPECT_EQ(mode.node->SetLineNode(line), 1);
+    EXPECT_EQ(mode.node->SetPointNode(point), 1);
+    EXPECT_EQ(Children(*mode.node), (std::vector<CBaseNode*>{other, point, line, normal}));
+    EXPECT_EQ(Enabled(*mode.node), (std::vector<int>{1, 0, 1, 0}));
+
+    point->AddRef();
+    EXPECT_EQ(mode.node->SetPointNode(mode.node->GetPointNode()), 1);  // the same node again survives
+    EXPECT_EQ(point->RefCount(), 2);
+    auto* secondPoint = new CGeoBaseNode;
+    EXPECT_EQ(mode.node->SetPointNode(secondPoint), 1);
+    EXPECT_EQ(point->RefCount(), 1);
+    point->Release();
+    EXPECT_EQ(mode.node->GetPointNode(), secondPoint);
+
+    mode.node->RemoveChild(line, 1);
+    EXPECT_EQ(mode.node->GetLineNode(), nullptr);
+    EXPECT_EQ(mode.node->SetPointNode(nullptr), 0);
+    EXPECT_EQ(mode.node->GetPointNode(), nullptr);
+    EXPECT_EQ(Children(*mode.node), (std::vector<CBaseNode*>{other, normal}));
+
+    EXPECT_EQ(mode.node->SetMode(CGeoModeNode::kPoint | CGeoModeNode::kShading), CGeoModeNode::kWireframe);
+    EXPECT_EQ(mode.node->Comment(), "Point,Shading");
+    mode.node->SetMode(64);
+    EXPECT_EQ(mode.node->Comment(), "<None>");
+}
+
+TEST(ModeNode, ModeReachesShadedMeshesBelowThePolygonMember)
+{
+    Mode mode;
+    auto* polygon = new CGeoPolyShadeRefNode;
+    auto* deep = new CGeoPolyShadeRefNode;
+    auto* middle = new CGeoBaseNode;
+    middle->AppendChild(deep);
+    polygon->AppendChild(middle);
+    mode.node->SetMode(CGeoModeNode::kTexture);
+    mode.node->SetPolygonNode(polygon);
+    EXPECT_EQ(polygon->texture, 1);
+    EXPECT_EQ(deep->texture, 0);
+
+    mode.node->SetMode(CGeoModeNode::kSmooth);
+    EXPECT_EQ(polygon->smooth, 1);
+    EXPECT_EQ(polygon->texture, 0);
+    EXPECT_EQ(deep->smooth, 1);
+}
+
+// Counts its discards in a counter of the test's.
+class CountingCache final : public CGeoCache {
+public:
+    explicit CountingCache(int& discards) : discards_(discards) {}
+    void Discard() override
+    {
+        ++discards_;
+        delete this;
+    }
+    int Execute(void*) override { return 0; }
+
+private:
+    int& discards_;
+};
+
+TEST(GeoRefNode, DiscardsItsCacheExactlyOnceOnEveryPath)
+{
+    CBaseNode target;
+    struct Path {
+        const char* title;
+        void (*letGo)(CGeoRefNode& node, CBaseNode& target);
+        int discards;
+    };
+    const Path paths[] = {
+        {"release", [](CGeoRefNode& node, CBaseNode&) { node.ReleaseCache(); }, 1},
+        {"same reference", [](CGeoRefNode& node, CBaseNode& target) { node.SetRefNode(&target); }, 0},
+        {"other reference", [](CGeoRefNode& node, CBaseNode&) { node.SetRefNode(nullptr); }, 1},
+        {"copy", [](CGeoRefNode& node, CBaseNode&) { node.Copy(&node); }, 1},
+        {"copy of a plain node", [](CGeoRefNode& node, CBaseNode& target) { node.Copy(&target); }, 0},
+    };
+    for (const Path& path : paths) {
+        SCOPED_TRACE(path.title);
+        int discards = 0;
+        auto* node = new CGeoRefNode;
+        node->AddRef();
+        node->SetRefNode(&target);
+        node->SetCache(new CountingCache(discards));
+        EXPECT_EQ(node->Comment().substr(node->Comment().size() - 12), "[Have cache]");
+        path.letGo(*node, target);
+        EXPECT_EQ(discards, path.discards);
+        int second = 0;
+        node->SetCache(new CountingCache(second));
+        EXPECT_EQ(discards, 1);
+        node->Release();
+        EXPECT_EQ(second, 1);
+        EXPECT_EQ(discards, 1);
+    }
+    EXPECT_EQ(target.RefCount(), 0);
+}
+
+TEST(GeoRefNode, ReferencesFollowMixedChainsAndAreFoundBySearch)
+{
+    CTree tree(new CBaseNode);
+    auto* polygon = new CGeoPolygonNode;
+    auto* toPolygon = new CRefNode;
+    auto* geoToRef = new CGeoRefNode;
+    auto* refToGeo = new CRefNode;
+    auto* geoToGeo = new CGeoRefNode;
+    for (CBaseNode* node : std::vector<CBaseNode*>{polygon, toPolygon, geoToRef, refToGeo, geoToGeo})
+        tree.Root()->AppendChild(node);
+    toPolygon->SetRefNode(polygon);
+    geoToRef->SetRefNode(toPolygon);
+    refToGeo->SetRefNode(geoToRef);
+    geoToGeo->SetRefNode(geoToRef);
+    EXPECT_EQ(geoToRef->Reference(), polygon);
+    EXPECT_EQ(refToGeo->Reference(), polygon);
+    EXPECT_EQ(geoToGeo->Reference(), polygon);
+    EXPECT_EQ(CGeoRefNode().Reference(), nullptr);
+
+    int counter = 1;
+    EXPECT_EQ(SearchNode(tree.Root(), IsRefNode, counter, polygon), geoToRef);
+    counter = 3;
+    EXPECT_EQ(SearchNode(tree.Root(), IsRefNode, counter, polygon), geoToGeo);
+    EXPECT_EQ(IsRefNode(polygon, counter, nullptr), 0);
+}
+
+}  // namespace

@@ -1,0 +1,223 @@
+#include <brelldata/platform/Region.h>
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace {
+
+using Figure = std::vector<POINT>;
+
+// The number of the region's rectangles that hold the point.
+int Coverage(HRGN region, int x, int y)
+{
+    const RECT* rects = nullptr;
+    const int count = GetRegionRects(region, &rects);
+    int covered = 0;
+    for (int i = 0; i < count; ++i)
+        covered += rects[i].left <= x && x < rects[i].right && rects[i].top <= y && y < rects[i].bottom;
+    return covered;
+}
+
+// Checks every point of the window against inside, through PtInRegion and
+// through the rectangles (each point in at most one).
+template <class Inside>
+void ExpectPoints(HRGN region, RECT window, Inside inside)
+{
+    for (int y = window.top; y < window.bottom; ++y)
+        for (int x = window.left; x < window.right; ++x) {
+            const int expected = inside(x, y) ? 1 : 0;
+            ASSERT_EQ(PtInRegion(region, x, y), expected) << "at " << x << ", " << y;
+            ASSERT_EQ(Coverage(region, x, y), expected) << "at " << x << ", " << y;
+        }
+}
+
+// A direct even-odd test of a point against closed figures: a ray to the
+// right crosses an odd number of edges.
+bool EvenOdd(const std::vector<Figure>& figures, double px, double py)
+{
+    bool inside = false;
+    for (const Figure& f : figures)
+        for (size_t i = 0, j = f.size() - 1; i < f.size(); j = i++) {
+            const double xi = f[i].x, yi = f[i].y, xj = f[j].x, yj = f[j].y;
+            if ((yi > py) != (yj > py) && px < (xj - xi) * (py - yi) / (yj - yi) + xi) inside = !inside;
+        }
+    return inside;
+}
+
+HRGN RegionOfPath(CDC& dc, const std::vector<Figure>& figures)
+{
+    dc.BeginPath();
+    for (const Figure& f : figures) {
+        dc.MoveTo(f[0].x, f[0].y);
+        for (size_t i = 1; i < f.size(); ++i) dc.LineTo(f[i].x, f[i].y);
+        dc.CloseFigure();
+    }
+    dc.EndPath();
+    return PathToRegion(dc.m_hDC);
+}
+
+TEST(RegionCombine, EveryModeOnOverlappingRectanglesHoldsExactlyItsPoints)
+{
+    struct Case {
+        int mode;
+        int kind;
+        bool (*keeps)(bool, bool);
+    };
+    const Case cases[] = {
+        {RGN_AND, SIMPLEREGION, [](bool a, bool b) { return a && b; }},
+        {RGN_OR, COMPLEXREGION, [](bool a, bool b) { return a || b; }},
+        {RGN_XOR, COMPLEXREGION, [](bool a, bool b) { return a != b; }},
+        {RGN_DIFF, COMPLEXREGION, [](bool a, bool b) { return a && !b; }},
+        {RGN_COPY, SIMPLEREGION, [](bool a, bool) { return a; }},
+    };
+    const RECT a{0, 0, 6, 6}, b{3, 2, 9, 8};
+    auto in = [](const RECT& r, int x, int y) { return r.left <= x && x < r.right && r.top <= y && y < r.bottom; };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.mode);
+        HRGN first = CreateRectRgn(a.left, a.top, a.right, a.bottom);
+        HRGN second = CreateRectRgn(b.right, b.bottom, b.left, b.top);  // edges in any order
+        HRGN result = CreateRectRgn(0, 0, 0, 0);
+        EXPECT_EQ(CombineRgn(result, first, second, c.mode), c.kind);
+        ExpectPoints(result, {-1, -1, 10, 10}, [&](int x, int y) { return c.keeps(in(a, x, y), in(b, x, y)); });
+        // The destination may be a source.
+        EXPECT_EQ(CombineRgn(first, first, second, c.mode), c.kind);
+        ExpectPoints(first, {-1, -1, 10, 10}, [&](int x, int y) { return PtInRegion(result, x, y) == 1; });
+        for (HRGN r : {first, second, result}) EXPECT_EQ(DeleteObject(r), 1);
+    }
+}
+
+TEST(RegionCombine, ResultsKeepFewestBandsAndBoxes)
+{
+    HRGN top = CreateRectRgn(0, 0, 4, 2), bottom = CreateRectRgn(0, 2, 4, 5), result = CreateRectRgn(0, 0, 0, 0);
+    EXPECT_EQ(CombineRgn(result, top, bottom, RGN_OR), SIMPLEREGION) << "stacked equal bands merge";
+    RECT box{};
+    EXPECT_EQ(GetRgnBox(result, &box), SIMPLEREGION);
+    EXPECT_EQ((std::vector<int>{box.left, box.top, box.right, box.bottom}), (std::vector<int>{0, 0, 4, 5}));
+    EXPECT_EQ(CombineRgn(result, top, top, RGN_XOR), NULLREGION);
+    EXPECT_EQ(GetRgnBox(result, &box), NULLREGION);
+    EXPECT_EQ((std::vector<int>{box.left, box.top, box.right, box.bottom}), (std::vector<int>{0, 0, 0, 0}));
+    const RECT* rects = &box;  // not null before the call
+    EXPECT_EQ(GetRegionRects(result, &rects), 0);
+    EXPECT_EQ(rects, nullptr);
+    for (HRGN r : {top, bottom, result}) DeleteObject(r);
+}
+
+TEST(RegionCombine, NullRegionsAndUnknownModesAreErrorsThatChangeNothing)
+{
+    HRGN source = CreateRectRgn(0, 0, 2, 2), destination = CreateRectRgn(5, 5, 6, 6);
+    EXPECT_EQ(CombineRgn(nullptr, source, source, RGN_OR), 0);
+    EXPECT_EQ(CombineRgn(destination, nullptr, source, RGN_OR), 0);
+    EXPECT_EQ(CombineRgn(destination, source, nullptr, RGN_AND), 0);
+    EXPECT_EQ(CombineRgn(destination, source, source, 0), 0);
+    EXPECT_EQ(CombineRgn(destination, source, source, 6), 0);
+    EXPECT_EQ(PtInRegion(destination, 5, 5), 1);
+    EXPECT_EQ(CombineRgn(destination, source, nullptr, RGN_COPY), SIMPLEREGION);
+    EXPECT_EQ(PtInRegion(nullptr, 0, 0), 0);
+    EXPECT_EQ(GetRgnBox(nullptr, nullptr), 0);
+    EXPECT_EQ(GetRgnBox(source, nullptr), 0);
+    EXPECT_EQ(GetRegionRects(nullptr, nullptr), 0);
+    EXPECT_EQ(GetRegionRects(source, nullptr), 1);
+    EXPECT_EQ(DeleteObject(nullptr), 0);
+    DeleteObject(source);
+    DeleteObject(destination);
+}
+
+TEST(PathRegion, ConcaveStarAxisAlignedAndSeveralFigurePathsFillByTheEvenOddRule)
+{
+    const Figure concave{{2, 2}, {30, 5}, {14, 14}, {31, 27}, {3, 30}, {9, 15}};
+    const Figure pentagram{{50, 10}, {74, 82}, {12, 38}, {88, 38}, {26, 82}};
+    const Figure triangle{{0, 0}, {20, 40}, {35, 3}};
+    const Figure notch{{40, 0}, {60, 0}, {60, 30}, {54, 30}, {54, 8}, {46, 8}, {46, 30}, {40, 30}};
+    const std::vector<std::vector<Figure>> paths{
+        {concave}, {pentagram}, {concave, triangle}, {notch}, {notch, pentagram}};
+    for (const auto& figures : paths) {
+        CDC dc;
+        HRGN region = RegionOfPath(dc, figures);
+        ASSERT_NE(region, nullptr);
+        ExpectPoints(region, {-2, -2, 92, 86}, [&](int x, int y) { return EvenOdd(figures, x + 0.5, y + 0.5); });
+        DeleteObject(region);
+    }
+    CDC dc;
+    HRGN star = RegionOfPath(dc, {pentagram});
+    EXPECT_EQ(PtInRegion(star, 50, 50), 0) << "the centre is crossed twice";
+    EXPECT_EQ(PtInRegion(star, 50, 20), 1);
+    DeleteObject(star);
+}
+
+TEST(PathRegion, RectanglePathsCoverTheirPixelsExactlyWithin27BitCoordinates)
+{
+    const int far = 1 << 30, limit = (1 << 27) - 1;
+    struct Case {
+        Figure figure;
+        std::vector<int> box;
+    };
+    const Case cases[] = {
+        {{{0, 0}, {10, 0}, {10, 10}, {0, 10}}, {0, 0, 10, 10}},
+        {{{-far, -far}, {far, -far}, {far, far}, {-far, far}}, {-limit, -limit, limit, limit}},
+    };
+    for (const Case& c : cases) {
+        CDC dc;
+        HRGN region = RegionOfPath(dc, {c.figure});
+        RECT box{};
+        EXPECT_EQ(GetRgnBox(region, &box), SIMPLEREGION);
+        EXPECT_EQ((std::vector<int>{box.left, box.top, box.right, box.bottom}), c.box);
+        DeleteObject(region);
+    }
+}
+
+TEST(PathRegion, OnlyAClosedPathGivesARegionAndIsConsumed)
+{
+    CDC dc;
+    EXPECT_EQ(PathToRegion(dc.m_hDC), nullptr) << "no path";
+    EXPECT_EQ(dc.EndPath(), 0);
+    EXPECT_EQ(dc.CloseFigure(), 0);
+    dc.BeginPath();
+    dc.MoveTo(0, 0);
+    dc.LineTo(4, 0);
+    dc.LineTo(4, 4);
+    EXPECT_EQ(PathToRegion(dc.m_hDC), nullptr) << "the path is still open";
+    EXPECT_EQ(dc.EndPath(), 1);
+    HRGN region = PathToRegion(dc.m_hDC);
+    ASSERT_NE(region, nullptr);
+    EXPECT_EQ(PtInRegion(region, 3, 1), 1);
+    EXPECT_EQ(PtInRegion(region, 1, 3), 0);
+    EXPECT_EQ(PathToRegion(dc.m_hDC), nullptr) << "consumed";
+    EXPECT_EQ(PathToRegion(nullptr), nullptr);
+    DeleteObject(region);
+
+    CRgn none;
+    EXPECT_EQ(none.Attach(PathToRegion(dc.m_hDC)), 0);
+    EXPECT_EQ(none.m_hObject, nullptr);
+    CRgn source;
+    source.CreateRectRgn(0, 0, 2, 2);
+    EXPECT_EQ(none.CopyRgn(&source), 0) << "nothing to copy into";
+    EXPECT_EQ(none.DeleteObject(), 0);
+}
+
+TEST(RegionObject, HoldsOneRegionAndDeletesWhatItStillHolds)
+{
+    CRgn a, b, c;
+    EXPECT_EQ(a.CreateRectRgn(0, 0, 4, 4), 1);
+    EXPECT_EQ(a.CreateRectRgn(0, 0, 1, 1), 0);
+    b.CreateRectRgn(2, 2, 6, 6);
+    c.CreateRectRgn(0, 0, 0, 0);
+    EXPECT_EQ(c.CombineRgn(&a, &b, RGN_AND), SIMPLEREGION);
+    EXPECT_EQ(c.CombineRgn(nullptr, &b, RGN_AND), 0);
+    EXPECT_EQ(c.PtInRegion(3, 3), 1);
+    EXPECT_EQ(c.PtInRegion(1, 1), 0);
+    RECT box{};
+    EXPECT_EQ(c.GetRgnBox(&box), SIMPLEREGION);
+    EXPECT_EQ(box.left, 2);
+    EXPECT_EQ(c.CopyRgn(&a), SIMPLEREGION);
+    EXPECT_EQ(c.PtInRegion(1, 1), 1);
+
+    HRGN taken = a.Detach();
+    EXPECT_EQ(static_cast<HRGN>(a), nullptr);
+    EXPECT_EQ(a.Attach(taken), 1);
+    EXPECT_EQ(a.Attach(taken), 0);
+    EXPECT_EQ(b.DeleteObject(), 1);
+    EXPECT_EQ(b.m_hObject, nullptr);
+}
+
+}  // namespace

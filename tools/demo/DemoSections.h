@@ -9,3 +9,4 @@ void ShowOverlays();
 void ShowCameraFiles();
 void ShowSharedObjects();
 void ShowRegions();
+void ShowScan();

@@ -24,5 +24,7 @@ int main()
     ShowSharedObjects();
     std::puts("== A region made from a path");
     ShowRegions();
+    std::puts("== A scanned scene turned into geometry, drawn and streamed");
+    ShowScan();
     return 0;
 }

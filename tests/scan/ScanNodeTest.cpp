@@ -227,11 +227,12 @@ TEST(Copy, OfAMeshLeavesOutItsImagesAndOfAnotherTypeCopiesOnlyTheBase)
 TEST(CopyConstruction, SharesEveryStoreAndCopiesTheUnstreamedInteger)
 {
     Scene scene;
-    CMeshNode mesh(*scene.mesh);
-    ExpectShared(mesh.texCoords, scene.mesh->texCoords);
-    CCharLineNode charLine(*scene.charLine);
-    EXPECT_EQ(charLine.transient, 99);
-    ExpectShared(charLine.lines1, scene.charLine->lines1);
+    auto* mesh = new CMeshNode(*scene.mesh);
+    auto* charLine = new CCharLineNode(*scene.charLine);
+    CTree meshCopy(mesh), charLineCopy(charLine);
+    ExpectShared(mesh->texCoords, scene.mesh->texCoords);
+    EXPECT_EQ(charLine->transient, 99);
+    ExpectShared(charLine->lines1, scene.charLine->lines1);
 }
 
 // Exposes the protected image index.

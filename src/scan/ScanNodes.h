@@ -1,7 +1,7 @@
 #pragma once
 
-// What the scan-data node classes share: their data blocks, their comments
-// and their tests of a node's kind.
+// What the scan-data node classes share: their data blocks, geometry
+// calculation, copies, comments and tests of a node's kind.
 
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/Block.h>

@@ -2,6 +2,7 @@
 #include "support/Bytes.h"
 
 #include <brelldata/core/Attribute.h>
+#include <brelldata/core/Block.h>
 #include <brelldata/core/NodeRegistry.h>
 #include <brelldata/core/NodeStream.h>
 #include <brelldata/core/Walk.h>
@@ -318,6 +319,31 @@ TEST(ModelVertices, AreEditedThroughTheVertexStore)
     EXPECT_EQ(model->GetVertex(0)->x, 4.0);
     EXPECT_EQ(model->ClearVertex(), 1);
     EXPECT_EQ(model->VertexNumber(), 0);
+}
+
+// Under the bounds of a checked load, a data block whose inner lengths or
+// counts run past its end is refused, and nothing read is kept.
+TEST(CheckedNodeStream, RefusesLengthsAndCountsPastTheDataBlock)
+{
+    CTree mesh(MakeMesh());
+    const int modelPart = static_cast<CMeshNode*>(mesh.Root())->CModelNode::SizeOfByte();
+    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(mesh.Root())));
+    WriteNode(stream.data(), mesh.Root());
+    const size_t data = stream.size() - static_cast<size_t>(mesh.Root()->SizeOfByte());
+    const size_t vertexCount = stream.size() - static_cast<size_t>(modelPart) + 4;
+    for (size_t field : {data, vertexCount}) {
+        SCOPED_TRACE(field);
+        std::vector<uint8_t> bad = stream;
+        bad[field + 3] = 0x70;
+        brell::BlockBounds bounds;
+        bounds.begin = bad.data();
+        bounds.end = bounds.begin + bad.size();
+        brell::ActiveBlockBounds() = &bounds;
+        CTree read(ReadNode(bad.data()));
+        brell::ActiveBlockBounds() = nullptr;
+        EXPECT_EQ(read.Root(), nullptr);
+        EXPECT_TRUE(bounds.Failed());
+    }
 }
 
 }  // namespace

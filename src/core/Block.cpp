@@ -20,7 +20,8 @@ bool BlockBounds::Check(const unsigned char* at, uint64_t count, uint64_t itemSi
 void BlockBounds::Refuse(const unsigned char* at, const std::string& reason)
 {
     if (Failed()) return;
-    failure = FormatText("byte %td: %s", at - begin, reason.c_str());
+    failure = reason;
+    failureOffset = static_cast<size_t>(at - begin);
 }
 
 BlockBounds*& ActiveBlockBounds()

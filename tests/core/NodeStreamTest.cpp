@@ -97,7 +97,7 @@ std::string BoundedRead(Bytes& stream, size_t size, CTree& into)
     into.SetRoot(ReadNode(stream.Mutable()));
     brell::ActiveBlockBounds() = nullptr;
     EXPECT_EQ(into.Root() == nullptr, bounds.Failed());
-    return bounds.failure;
+    return bounds.Failed() ? "byte " + std::to_string(bounds.failureOffset) + ": " + bounds.failure : "";
 }
 
 TEST(CheckedNodeStream, EveryPrefixIsRefusedWithItsOffsetAndNothingIsKept)

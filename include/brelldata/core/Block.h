@@ -23,7 +23,8 @@ namespace brell {
 struct BRELL_API BlockBounds {
     const unsigned char* begin = nullptr;
     const unsigned char* end = nullptr;
-    std::string failure;  // empty while every read fitted
+    std::string failure;  // what was refused; empty while every read fitted
+    size_t failureOffset = 0;
 
     // Whether count items of itemSize bytes lie between at and end; what names
     // them in the message of a refusal.

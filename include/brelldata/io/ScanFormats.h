@@ -28,11 +28,11 @@ BRELL_IO_API ScanGeometry ReadOff(std::string_view bytes, const std::string& nam
 BRELL_IO_API ScanGeometry ReadObj(std::string_view bytes, const std::string& name);
 BRELL_IO_API ScanGeometry ReadXyz(std::string_view bytes, const std::string& name);
 
-// Formats geometry as a file's bytes. PLY keeps everything; OFF keeps all but
-// texture coordinates; OBJ keeps all but colours; XYZ keeps positions and
-// normals. FileError (naming name) when the geometry is inconsistent: a face
-// of other than 3 or 4 corners or one naming a missing vertex, or an array
-// whose length does not match.
+// Formats geometry as a file's bytes. PLY keeps everything; OFF all but
+// texture coordinates; OBJ all but colours' alpha (colours go as r g b after a
+// vertex's x y z); XYZ positions and normals. FileError (naming name) when the
+// geometry is inconsistent: a face of other than 3 or 4 corners or one naming
+// a missing vertex, or an array whose length does not match.
 BRELL_IO_API std::string WritePly(const ScanGeometry& geometry, const std::string& name,
                                   PlyEncoding encoding = PlyEncoding::binaryLittleEndian);
 BRELL_IO_API std::string WriteOff(const ScanGeometry& geometry, const std::string& name);

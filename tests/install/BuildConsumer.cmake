@@ -17,10 +17,10 @@ run(${CONSUMER_BUILD}/consumer)
 
 # pkg-config
 set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig)
-execute_process(COMMAND pkg-config --cflags --libs brelldata OUTPUT_VARIABLE flags RESULT_VARIABLE result
+execute_process(COMMAND pkg-config --cflags --libs brelldata-io OUTPUT_VARIABLE flags RESULT_VARIABLE result
   OUTPUT_STRIP_TRAILING_WHITESPACE)
 if(NOT result EQUAL 0)
-  message(FATAL_ERROR "pkg-config does not know brelldata")
+  message(FATAL_ERROR "pkg-config does not know brelldata-io")
 endif()
 separate_arguments(flags UNIX_COMMAND "${flags}")
 run(${CXX} ${CONSUMER_SOURCE}/consumer.cpp ${flags} -Wl,-rpath,${PREFIX}/${LIBDIR} -o ${CONSUMER_BUILD}/consumer-pkg)

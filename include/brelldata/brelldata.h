@@ -18,13 +18,17 @@
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/geo/LightCameraNodes.h>
 #include <brelldata/geo/MeshNodes.h>
+#include <brelldata/geo/OverlayNodes.h>
 #include <brelldata/geo/VertexNodes.h>
 #include <brelldata/platform/Archive.h>
 #include <brelldata/platform/DApi.h>
 #include <brelldata/platform/DataManager.h>
 #include <brelldata/platform/Region.h>
 #include <brelldata/scan/DataStore.h>
+#include <brelldata/scan/LineNodes.h>
+#include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/Normal.h>
+#include <brelldata/scan/ObjectNodes.h>
 #include <brelldata/scan/Records.h>
 #include <brelldata/shared/NameList.h>
 #include <brelldata/shared/SharedObjects.h>

@@ -12,6 +12,9 @@ const char kEmptyName[] = "";
 
 // Any non-zero word will do for an entry that holds data; readers ignore it.
 constexpr int32_t kReservedWithData = 1;
+// An entry with an empty name and no value: name length, zero byte, reserved
+// word, size and type.
+constexpr uint64_t kSmallestEntryBytes = 17;
 
 }  // namespace
 
@@ -183,13 +186,16 @@ int CStandardAttribute::Read(void* block)
     ClearAttribute();
     brell::BlockReader in(block);
     int32_t count = in.Int32();
+    if (count > 0 && !in.Fits(static_cast<uint64_t>(count), kSmallestEntryBytes, "attributes")) return 0;
     for (int32_t i = 0; i < count; ++i) {
         std::string_view name = in.String();
         in.Skip(4);  // reserved word
         int32_t size = in.Int32();
         int32_t type = in.Int32();
         const unsigned char* data = in.Position();
-        in.Skip(size > 0 ? static_cast<size_t>(size) : 0);
+        const size_t valueBytes = size > 0 ? static_cast<size_t>(size) : 0;
+        if (!in.Fits(valueBytes, 1, "an attribute value")) return 0;
+        in.Skip(valueBytes);
         if (name.empty()) continue;
         auto [entry, inserted] = entries_.try_emplace(std::string(name));
         if (inserted) entry->second.Assign(data, size, type);

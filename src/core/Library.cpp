@@ -10,6 +10,9 @@
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/geo/LightCameraNodes.h>
 #include <brelldata/geo/MeshNodes.h>
+#include <brelldata/scan/LineNodes.h>
+#include <brelldata/scan/ModelNodes.h>
+#include <brelldata/scan/ObjectNodes.h>
 
 #include <iterator>
 
@@ -30,8 +33,19 @@ constexpr NodeTypeEntry Entry()
 // The library's own node types, registered in this order at start-up and
 // unregistered in the same order at shut-down.
 const NodeTypeEntry kLibraryNodeTypes[] = {
+    // node core
     Entry<CBaseNode>(),
     Entry<CRefNode>(),
+    // scan data
+    Entry<CObjectNode>(),
+    Entry<CElementNode>(),
+    Entry<CLodNode>(),
+    Entry<CModelNode>(),
+    Entry<CMeshNode>(),
+    Entry<CLinearLineNode>(),
+    Entry<CBezierLineNode>(),
+    Entry<CCharLineNode>(),
+    Entry<CImageNode>(),
     // geometry
     Entry<CGeoBaseNode>(),
     Entry<CGeoRefNode>(),

@@ -66,17 +66,40 @@ CBaseNode* CreateNamedType(std::string_view type)
     return CreateNode(std::string(type).c_str());
 }
 
+// Under the bounds of a checked load, a record must lie whole inside the
+// stream, its data block must be read inside itself, and its type must be
+// known; else nothing of it is kept.
 CBaseNode* ReadRecord(const unsigned char* record)
 {
     RecordFrame frame;
     const unsigned char* data = ReadFrame(record, frame);
+    brell::BlockBounds* bounds = brell::ActiveBlockBounds();
+    const size_t dataBytes = DataBytes(frame.dataSize);
+    if (bounds != nullptr) {
+        if (frame.childCount < 0) bounds->Refuse(record, "a negative child count");
+        if (!bounds->Check(data, dataBytes, 1, "a data block")) return nullptr;
+    }
     CBaseNode* node = CreateNamedType(frame.type);
-    if (node == nullptr) return nullptr;
+    if (node == nullptr) {
+        if (bounds != nullptr) bounds->Refuse(record, "unregistered node type \"" + std::string(frame.type) + "\"");
+        return nullptr;
+    }
     node->Name().assign(frame.name);
-    node->Read(const_cast<unsigned char*>(data));
+    if (bounds == nullptr) {
+        node->Read(const_cast<unsigned char*>(data));
+    } else {
+        const unsigned char* streamEnd = bounds->end;
+        bounds->end = data + dataBytes;
+        node->Read(const_cast<unsigned char*>(data));
+        bounds->end = streamEnd;
+        if (bounds->Failed()) {
+            node->Release();
+            return nullptr;
+        }
+    }
 
     // The next record is found by measuring what was read, not by stored sizes.
-    const unsigned char* next = data + DataBytes(frame.dataSize);
+    const unsigned char* next = data + dataBytes;
     for (int32_t i = 0; i < frame.childCount; ++i) {
         CBaseNode* child = ReadRecord(next);
         if (child == nullptr) {

@@ -220,30 +220,22 @@ int CGeoModeNode::SetNormalNode(CGeoBaseNode* node)
 
 CGeoBaseNode* CGeoModeNode::GetPointNode()
 {
-    int unused[4];
-    CheckNode(unused[0], unused[1], unused[2], unused[3]);
-    return pointNode;
+    return CheckedMember(kPointMember);
 }
 
 CGeoBaseNode* CGeoModeNode::GetLineNode()
 {
-    int unused[4];
-    CheckNode(unused[0], unused[1], unused[2], unused[3]);
-    return lineNode;
+    return CheckedMember(kLineMember);
 }
 
 CGeoBaseNode* CGeoModeNode::GetPolygonNode()
 {
-    int unused[4];
-    CheckNode(unused[0], unused[1], unused[2], unused[3]);
-    return polygonNode;
+    return CheckedMember(kPolygonMember);
 }
 
 CGeoBaseNode* CGeoModeNode::GetNormalNode()
 {
-    int unused[4];
-    CheckNode(unused[0], unused[1], unused[2], unused[3]);
-    return normalNode;
+    return CheckedMember(kNormalMember);
 }
 
 void CGeoModeNode::CheckNode(int& point, int& line, int& polygon, int& normal)
@@ -258,6 +250,13 @@ void CGeoModeNode::CheckNode(int& point, int& line, int& polygon, int& normal)
     for (int member = 0; member < 4; ++member) {
         if (*positions[member] == -1) MemberNode(static_cast<Member>(member)) = nullptr;
     }
+}
+
+CGeoBaseNode* CGeoModeNode::CheckedMember(Member member)
+{
+    int positions[4];
+    CheckNode(positions[0], positions[1], positions[2], positions[3]);
+    return MemberNode(member);
 }
 
 CGeoBaseNode*& CGeoModeNode::MemberNode(Member member)

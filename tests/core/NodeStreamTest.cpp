@@ -1,12 +1,14 @@
 #include "core/TreeFixtures.h"
 #include "support/Bytes.h"
 
+#include <brelldata/core/Block.h>
 #include <brelldata/core/NodeStream.h>
 #include <brelldata/core/RefNode.h>
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <string>
 #include <utility>
 #include <vector>
 
@@ -82,6 +84,53 @@ TEST_F(MixedTree, UnregisteredTypeBelowTheTopFailsTheReadLeakingNothingAndKeepin
     EXPECT_EQ(CTestCountedNode::live, live);
     EXPECT_EQ(s.tree.Root(), s.r);
     EXPECT_EQ(s.r->RefCount(), 1);
+}
+
+// Reads block under bounds that end after size bytes; the failure, empty when
+// the read succeeded.
+std::string BoundedRead(Bytes& stream, size_t size, CTree& into)
+{
+    brell::BlockBounds bounds;
+    bounds.begin = stream.Mutable();
+    bounds.end = bounds.begin + size;
+    brell::ActiveBlockBounds() = &bounds;
+    into.SetRoot(ReadNode(stream.Mutable()));
+    brell::ActiveBlockBounds() = nullptr;
+    EXPECT_EQ(into.Root() == nullptr, bounds.Failed());
+    return bounds.Failed() ? "byte " + std::to_string(bounds.failureOffset) + ": " + bounds.failure : "";
+}
+
+TEST(CheckedNodeStream, EveryPrefixIsRefusedWithItsOffsetAndNothingIsKept)
+{
+    Bytes stream = TwoLevelTreeAndStream().second;
+    CTree tree;
+    for (size_t size = 0; size < stream.Data().size(); ++size) {
+        SCOPED_TRACE(size);
+        EXPECT_NE(BoundedRead(stream, size, tree), "");
+    }
+    EXPECT_EQ(BoundedRead(stream, 96, tree), "byte 92: a string of 10 bytes runs past the end (4 bytes remain)");
+    EXPECT_EQ(BoundedRead(stream, stream.Data().size(), tree), "");
+    EXPECT_EQ(tree.Root()->GetChildNum(), 2u);
+}
+
+TEST(CheckedNodeStream, RefusesUnknownTypesNegativeCountsAndBlocksPastTheirRecord)
+{
+    struct Case {
+        Bytes stream;
+        const char* failure;
+    };
+    Case cases[] = {
+        {Bytes().I32(34).I32(0).Str("CNoNode").Str("").I32(4).I32(0), "byte 0: unregistered node type \"CNoNode\""},
+        {Bytes().I32(35).I32(-1).Str("CBaseNode").Str("").I32(4).I32(0), "byte 0: a negative child count"},
+        {Bytes().I32(35).I32(0).Str("CBaseNode").Str("").I32(40).I32(0),
+         "byte 31: a data block of 40 bytes runs past the end (4 bytes remain)"},
+        {Bytes().I32(35).I32(0).Str("CBaseNode").Str("").I32(4).I32(2000000000),
+         "byte 35: attributes of 2000000000 items of 17 bytes runs past the end (0 bytes remain)"},
+    };
+    for (Case& c : cases) {
+        CTree tree;
+        EXPECT_EQ(BoundedRead(c.stream, c.stream.Data().size(), tree), c.failure);
+    }
 }
 
 }  // namespace

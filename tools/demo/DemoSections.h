@@ -5,6 +5,8 @@ void ShowNodes();
 void ShowTrees();
 void ShowPointCloud();
 void ShowGeometry();
+void ShowOverlays();
 void ShowCameraFiles();
 void ShowSharedObjects();
 void ShowRegions();
+void ShowScan();

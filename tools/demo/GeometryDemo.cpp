@@ -5,6 +5,7 @@
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/geo/LightCameraNodes.h>
 #include <brelldata/geo/MeshNodes.h>
+#include <brelldata/geo/OverlayNodes.h>
 #include <brelldata/scan/Normal.h>
 
 #include <cstdio>
@@ -106,6 +107,45 @@ void ShowGeometry()
         EvalViewPoint(box[0], box[1], box[2], box[3], box[4], box[5], 0, 0, -1, 45, x, y, z);
         std::printf("seen whole looking down -z with a 45 degree view from (%.3f, %.3f, %.3f)\n", x, y, z);
     }
+
+    UnregisterPrintingRenderer();
+}
+
+void ShowOverlays()
+{
+    RegisterPrintingRenderer();
+
+    CTree layer(Named<CGeoBaseNode>("overlay"));
+    CBaseNode* root = layer.Root();
+    auto add = [root](CGeoBaseNode* node, const char* name) {
+        node->SetName(name);
+        root->AppendChild(node);
+    };
+    const POINT marks[] = {{10, 10}, {20, 15}, {30, 10}};
+    add(new CGeoPoint2DNode(marks, 3, 0x00FF00), "marks");
+    auto* outline = new CGeoLine2DNode(marks, 3, 0xFFFF00, 1, 2);
+    add(outline, "outline");
+    add(new CGeoCrossLine2DNode(POINT{320, 240}, 0xFF0000, 8, 1), "centre");
+    const RECT frame{5, 5, 635, 475};
+    add(new CGeoRectangle2DNode(&frame, 1, 0xFFFFFF, 0), "frame");
+    CDC dc;
+    dc.BeginPath();
+    dc.MoveTo(100, 100);
+    dc.LineTo(200, 100);
+    dc.LineTo(150, 180);
+    dc.CloseFigure();
+    dc.EndPath();
+    auto* region = new CGeoRegion2DNode(&dc, 0x0000FF, 0, 0x000080);
+    add(region, "selection");
+    const BEZIER_POINT2D controls[4] = {};
+    add(new CGeoBezier2DNode(controls, 4, 0, 1, 4), "curve");
+
+    std::printf("the closed polyline holds %d points; the region from a triangular path has %d rectangles\n",
+                outline->points.Number(), GetRegionRects(region->region, nullptr));
+    Draw(layer);
+    double box[6];
+    std::printf("2-D figures have no bounding box: EvalBBox gives %d\n",
+                EvalBBox(&layer, box[0], box[1], box[2], box[3], box[4], box[5]));
 
     UnregisterPrintingRenderer();
 }

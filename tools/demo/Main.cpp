@@ -16,11 +16,15 @@ int main()
     ShowPointCloud();
     std::puts("== Geometry nodes drawn through the procedure directory");
     ShowGeometry();
+    std::puts("== A 2-D overlay layer");
+    ShowOverlays();
     std::puts("== Camera data files of both layouts");
     ShowCameraFiles();
     std::puts("== Trees and name lists kept by name in a data manager");
     ShowSharedObjects();
     std::puts("== A region made from a path");
     ShowRegions();
+    std::puts("== A scanned scene turned into geometry, drawn and streamed");
+    ShowScan();
     return 0;
 }

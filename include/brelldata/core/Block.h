@@ -1,8 +1,11 @@
 #pragma once
 
+#include <brelldata/core/Export.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <string>
 #include <string_view>
 
 // Flat blocks (node streams, attribute, store and name list blocks) are
@@ -12,6 +15,27 @@
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "block layouts assume a little-endian host");
 
 namespace brell {
+
+// Bounds that a checked load puts on every block reader of its thread while
+// it reads untrusted bytes: no read passes end, and the first read that would
+// is refused and remembered, with its offset from begin. After a refusal every
+// read is refused. Without bounds, readers trust their blocks.
+struct BRELL_API BlockBounds {
+    const unsigned char* begin = nullptr;
+    const unsigned char* end = nullptr;
+    std::string failure;  // what was refused; empty while every read fitted
+    size_t failureOffset = 0;
+
+    // Whether count items of itemSize bytes lie between at and end; what names
+    // them in the message of a refusal.
+    bool Check(const unsigned char* at, uint64_t count, uint64_t itemSize, const char* what);
+    // Refuses the bytes at at for the reason given.
+    void Refuse(const unsigned char* at, const std::string& reason);
+    bool Failed() const { return !failure.empty(); }
+};
+
+// The bounds in force for this thread: null unless a checked load runs.
+BRELL_API BlockBounds*& ActiveBlockBounds();
 
 class BlockWriter {
 public:
@@ -40,35 +64,53 @@ private:
 
 class BlockReader {
 public:
-    explicit BlockReader(const void* block) : cursor_(static_cast<const unsigned char*>(block)) {}
+    explicit BlockReader(const void* block)
+        : cursor_(static_cast<const unsigned char*>(block)), bounds_(ActiveBlockBounds())
+    {
+    }
 
+    // Whether count items of itemSize bytes remain in the block; always so
+    // without bounds. Readers ask it before they allocate for a count.
+    bool Fits(uint64_t count, uint64_t itemSize, const char* what)
+    {
+        return bounds_ == nullptr || bounds_->Check(cursor_, count, itemSize, what);
+    }
+
+    // 0 when refused.
     int32_t Int32()
     {
-        int32_t value;
+        int32_t value = 0;
         Bytes(&value, 4);
         return value;
     }
+    // Nothing is copied when refused.
     void Bytes(void* data, size_t size)
     {
-        if (size != 0) std::memcpy(data, cursor_, size);
+        if (size == 0 || !Fits(size, 1, "a field")) return;
+        std::memcpy(data, cursor_, size);
         cursor_ += size;
     }
     // A string written by BlockWriter::String, in place: the characters up to
     // the first zero byte within the stored length. The cursor moves past the
-    // stored length.
+    // stored length. Empty when refused.
     std::string_view String()
     {
         int32_t length = Int32();
-        const char* text = reinterpret_cast<const char*>(cursor_);
         size_t stored = length > 0 ? static_cast<size_t>(length) : 0;
+        if (!Fits(stored, 1, "a string")) return {};
+        const char* text = reinterpret_cast<const char*>(cursor_);
         cursor_ += stored;
         return {text, strnlen(text, stored)};
     }
-    void Skip(size_t size) { cursor_ += size; }
+    void Skip(size_t size)
+    {
+        if (Fits(size, 1, "a field")) cursor_ += size;
+    }
     const unsigned char* Position() const { return cursor_; }
 
 private:
     const unsigned char* cursor_;
+    BlockBounds* bounds_;
 };
 
 }  // namespace brell

@@ -148,6 +148,7 @@ protected:
 private:
     enum Member : int { kPointMember, kLineMember, kPolygonMember, kNormalMember };
     CGeoBaseNode*& MemberNode(Member member);
+    CGeoBaseNode* CheckedMember(Member member);
     int SetMember(Member member, CGeoBaseNode* node);
 };
 

@@ -83,6 +83,15 @@ bool ResizeBuffer(T*& buffer, int64_t capacity)
     return true;
 }
 
+// A store's block written at block; 0 when block is null.
+template <class Store>
+int WriteStore(const Store& store, void* block)
+{
+    if (block == nullptr) return 0;
+    store.WriteAt(block);
+    return 1;
+}
+
 }  // namespace brell
 
 // Handle on a shared store: always points at a store and holds one reference
@@ -212,13 +221,14 @@ public:
     int SizeOfByte() const { return static_cast<int>(4 + int64_t{count_} * int64_t{sizeof(T)}); }
 
     // 0 when block is null.
-    int Write(void* block) const
+    int Write(void* block) const { return brell::WriteStore(*this, block); }
+    // Writes the store block at block, which must not be null; the end of what it wrote.
+    unsigned char* WriteAt(void* block) const
     {
-        if (block == nullptr) return 0;
         brell::BlockWriter writer(block);
         writer.Int32(count_);
         writer.Bytes(buffer_, static_cast<size_t>(count_) * sizeof(T));
-        return 1;
+        return writer.Position();
     }
 
     // 0 when block is null, holds a negative count or the buffer cannot grow;
@@ -228,7 +238,9 @@ public:
         if (block == nullptr) return 0;
         brell::BlockReader reader(block);
         const int stored = reader.Int32();
-        if (stored < 0 || !ReserveElements(stored)) return 0;
+        if (stored < 0 || !reader.Fits(static_cast<uint64_t>(stored), sizeof(T), "store elements") ||
+            !ReserveElements(stored))
+            return 0;
         reader.Bytes(buffer_, static_cast<size_t>(stored) * sizeof(T));
         count_ = stored;
         return 1;
@@ -327,14 +339,15 @@ public:
     int SizeOfByte() const { return static_cast<int>(8 + height * RowSize() * int64_t{sizeof(T)}); }
 
     // 0 when block is null.
-    int Write(void* block) const
+    int Write(void* block) const { return brell::WriteStore(*this, block); }
+    // Writes the store block at block, which must not be null; the end of what it wrote.
+    unsigned char* WriteAt(void* block) const
     {
-        if (block == nullptr) return 0;
         brell::BlockWriter writer(block);
         writer.Int32(height);
         writer.Int32(width);
         writer.Bytes(buffer_, static_cast<size_t>(height * RowSize()) * sizeof(T));
-        return 1;
+        return writer.Position();
     }
 
     // 0 when block is null or holds a negative height or a width below 1 (the
@@ -347,6 +360,7 @@ public:
         const int storedHeight = reader.Int32();
         const int storedWidth = reader.Int32();
         if (storedHeight < 0 || storedWidth < 1) return 0;
+        if (!reader.Fits(uint64_t(storedHeight) * uint64_t(storedWidth), sizeof(T), "matrix elements")) return 0;
         width = storedWidth;
         height = 0;
         if (!ReserveRowElements(storedHeight)) return 0;
@@ -436,17 +450,35 @@ public:
     }
 
     // 0 when block is null.
-    int Write(void* block) const
+    int Write(void* block) const { return brell::WriteStore(*this, block); }
+    // Writes the store block at block, which must not be null; the end of what it wrote.
+    unsigned char* WriteAt(void* block) const
     {
-        if (block == nullptr) return 0;
         brell::BlockWriter writer(block);
         writer.Int32(Number());
         for (const CPolygon<T>& row : rows) {
             const int count = ItemCount(row);
             writer.Int32(count);
-            writer.Bytes(row.items, static_cast<size_t>(count) * sizeof(T));
+            // A constant size per count compiles to plain moves instead of a
+            // library call per row, which dominated writing millions of rows.
+            switch (count) {
+                case 1:
+                    writer.Bytes(row.items, sizeof(T));
+                    break;
+                case 2:
+                    writer.Bytes(row.items, 2 * sizeof(T));
+                    break;
+                case 3:
+                    writer.Bytes(row.items, 3 * sizeof(T));
+                    break;
+                case 4:
+                    writer.Bytes(row.items, 4 * sizeof(T));
+                    break;
+                default:
+                    break;
+            }
         }
-        return 1;
+        return writer.Position();
     }
 
     // 0 when block is null, holds a count a row cannot hold, or the rows
@@ -456,7 +488,7 @@ public:
         if (block == nullptr) return 0;
         brell::BlockReader reader(block);
         const int number = reader.Int32();
-        if (number < 0) return 0;
+        if (number < 0 || !reader.Fits(static_cast<uint64_t>(number), 4, "polygon rows")) return 0;
         try {
             std::vector<CPolygon<T>> readRows;
             readRows.reserve(static_cast<size_t>(number));
@@ -523,16 +555,17 @@ public:
     }
 
     // 0 when block is null.
-    int Write(void* block) const
+    int Write(void* block) const { return brell::WriteStore(*this, block); }
+    // Writes the store block at block, which must not be null; the end of what it wrote.
+    unsigned char* WriteAt(void* block) const
     {
-        if (block == nullptr) return 0;
         brell::BlockWriter writer(block);
         writer.Int32(Number());
         for (const std::vector<T>& line : lines) {
             writer.Int32(static_cast<int>(line.size()));
             writer.Bytes(line.data(), line.size() * sizeof(T));
         }
-        return 1;
+        return writer.Position();
     }
 
     // 0 when block is null, holds a negative count, or the lines cannot be
@@ -542,12 +575,12 @@ public:
         if (block == nullptr) return 0;
         brell::BlockReader reader(block);
         const int number = reader.Int32();
-        if (number < 0) return 0;
+        if (number < 0 || !reader.Fits(static_cast<uint64_t>(number), 4, "lines")) return 0;
         try {
             std::vector<std::vector<T>> readLines(static_cast<size_t>(number));
             for (std::vector<T>& line : readLines) {
                 const int count = reader.Int32();
-                if (count < 0) return 0;
+                if (count < 0 || !reader.Fits(static_cast<uint64_t>(count), sizeof(T), "line items")) return 0;
                 line.resize(static_cast<size_t>(count));
                 reader.Bytes(line.data(), line.size() * sizeof(T));
             }

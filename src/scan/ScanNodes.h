@@ -1,0 +1,129 @@
+#pragma once
+
+// What the scan-data node classes share: their data blocks, geometry
+// calculation, copies, comments and tests of a node's kind.
+
+#include <brelldata/core/BaseNode.h>
+#include <brelldata/core/Block.h>
+#include <brelldata/scan/DataStore.h>
+
+#include <cstddef>
+#include <string>
+
+namespace brell {
+
+// Measures a layout instead of writing or reading it.
+class BlockSizer {
+public:
+    void Bytes(const void*, size_t size) { size_ += size; }
+    void Skip(size_t size) { size_ += size; }
+    int Size() const { return static_cast<int>(size_); }
+
+private:
+    size_t size_ = 0;
+};
+
+// A store inside a data block: its block's length L, then the block, so that
+// a reader finds what follows 4 + L bytes on. A store that cannot be read
+// keeps what Read leaves; the node does not report it.
+template <class Store>
+void StorePart(BlockWriter& writer, const Store& store)
+{
+    // The length is filled in afterwards, which spares measuring row stores twice.
+    BlockWriter prefix(writer.Position());
+    writer.Skip(4);
+    const auto length = static_cast<size_t>(store.WriteAt(writer.Position()) - writer.Position());
+    prefix.Int32(static_cast<int32_t>(length));
+    writer.Skip(length);
+}
+
+template <class Store>
+void StorePart(BlockReader& reader, Store& store)
+{
+    const int length = reader.Int32();
+    store.Read(reader.Position());
+    reader.Skip(length > 0 ? static_cast<size_t>(length) : 0);
+}
+
+template <class Store>
+void StorePart(BlockSizer& sizer, const Store& store)
+{
+    sizer.Skip(4 + static_cast<size_t>(store.SizeOfByte()));
+}
+
+// A class's data block: its own fields, laid out once by Fields (called with
+// a writer, a reader or a sizer and the node), then its base class's block.
+// Write and Read give 0 for a null block, else the base's result.
+template <class Base, class Node, class Fields>
+int SizeOfBlock(Node& node, Fields fields)
+{
+    BlockSizer sizer;
+    fields(sizer, node);
+    return sizer.Size() + node.Base::SizeOfByte();
+}
+
+template <class Base, class Node, class Fields>
+int WriteBlock(Node& node, void* block, Fields fields)
+{
+    if (block == nullptr) return 0;
+    BlockWriter writer(block);
+    fields(writer, node);
+    return node.Base::Write(writer.Position());
+}
+
+template <class Base, class Node, class Fields>
+int ReadBlock(Node& node, void* block, Fields fields)
+{
+    if (block == nullptr) return 0;
+    BlockReader reader(block);
+    fields(reader, node);
+    return node.Base::Read(const_cast<unsigned char*>(reader.Position()));
+}
+
+// The data block operations and the geometry calculation of a scan-data
+// class: its own fields, laid out by Fields, then Base's data block, then
+// unwritten bytes that only SizeOfByte counts.
+#define BRELL_SCAN_NODE_DEFINE(Class, Base, Fields, unwritten)        \
+    int Class::SizeOfByte()                                           \
+    {                                                                 \
+        return brell::SizeOfBlock<Base>(*this, Fields) + (unwritten); \
+    }                                                                 \
+    int Class::Read(void* block)                                      \
+    {                                                                 \
+        return brell::ReadBlock<Base>(*this, block, Fields);          \
+    }                                                                 \
+    int Class::Write(void* block)                                     \
+    {                                                                 \
+        return brell::WriteBlock<Base>(*this, block, Fields);         \
+    }                                                                 \
+    int Class::GeoCalc(const char* procedure, CBaseNode* output)      \
+    {                                                                 \
+        return GeoCalcDescent(procedure, TypeId(), output);           \
+    }
+
+// handle shares source's store, then makes it a private copy.
+template <class Store>
+void CopyPrivately(CRefData<Store>& handle, const CRefData<Store>& source)
+{
+    handle = source;
+    handle.Unshare();
+}
+
+// node as a Node when its IsKindOf accepts Node's type name; else null.
+template <class Node>
+Node* AsKindOf(CBaseNode* node)
+{
+    return node != nullptr && node->IsKindOf(Node::TypeId()) ? static_cast<Node*>(node) : nullptr;
+}
+
+// The number of node's direct children whose IsKindOf accepts type.
+int ChildrenOfKind(const CBaseNode& node, const std::string& type);
+// The child index of the index-th of them; -1 when there is none.
+int ChildIndexOfKind(const CBaseNode& node, int index, const std::string& type);
+// That child itself; null when there is none.
+CBaseNode* ChildOfKind(const CBaseNode& node, int index, const std::string& type);
+
+// A comment of up to 63 characters, printf-formatted.
+std::string FormatComment(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+}  // namespace brell

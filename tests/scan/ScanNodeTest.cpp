@@ -1,0 +1,349 @@
+#include "scan/ScanFixtures.h"
+#include "support/Bytes.h"
+
+#include <brelldata/core/Attribute.h>
+#include <brelldata/core/Block.h>
+#include <brelldata/core/NodeRegistry.h>
+#include <brelldata/core/NodeStream.h>
+#include <brelldata/core/Walk.h>
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace brell::test;
+
+// The node "k" = 5 that Make gives every node, as an attribute block.
+Bytes AttributeK()
+{
+    return Bytes().I32(1).Attribute("k", 1, VALUE_INT, Bytes().I32(5));
+}
+
+Bytes& BezierBytes(Bytes& bytes, double first, int tag)
+{
+    for (int i = 0; i < 9; ++i) bytes.F64(first + i);
+    return bytes.I32(tag).I32(0);
+}
+
+TEST(ScanNodeClasses, HaveTheirTypeIdentityAndComments)
+{
+    struct Case {
+        const char* type;
+        const char* base;
+        const std::string& (*baseTypeId)();
+        const char* newComment;
+        CBaseNode* (*filled)();
+        const char* filledComment;
+    };
+    const Case cases[] = {
+        {"CObjectNode", "CBaseNode", &CObjectNode::BaseTypeId, "Attribute: 0", nullptr, nullptr},
+        {"CElementNode", "CObjectNode", &CElementNode::BaseTypeId, "Attribute: 0", nullptr, nullptr},
+        {"CLodNode", "CObjectNode", &CLodNode::BaseTypeId, "LOD level = 0", []() -> CBaseNode* { return MakeLod(); },
+         "LOD level = -3"},
+        {"CModelNode", "CObjectNode", &CModelNode::BaseTypeId, "0 vertices", []() -> CBaseNode* { return MakeModel(); },
+         "2 vertices"},
+        // A mesh reports its polygons, not its vertices.
+        {"CMeshNode", "CModelNode", &CMeshNode::BaseTypeId, "0 polygons",
+         []() -> CBaseNode* {
+             CMeshNode* mesh = MakeMesh();
+             mesh->polygons->rows.resize(4);
+             mesh->AppendVertex(9);
+             return mesh;
+         },
+         "4 polygons"},
+        {"CLinearLineNode", "CObjectNode", &CLinearLineNode::BaseTypeId, "0 lines",
+         []() -> CBaseNode* { return MakeLinearLine(); }, "2 lines"},
+        {"CBezierLineNode", "CObjectNode", &CBezierLineNode::BaseTypeId, "0 bezier lines",
+         []() -> CBaseNode* { return MakeBezierLine(); }, "1 bezier lines"},
+        {"CCharLineNode", "CObjectNode", &CCharLineNode::BaseTypeId, "Attribute: 0",
+         []() -> CBaseNode* { return MakeCharLine(); }, "Attribute: 1"},
+        {"CImageNode", "CObjectNode", &CImageNode::BaseTypeId, "width = 1, height = 0",
+         []() -> CBaseNode* { return MakeImage(); }, "width = 3, height = 2"},
+    };
+    for (const Case& c : cases) {
+        SCOPED_TRACE(c.type);
+        CTree made(CreateNode(c.type));
+        ASSERT_NE(made.Root(), nullptr);
+        EXPECT_EQ(made.Root()->RefCount(), 1) << "created with count 0";
+        EXPECT_EQ(made.Root()->Type(), c.type);
+        EXPECT_EQ(c.baseTypeId(), c.base);
+        EXPECT_TRUE(made.Root()->IsKindOf(c.base) && made.Root()->IsKindOf("CObjectNode"));
+        EXPECT_FALSE(made.Root()->IsKindOf("CRefNode"));
+        EXPECT_EQ(made.Root()->Comment(), c.newComment);
+        if (c.filled != nullptr) {
+            EXPECT_EQ(CTree(c.filled()).Root()->Comment(), c.filledComment);
+        }
+    }
+}
+
+TEST(DataBlocks, AreWrittenByteForByteAndReadBackToTheSameSize)
+{
+    struct Case {
+        CBaseNode* (*make)();
+        Bytes expected;
+    };
+    Bytes mesh, linear, bezier, charLine;
+    // Polygons, list 2, list 3, coordinates, list 1, then the model's block.
+    mesh.I32(20).I32(1).I32(3).I32(0).I32(1).I32(2);
+    mesh.I32(8).I32(1).I32(7);
+    mesh.I32(12).I32(2).I32(8).I32(9);
+    mesh.I32(32).I32(1).I32(3).F32(0).F32(0).F32(1).F32(0).F32(0).F32(1);
+    mesh.I32(4).I32(0);
+    mesh.I32(28).I32(1).F64(1).F64(2).F64(3);
+    linear.I32(84).I32(2).I32(3);
+    for (double x : {0.5, 1.5, 2.5}) linear.F64(x).F64(x + 0.5).F64(x + 1);
+    linear.I32(0);
+    BezierBytes(BezierBytes(bezier.I32(168).I32(1).I32(2), 1, 11), 2, 12);
+    BezierBytes(charLine.I32(88).I32(1).I32(1), 3, 13).I32(4).I32(0);
+    for (int i = 1; i <= 12; ++i) charLine.F64(i);
+    charLine.I32(13).F64(14.5).F64(15.5).F64(16).F64(17).F64(18).I32(19);
+    const Case cases[] = {
+        {[]() -> CBaseNode* { return MakeLod(); }, Bytes().I32(-3)},
+        {[]() -> CBaseNode* { return MakeModel(); }, Bytes().I32(52).I32(2).F64(1).F64(2).F64(3).F64(4).F64(5).F64(6)},
+        {[]() -> CBaseNode* { return MakeImage(); },
+         Bytes().I32(32).I32(2).I32(3).Raw({0, 1, 2, 3, 1, 2, 3, 4, 2, 3, 4, 5, 3, 4, 5, 6, 4, 5, 6, 7, 5, 6, 7, 8})},
+        {[]() -> CBaseNode* { return MakeMesh(); }, mesh},
+        {[]() -> CBaseNode* { return MakeLinearLine(); }, linear},
+        {[]() -> CBaseNode* { return MakeBezierLine(); }, bezier},
+        {[]() -> CBaseNode* { return MakeCharLine(); }, charLine},
+    };
+    for (const Case& c : cases) {
+        CTree written(c.make());
+        SCOPED_TRACE(written.Root()->Type());
+        std::vector<uint8_t> expected = c.expected.Data();
+        const std::vector<uint8_t> attributes = AttributeK().Data();
+        expected.insert(expected.end(), attributes.begin(), attributes.end());
+        // The character line node's last 4 bytes are counted but never written.
+        if (written.Root()->Type() == "CCharLineNode") expected.insert(expected.end(), 4, 0xEE);
+
+        std::vector<uint8_t> block(static_cast<size_t>(written.Root()->SizeOfByte()), 0xEE);
+        EXPECT_EQ(written.Root()->Write(block.data()), 1);
+        EXPECT_EQ(block, expected);
+
+        CTree read(CreateNode(written.Root()->Type().c_str()));
+        EXPECT_EQ(read.Root()->Read(block.data()), 1);
+        EXPECT_EQ(read.Root()->AttributeNumber(), 1);
+        ASSERT_EQ(read.Root()->SizeOfByte(), static_cast<int>(block.size()));
+        std::vector<uint8_t> again(block.size(), 0xEE);
+        read.Root()->Write(again.data());
+        EXPECT_EQ(again, expected);
+        EXPECT_EQ(read.Root()->Write(nullptr) + read.Root()->Read(nullptr), 0);
+    }
+}
+
+TEST(DataBlocks, NewNodesWriteEmptyStores)
+{
+    CTree model(CModelNode::Create()), linear(CLinearLineNode::Create()), charLine(CCharLineNode::Create());
+    EXPECT_EQ(model.Root()->SizeOfByte(), 8 + 4);
+    EXPECT_EQ(linear.Root()->SizeOfByte(), 8 + 4);
+    EXPECT_EQ(charLine.Root()->SizeOfByte(), 164 + 4);
+    std::vector<uint8_t> block(168);
+    charLine.Root()->Write(block.data());
+    EXPECT_EQ(std::vector<uint8_t>(block.begin(), block.begin() + 16), Bytes().I32(4).I32(0).I32(4).I32(0).Data());
+}
+
+TEST(NodeStream, ASceneWrittenReadAndWrittenAgainGivesTheSameBytes)
+{
+    Scene scene;
+    const int size = scene.tree.SizeOfByte();
+    std::vector<uint8_t> first(static_cast<size_t>(size)), second(static_cast<size_t>(size));
+    ASSERT_EQ(WriteNode(first.data(), scene.tree.Root()), size);
+    CTree read(ReadNode(first.data()));
+    ASSERT_NE(read.Root(), nullptr);
+    EXPECT_EQ(WriteNode(second.data(), read.Root()), size);
+    EXPECT_EQ(first, second);
+
+    CElementNode* element = GetElement(0, &read);
+    ASSERT_NE(element, nullptr);
+    EXPECT_EQ(element->GetChildNum(), 7u) << "the siblings after the character line node are found";
+    CCharLineNode* charLine = static_cast<CCharLineNode*>(element->GetNode(0, "CCharLineNode"));
+    EXPECT_EQ(charLine->intParam2, 19);
+    EXPECT_EQ(charLine->transient, 0) << "not streamed";
+}
+
+// Private: the store is the copy's alone and equal to the source's. Shared: one store, two holders.
+template <class Store>
+void ExpectPrivate(CRefData<Store>& copy, CRefData<Store>& source)
+{
+    EXPECT_NE(&*copy, &*source);
+    EXPECT_EQ(copy->RefCount(), 1);
+    EXPECT_EQ(copy->SizeOfByte(), source->SizeOfByte());
+}
+
+template <class Store>
+void ExpectShared(CRefData<Store>& copy, CRefData<Store>& source)
+{
+    EXPECT_EQ(&*copy, &*source);
+    EXPECT_EQ(source->RefCount(), 2);
+}
+
+TEST(CopyTree, GivesModelsMeshesAndLinesPrivateStoresAndSharesImagesAndCharacterLines)
+{
+    Scene scene;
+    CTree copy(CopyTree(scene.element));
+    ASSERT_NE(copy.Root(), nullptr);
+    auto* element = static_cast<CElementNode*>(copy.Root());
+    auto* model = static_cast<CModelNode*>(element->GetChild(0));
+    auto* mesh = element->GetMesh(0);
+    auto* image = static_cast<CImageNode*>(mesh->GetChild(0));
+    auto* lod = static_cast<CLodNode*>(element->GetChild(2));
+    auto* linear = static_cast<CLinearLineNode*>(element->GetChild(3));
+    auto* bezier = static_cast<CBezierLineNode*>(element->GetChild(4));
+    auto* charLine = static_cast<CCharLineNode*>(element->GetChild(5));
+
+    ExpectPrivate(model->vertices, scene.model->vertices);
+    ExpectPrivate(mesh->vertices, scene.mesh->vertices);
+    ExpectPrivate(mesh->polygons, scene.mesh->polygons);
+    ExpectPrivate(mesh->texCoords, scene.mesh->texCoords);
+    ExpectPrivate(mesh->intList1, scene.mesh->intList1);
+    ExpectPrivate(mesh->intList2, scene.mesh->intList2);
+    ExpectPrivate(mesh->intList3, scene.mesh->intList3);
+    ExpectPrivate(linear->lines, scene.linear->lines);
+    ExpectPrivate(bezier->lines, scene.bezier->lines);
+    ExpectShared(image->image, scene.image->image);
+    ExpectShared(charLine->lines1, scene.charLine->lines1);
+    ExpectShared(charLine->lines2, scene.charLine->lines2);
+    EXPECT_EQ(lod->level, -3);
+    EXPECT_EQ(charLine->transient, 99);
+    EXPECT_EQ(charLine->realParam2, 15.5);
+}
+
+TEST(Copy, OfAMeshLeavesOutItsImagesAndOfAnotherTypeCopiesOnlyTheBase)
+{
+    Scene scene;
+    CTree mesh(CMeshNode::Create()), lod(CLodNode::Create());
+    EXPECT_EQ(mesh.Root()->Copy(scene.mesh), 1);
+    EXPECT_EQ(mesh.Root()->GetChildNum(), 0u);
+    EXPECT_EQ(mesh.Root()->Comment(), "1 polygons");
+    EXPECT_EQ(lod.Root()->Copy(scene.model), 1);
+    EXPECT_EQ(lod.Root()->Comment(), "LOD level = 0");
+    EXPECT_EQ(lod.Root()->Name(), "M");
+    EXPECT_EQ(mesh.Root()->Copy(nullptr), 0);
+}
+
+TEST(CopyConstruction, SharesEveryStoreAndCopiesTheUnstreamedInteger)
+{
+    Scene scene;
+    auto* mesh = new CMeshNode(*scene.mesh);
+    auto* charLine = new CCharLineNode(*scene.charLine);
+    CTree meshCopy(mesh), charLineCopy(charLine);
+    ExpectShared(mesh->texCoords, scene.mesh->texCoords);
+    EXPECT_EQ(charLine->transient, 99);
+    ExpectShared(charLine->lines1, scene.charLine->lines1);
+}
+
+// Exposes the protected image index.
+struct ProbeMesh : CMeshNode {
+    using CMeshNode::ImageIndex;
+};
+
+TEST(MeshImages, AreTheImageChildrenCountedInChildOrder)
+{
+    CTree tree(new ProbeMesh);
+    auto* mesh = static_cast<ProbeMesh*>(tree.Root());
+    EXPECT_EQ(mesh->ImageIndex(0), -1);
+    CRefData<CMatrixDataStore<RGBA>> none = mesh->Image(0);
+    EXPECT_EQ(none->width * 10 + none->height, 10) << "a new 1 x 0 matrix";
+
+    CRefData<CMatrixDataStore<RGBA>> first, second, third;
+    EXPECT_EQ(mesh->AppendImage(first), 0);
+    mesh->AppendChild(CModelNode::Create());
+    EXPECT_EQ(mesh->AppendImage(second), 1);
+    EXPECT_EQ(mesh->ImageNumber(), 2);
+    EXPECT_EQ(mesh->ImageIndex(1), 2);
+    EXPECT_EQ(mesh->ImageIndex(2), -1);
+    EXPECT_EQ(mesh->ImageIndex(-1), -1);
+    EXPECT_EQ(&*mesh->Image(1), &*second);
+    EXPECT_EQ(second->RefCount(), 2);
+
+    EXPECT_EQ(mesh->InsertImage(1, third), 1);
+    EXPECT_EQ(mesh->ImageIndex(1), 2);
+    EXPECT_EQ(&*mesh->Image(1), &*third);
+    EXPECT_EQ(mesh->InsertImage(7, first), 3) << "no image 7: appended";
+    EXPECT_EQ(mesh->DeleteImage(5), 0);
+    EXPECT_EQ(mesh->DeleteImage(2), 1);
+    EXPECT_EQ(second->RefCount(), 1) << "the image node was released";
+    EXPECT_EQ(mesh->GetChildNum(), 4u);
+}
+
+TEST(Elements, CountAndFindChildrenByKind)
+{
+    Scene scene;
+    CElementNode* element = scene.element;
+    EXPECT_EQ(element->NodeNumber("CModelNode"), 2) << "a mesh is a model too";
+    EXPECT_EQ(element->GetNode(1, "CModelNode"), scene.mesh);
+    EXPECT_EQ(element->GetNode(2, "CModelNode"), nullptr);
+    EXPECT_EQ(element->GetNode(-1, "CModelNode"), nullptr);
+    EXPECT_EQ(element->NodeNumber(nullptr) + element->NodeNumber("CGeoBaseNode"), 0);
+    EXPECT_EQ(element->GetNode(0, nullptr), nullptr);
+    EXPECT_EQ(element->MeshNumber(), 1);
+    EXPECT_EQ(element->GetMesh(0), scene.mesh);
+    EXPECT_EQ(element->ImageNumber(), 0) << "the image is the mesh's child";
+    EXPECT_EQ(element->GetImage(0), nullptr);
+    EXPECT_EQ(element->IsChildEnable(2), 0) << "level of detail";
+    EXPECT_EQ(element->IsChildEnable(1) + element->IsChildEnable(6) + element->IsChildEnable(7), 3);
+}
+
+TEST(Scenes, AreTheElementsAmongTheRootsChildren)
+{
+    Scene scene;
+    CElementNode* second = Make<CElementNode>("E2");
+    EXPECT_EQ(AppendElementToScene(second, &scene.tree), 1);
+    scene.tree.Root()->InsertChild(1, CBaseNode::Create());
+    EXPECT_EQ(ElementNumber(&scene.tree), 2);
+    EXPECT_EQ(GetElement(1, &scene.tree), second);
+    EXPECT_EQ(GetElement(2, &scene.tree), nullptr);
+    EXPECT_EQ(AppendElementToScene(nullptr, &scene.tree), 1);
+    EXPECT_EQ(scene.tree.Root()->GetChildNum(), 3u);
+
+    CTree empty;
+    EXPECT_EQ(AppendElementToScene(second, &empty) + AppendElementToScene(second, nullptr), 0);
+    EXPECT_EQ(ElementNumber(&empty) + ElementNumber(nullptr), 0);
+    EXPECT_EQ(GetElement(0, nullptr), nullptr);
+    EXPECT_EQ(second->RefCount(), 1);
+}
+
+TEST(ModelVertices, AreEditedThroughTheVertexStore)
+{
+    CTree tree(MakeModel());
+    auto* model = static_cast<CModelNode*>(tree.Root());
+    EXPECT_EQ(model->GetVertex(2), nullptr);
+    EXPECT_EQ(model->GetVertex(-1), nullptr);
+    EXPECT_EQ(model->InsertVertex(0, 1), 1);
+    EXPECT_EQ(model->GetVertex(1)->x, 1.0);
+    EXPECT_EQ(model->DeleteVertex(0, 2), 1);
+    EXPECT_EQ(model->GetVertex(0)->x, 4.0);
+    EXPECT_EQ(model->ClearVertex(), 1);
+    EXPECT_EQ(model->VertexNumber(), 0);
+}
+
+// Under the bounds of a checked load, a data block whose inner lengths or
+// counts run past its end is refused, and nothing read is kept.
+TEST(CheckedNodeStream, RefusesLengthsAndCountsPastTheDataBlock)
+{
+    CTree mesh(MakeMesh());
+    const int modelPart = static_cast<CMeshNode*>(mesh.Root())->CModelNode::SizeOfByte();
+    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(mesh.Root())));
+    WriteNode(stream.data(), mesh.Root());
+    const size_t data = stream.size() - static_cast<size_t>(mesh.Root()->SizeOfByte());
+    const size_t vertexCount = stream.size() - static_cast<size_t>(modelPart) + 4;
+    for (size_t field : {data, vertexCount}) {
+        SCOPED_TRACE(field);
+        std::vector<uint8_t> bad = stream;
+        bad[field + 3] = 0x70;
+        brell::BlockBounds bounds;
+        bounds.begin = bad.data();
+        bounds.end = bounds.begin + bad.size();
+        brell::ActiveBlockBounds() = &bounds;
+        CTree read(ReadNode(bad.data()));
+        brell::ActiveBlockBounds() = nullptr;
+        EXPECT_EQ(read.Root(), nullptr);
+        EXPECT_TRUE(bounds.Failed());
+    }
+}
+
+}  // namespace

@@ -274,11 +274,6 @@ int DrawReference(void* node, void* context)
     return result;
 }
 
-struct Procedure {
-    const char* type;
-    DAPI_PROC draw;
-};
-
 const Procedure kProcedures[] = {
     {"CGeoBaseNode", DrawGroup},
     {"CGeoVertexNode", DrawVertices},
@@ -302,20 +297,29 @@ std::string ProcedureName(const char* prefix, const char* type)
     return std::string(prefix) + type + "By" + kGlRenderer;
 }
 
+// Every draw procedure; every class ends its drawing through the base
+// class's end procedure.
+std::vector<std::pair<std::string, DAPI_PROC>> DrawProcedures()
+{
+    std::vector<std::pair<std::string, DAPI_PROC>> all;
+    for (const Procedure& procedure : kProcedures)
+        all.emplace_back(ProcedureName("Draw", procedure.type), procedure.draw);
+    for (const Procedure& procedure : OverlayProcedures())
+        all.emplace_back(ProcedureName("Draw", procedure.type), procedure.draw);
+    all.emplace_back(ProcedureName("EndDraw", "CGeoBaseNode"), DrawGroup);
+    return all;
+}
+
 }  // namespace
 
-// Every class ends its drawing through the base class's end procedure.
 int RegisterGlProcedures()
 {
-    for (const Procedure& procedure : kProcedures)
-        GetDApiManager()->Register("DrawProc", ProcedureName("Draw", procedure.type).c_str(), procedure.draw);
-    GetDApiManager()->Register("DrawProc", ProcedureName("EndDraw", "CGeoBaseNode").c_str(), DrawGroup);
+    for (const auto& [name, procedure] : DrawProcedures())
+        GetDApiManager()->Register("DrawProc", name.c_str(), procedure);
     return 1;
 }
 
 void UnregisterGlProcedures()
 {
-    for (const Procedure& procedure : kProcedures)
-        GetDApiManager()->Unregister("DrawProc", ProcedureName("Draw", procedure.type).c_str());
-    GetDApiManager()->Unregister("DrawProc", ProcedureName("EndDraw", "CGeoBaseNode").c_str());
+    for (const auto& [name, procedure] : DrawProcedures()) GetDApiManager()->Unregister("DrawProc", name.c_str());
 }

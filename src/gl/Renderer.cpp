@@ -209,6 +209,7 @@ void CGlRenderer::Impl::BeginFrame(const CAMERA_PARAM& camera, RGBA background)
 {
     MakeCurrent();
     FreeFrame();
+    overlays_.clear();
     recording = nullptr;
     glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
     glViewport(0, 0, width, height);
@@ -372,8 +373,8 @@ int CGlRenderer::Impl::Add(Geometry& geometry, const Style& style)
     if (geometry.textureImage != nullptr) item.texture = SharedTexture(batch, *geometry.textureImage);
     glBindVertexArray(0);
     if (glGetError() == GL_OUT_OF_MEMORY) return 0;
-    batch.items.push_back(std::move(item));
-    Execute(batch.items.back());
+    batch.items.push_back(item);
+    Execute(item);
     return 1;
 }
 
@@ -389,8 +390,20 @@ void CGlRenderer::Impl::Execute(const Batch& batch)
     for (const Item& item : batch.items) Execute(item);
 }
 
-void CGlRenderer::Impl::Execute(const Item& item)
+void CGlRenderer::Impl::DrawOverlays()
 {
+    glDisable(GL_DEPTH_TEST);
+    for (const Item& item : overlays_) Execute(item, true);
+    glEnable(GL_DEPTH_TEST);
+    overlays_.clear();
+}
+
+void CGlRenderer::Impl::Execute(const Item& item, bool overlay)
+{
+    if (item.style.window && !overlay) {
+        overlays_.push_back(item);
+        return;
+    }
     if (item.kind == Item::kCamera) {
         SetCamera(item.camera);
         return;
@@ -408,14 +421,12 @@ void CGlRenderer::Impl::Execute(const Item& item)
     glUniform1i(at_.textured, item.texture != 0 ? 1 : 0);
     if (item.mode == GL_LINES) glLineWidth(std::clamp(style.size, 1.0f, 64.0f));
     if (item.texture != 0) glBindTexture(GL_TEXTURE_2D, item.texture);
-    if (style.window) glDisable(GL_DEPTH_TEST);
     glBindVertexArray(item.vertexArray);
     if (item.indexed)
         glDrawElements(item.mode, item.count, GL_UNSIGNED_INT, nullptr);
     else
         glDrawArrays(item.mode, 0, item.count);
     glBindVertexArray(0);
-    if (style.window) glEnable(GL_DEPTH_TEST);
 }
 
 CGlRenderer::CGlRenderer(int width, int height) : impl_(std::make_shared<Impl>(width, height)) {}
@@ -448,6 +459,7 @@ int CGlRenderer::Draw(CBaseNode* root)
 {
     impl_->MakeCurrent();
     const int result = DrawTree(root, kGlRenderer, this);
+    impl_->DrawOverlays();
     impl_->FreeFrame();
     return result;
 }

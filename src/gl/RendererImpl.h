@@ -8,6 +8,7 @@
 
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/gl/Renderer.h>
+#include <brelldata/platform/DApi.h>
 #include <brelldata/scan/DataStore.h>
 
 #include <cstdint>
@@ -22,7 +23,7 @@ struct Style {
     float color[4] = {1.0f, 1.0f, 1.0f, 1.0f};
     float size = 1.0f;  // point size or line width in pixels
     bool lit = false;
-    bool window = false;  // positions are window pixels, drawn over the 3-D picture
+    bool window = false;  // positions are window pixels, drawn at the end over the 3-D picture
 };
 
 // One draw's geometry on the CPU side. Positions come from a shared vertex
@@ -80,6 +81,8 @@ public:
     int AddState(brell::gl::Item item);
     // Draws the items of a cache made by this renderer.
     void Execute(const brell::gl::Batch& batch);
+    // Draws the window items held back so far over everything else.
+    void DrawOverlays();
     void FreeFrame();
 
     int width;
@@ -91,7 +94,8 @@ public:
 private:
     // Frees the GL objects and the context, which must be current.
     void Release();
-    void Execute(const brell::gl::Item& item);
+    // Window items wait for DrawOverlays unless overlay is set.
+    void Execute(const brell::gl::Item& item, bool overlay = false);
     void SetCamera(const CAMERA_PARAM& camera);
     void SetLights(const std::vector<LIGHT_PARAM>& lights);
     GLuint Upload(brell::gl::Batch& batch, GLenum target, const void* data, size_t bytes);
@@ -107,6 +111,7 @@ private:
     GLuint depthBuffer_ = 0;
     GLuint program_ = 0;
     brell::gl::Batch frame_;
+    std::vector<brell::gl::Item> overlays_;
     brell::gl::Matrix view_{};
     brell::gl::Matrix projection_{};
     struct Locations {
@@ -118,6 +123,13 @@ private:
 };
 
 namespace brell::gl {
+
+struct Procedure {
+    const char* type;
+    DAPI_PROC draw;
+};
+// The draw procedures of the 2-D overlay classes.
+std::vector<Procedure> OverlayProcedures();
 
 // The renderer's cache of a CGeoRefNode: the reference's subtree as uploaded
 // on its first frame.

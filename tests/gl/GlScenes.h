@@ -62,6 +62,15 @@ protected:
     }
     // The pixel at window column x and row y from the top.
     RGBA At(int x, int y) const { return pixels[static_cast<size_t>(y) * kSize + x]; }
+    struct Pixel {
+        int x, y;
+        RGBA color;
+    };
+    // Each pixel has its colour.
+    void ExpectPixels(std::initializer_list<Pixel> expected) const
+    {
+        for (const Pixel& p : expected) EXPECT_EQ(At(p.x, p.y), p.color) << "at " << p.x << ", " << p.y;
+    }
     // The pixel showing world point (x, y) through OrthoCamera.
     RGBA AtWorld(double x, double y) const
     {

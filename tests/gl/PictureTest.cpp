@@ -3,6 +3,7 @@
 #include "gl/GlScenes.h"
 
 #include <brelldata/geo/LightCameraNodes.h>
+#include <brelldata/geo/OverlayNodes.h>
 
 #include <png.h>
 
@@ -97,6 +98,47 @@ TEST_F(Quarters, ModeNodeDrawsTheWireframeOrTheShadedMember)
     Render(scene.root);
     EXPECT_EQ(AtWorld(1.0, -1.0), kMagenta);
     EXPECT_EQ(AtWorld(0.21, -1.0), kMagenta);
+}
+
+TEST_F(Quarters, OverlaysCoverThe3DPictureWhateverTheOrder)
+{
+    const RECT square{46, 46, 51, 51};
+    scene.root->InsertChild(0, new CGeoRectangle2DNode(&square, 1, 0xFFFF00, 0));
+    CRgn rectangles;
+    rectangles.CreateRectRgn(4, 4, 8, 8);
+    auto* region = Add(scene.root, new CGeoRegion2DNode(rectangles, 0x0000FF, 0, 0));
+    region->SetOffset({2, 0});
+    mode->SetMode(CGeoModeNode::kShading);
+    Render(scene.root);
+    const RGBA cyan{0, 255, 255, 255};
+    ExpectPixels({{48, 48, cyan},
+                  {50, 50, cyan},
+                  {51, 48, kMagenta},
+                  {6, 4, kRed},
+                  {9, 7, kRed},
+                  {5, 5, kBlack},
+                  {10, 5, kBlack}});
+}
+
+TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixels)
+{
+    Scene scene;
+    const POINT point{60, 2}, line[] = {{2, 60}, {20, 60}};
+    Add(scene.root, new CGeoPoint2DNode(&point, 1, 0xFFFFFF));
+    Add(scene.root, new CGeoLine2DNode(line, 2, 0xFFFFFF, 0, 1));
+    Add(scene.root, new CGeoCrossLine2DNode({32, 32}, 0xFFFFFF, 5, 1));
+    // Anchors at (40, 10) and (60, 10) with their handles on the line between.
+    const BEZIER_POINT2D curve[] = {{{40, 10, 40, 10, 45, 10, 0}}, {{60, 10, 55, 10, 60, 10, 0}}};
+    auto* bezier = Add(scene.root, new CGeoBezier2DNode(curve, 2, 0, 1, 1));
+    bezier->SetColor(0x0000FF, 0x0000FF, 0x0000FF);
+    Render(scene.root);
+    ExpectPixels({{60, 2, kWhite},
+                  {10, 60, kWhite},
+                  {36, 32, kWhite},
+                  {32, 28, kWhite},
+                  {34, 34, kBlack},
+                  {50, 10, kRed},
+                  {50, 12, kBlack}});
 }
 
 TEST_F(GlTest, WithoutACameraTheBoxFillsTheView)

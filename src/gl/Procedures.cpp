@@ -297,16 +297,23 @@ std::string ProcedureName(const char* prefix, const char* type)
     return std::string(prefix) + type + "By" + kGlRenderer;
 }
 
-// Every draw procedure; every class ends its drawing through the base
-// class's end procedure.
-std::vector<std::pair<std::string, DAPI_PROC>> DrawProcedures()
+struct Registration {
+    const char* kind;
+    std::string name;
+    DAPI_PROC procedure;
+};
+
+// Every procedure; every class ends its drawing through the base class's end
+// procedure.
+std::vector<Registration> AllProcedures()
 {
-    std::vector<std::pair<std::string, DAPI_PROC>> all;
+    std::vector<Registration> all;
     for (const Procedure& procedure : kProcedures)
-        all.emplace_back(ProcedureName("Draw", procedure.type), procedure.draw);
+        all.push_back({"DrawProc", ProcedureName("Draw", procedure.type), procedure.draw});
     for (const Procedure& procedure : OverlayProcedures())
-        all.emplace_back(ProcedureName("Draw", procedure.type), procedure.draw);
-    all.emplace_back(ProcedureName("EndDraw", "CGeoBaseNode"), DrawGroup);
+        all.push_back({"DrawProc", ProcedureName("Draw", procedure.type), procedure.draw});
+    all.push_back({"DrawProc", ProcedureName("EndDraw", "CGeoBaseNode"), DrawGroup});
+    for (auto& [name, procedure] : GeometryProcedures()) all.push_back({"GeoProc", std::move(name), procedure});
     return all;
 }
 
@@ -314,12 +321,11 @@ std::vector<std::pair<std::string, DAPI_PROC>> DrawProcedures()
 
 int RegisterGlProcedures()
 {
-    for (const auto& [name, procedure] : DrawProcedures())
-        GetDApiManager()->Register("DrawProc", name.c_str(), procedure);
+    for (const Registration& r : AllProcedures()) GetDApiManager()->Register(r.kind, r.name.c_str(), r.procedure);
     return 1;
 }
 
 void UnregisterGlProcedures()
 {
-    for (const auto& [name, procedure] : DrawProcedures()) GetDApiManager()->Unregister("DrawProc", name.c_str());
+    for (const Registration& r : AllProcedures()) GetDApiManager()->Unregister(r.kind, r.name.c_str());
 }

@@ -13,6 +13,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
+#include <utility>
 #include <unordered_map>
 #include <vector>
 
@@ -130,6 +132,8 @@ struct Procedure {
 };
 // The draw procedures of the 2-D overlay classes.
 std::vector<Procedure> OverlayProcedures();
+// The "GeoProc" procedures by name.
+std::vector<std::pair<std::string, DAPI_PROC>> GeometryProcedures();
 
 // The renderer's cache of a CGeoRefNode: the reference's subtree as uploaded
 // on its first frame.

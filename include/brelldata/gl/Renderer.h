@@ -26,8 +26,21 @@ public:
 // The renderer name the procedures are registered under.
 inline constexpr const char* kGlRenderer = "GL";
 
+// Names of the geometry procedures. Under each, models become point nodes
+// and linear line data line nodes. Meshes become points, a closed wireframe,
+// or a shaded reference set ("shade" flat, "smooth", "texture" from the
+// first image child, whose texture coordinates run from 0 to 1 with v = 0 at
+// the image's first row); all share the scan's vertex and polygon stores and
+// carry flat and smooth normals.
+inline constexpr const char* kGlPoints = "points";
+inline constexpr const char* kGlWire = "wire";
+inline constexpr const char* kGlShade = "shade";
+inline constexpr const char* kGlSmooth = "smooth";
+inline constexpr const char* kGlTexture = "texture";
+
 // Registers the "DrawProc" procedures of renderer "GL" for every geometry
-// class, replacing any registered under the same names; 1.
+// class and the "GeoProc" procedures of every scan class under the names
+// above, replacing any registered under the same names; 1.
 BRELL_GL_API int RegisterGlProcedures();
 // Removes them again.
 BRELL_GL_API void UnregisterGlProcedures();

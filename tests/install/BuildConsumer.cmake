@@ -14,6 +14,7 @@ run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE} -B ${CONSUMER_BUILD} -DCMAKE_PREFIX_P
     -DCMAKE_CXX_COMPILER=${CXX})
 run(${CMAKE_COMMAND} --build ${CONSUMER_BUILD})
 run(${CONSUMER_BUILD}/consumer)
+run(${CONSUMER_BUILD}/gl_consumer)
 
 # pkg-config
 set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig)

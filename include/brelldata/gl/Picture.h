@@ -1,0 +1,35 @@
+#pragma once
+
+#include <brelldata/geo/LightCameraNodes.h>
+#include <brelldata/gl/Export.h>
+#include <brelldata/gl/Renderer.h>
+#include <brelldata/scan/Records.h>
+
+#include <vector>
+
+class CBaseNode;
+
+// How a tree becomes a picture.
+struct RenderOptions {
+    int width = 800;
+    int height = 600;
+    RGBA background{0, 0, 0, 255};
+    // The viewing direction and full vertical field of view in degrees used
+    // when the scene holds no CGeoCameraNode.
+    CVector_3<double> direction{0.0, 0.0, -1.0};
+    double fov = 45.0;
+};
+
+// The camera of the first shown CGeoCameraNode of the tree (references of
+// CGeoRefNodes included); without one, a perspective view along
+// options.direction from EvalViewPoint, so that the box of the tree and of
+// the references under it fills the field of view.
+BRELL_GL_API CAMERA_PARAM SceneCamera(CBaseNode* root, const RenderOptions& options);
+// BeginFrame with SceneCamera and the background, then Draw; Draw's result.
+BRELL_GL_API int RenderScene(CGlRenderer& renderer, CBaseNode* root, const RenderOptions& options);
+// Registers the procedures, renders root with a new renderer of the options'
+// size and writes the picture to path as an 8-bit RGBA PNG. Throws CGlError.
+BRELL_GL_API void RenderToPng(CBaseNode* root, const RenderOptions& options, const char* path);
+// Writes width x height pixels, rows from the top; throws CGlError naming the
+// file when it cannot be written.
+BRELL_GL_API void WritePng(const char* path, int width, int height, const std::vector<RGBA>& pixels);

@@ -1,0 +1,90 @@
+#pragma once
+
+#include <brelldata/geo/LightCameraNodes.h>
+#include <brelldata/gl/Export.h>
+#include <brelldata/scan/Records.h>
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+class CBaseNode;
+
+// The reference renderer: draw procedures for the renderer name "GL" that
+// draw geometry trees with OpenGL 3.3 core (vertex buffers and shaders) into
+// an off-screen framebuffer of an EGL context that needs no window or display
+// server.
+
+// The one kind of exception the renderer throws; what() names what failed.
+class BRELL_GL_API CGlError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
+// The renderer name the procedures are registered under.
+inline constexpr const char* kGlRenderer = "GL";
+
+// Names of the geometry procedures. Under each, models become point nodes
+// and linear line data line nodes. Meshes become points, a closed wireframe,
+// or a shaded reference set ("shade" flat, "smooth", "texture" from the
+// first image child, whose texture coordinates run from 0 to 1 with v = 0 at
+// the image's first row); all share the scan's vertex and polygon stores and
+// carry flat and smooth normals.
+inline constexpr const char* kGlPoints = "points";
+inline constexpr const char* kGlWire = "wire";
+inline constexpr const char* kGlShade = "shade";
+inline constexpr const char* kGlSmooth = "smooth";
+inline constexpr const char* kGlTexture = "texture";
+
+// Registers the "DrawProc" procedures of renderer "GL" for every geometry
+// class and the "GeoProc" procedures of every scan class under the names
+// above, replacing any registered under the same names; 1.
+BRELL_GL_API int RegisterGlProcedures();
+// Removes them again.
+BRELL_GL_API void UnregisterGlProcedures();
+// The renderer's caches alive in the process, held by CGeoRefNodes.
+BRELL_GL_API int GlCacheCount();
+
+// An OpenGL context with a framebuffer of its own. It is the context that
+// DrawTree hands the "GL" procedures: between BeginFrame and ReadPixels it
+// holds the frame's state (view, projection, lights). A CGeoRefNode drawn
+// through it keeps the GPU buffers of its reference's subtree as first drawn,
+// so later frames upload nothing for it; release the node's cache after
+// changing that subtree. Caches may outlive the renderer (they then free only
+// memory). One thread at a time.
+class BRELL_GL_API CGlRenderer {
+public:
+    // Throws CGlError naming the step that failed when EGL's surfaceless
+    // platform or an OpenGL 3.3 core context is not available, or when the
+    // size is not positive.
+    CGlRenderer(int width, int height);
+    ~CGlRenderer();
+    CGlRenderer(const CGlRenderer&) = delete;
+    CGlRenderer& operator=(const CGlRenderer&) = delete;
+
+    int Width() const;
+    int Height() const;
+    // GL_RENDERER and GL_VERSION, for reports.
+    std::string Description() const;
+
+    // Starts a frame: clears to background, looks through camera (fields as
+    // CGeoCameraNode documents them) and lights the scene with a light at the
+    // eye until a CGeoLightNode is drawn.
+    void BeginFrame(const CAMERA_PARAM& camera, RGBA background);
+    // DrawTree(root, "GL", this); the procedures must be registered. Its result.
+    int Draw(CBaseNode* root);
+    // The frame's pixels, rows from the top, r, g, b, a.
+    std::vector<RGBA> ReadPixels();
+
+    // Vertex, index and texture uploads since the renderer was made.
+    uint64_t Uploads() const;
+    uint64_t UploadedBytes() const;
+
+    class Impl;
+    Impl& Get() { return *impl_; }
+
+private:
+    std::shared_ptr<Impl> impl_;
+};

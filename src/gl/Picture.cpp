@@ -1,0 +1,100 @@
+#include <brelldata/geo/GroupNodes.h>
+#include <brelldata/gl/Picture.h>
+
+#include <png.h>
+
+#include <cmath>
+#include <string>
+
+namespace {
+
+// What drawing reaches (shown nodes, enabled children, the subtrees of
+// references): the first camera and the nodes references stand for.
+struct SceneWalk {
+    CGeoCameraNode* camera = nullptr;
+    std::vector<CBaseNode*> references;
+
+    void Visit(CBaseNode* node, int depth)
+    {
+        // References may lead back into their own subtree.
+        if (node == nullptr || depth > 64) return;
+        const bool geometry = node->IsKindOf(CGeoBaseNode::TypeId()) != 0;
+        if (geometry && static_cast<CGeoBaseNode*>(node)->IsShow() == 0) return;
+        if (camera == nullptr && node->IsKindOf(CGeoCameraNode::TypeId())) camera = static_cast<CGeoCameraNode*>(node);
+        if (node->IsKindOf(CGeoRefNode::TypeId())) {
+            CBaseNode* target = static_cast<CGeoRefNode*>(node)->Reference();
+            if (target != nullptr) references.push_back(target);
+            Visit(target, depth + 1);
+        }
+        for (unsigned int i = 0; i < node->GetChildNum(); ++i)
+            if (!geometry || node->IsChildEnable(static_cast<int>(i)) != 0) Visit(node->GetChild(i), depth + 1);
+    }
+};
+
+}  // namespace
+
+CAMERA_PARAM SceneCamera(CBaseNode* root, const RenderOptions& options)
+{
+    SceneWalk walk;
+    walk.Visit(root, 0);
+    if (walk.camera != nullptr) return walk.camera->camera;
+
+    double box[6] = {-1.0, -1.0, -1.0, 1.0, 1.0, 1.0};
+    int found = EvalBBoxForNode(root, box[0], box[1], box[2], box[3], box[4], box[5]);
+    for (CBaseNode* target : walk.references) {
+        double part[6];
+        if (EvalBBoxForNode(target, part[0], part[1], part[2], part[3], part[4], part[5]) == 0) continue;
+        for (int i = 0; i < 3; ++i) {
+            box[i] = found != 0 ? std::fmin(box[i], part[i]) : part[i];
+            box[i + 3] = found != 0 ? std::fmax(box[i + 3], part[i + 3]) : part[i + 3];
+        }
+        found = 1;
+    }
+    // A single point still needs a sphere to look at.
+    const double extent[3] = {box[3] - box[0], box[4] - box[1], box[5] - box[2]};
+    if (std::sqrt(extent[0] * extent[0] + extent[1] * extent[1] + extent[2] * extent[2]) < 1e-9) {
+        for (int i = 0; i < 3; ++i) box[i] -= 1.0, box[i + 3] += 1.0;
+    }
+    const CVector_3<double>& d = options.direction;
+    CAMERA_PARAM camera{1, -1.0, 1.0, 1.0, -1.0, 0.1, 10.0, options.fov, 0.0, {}, {}};
+    camera.to = {(box[0] + box[3]) * 0.5, (box[1] + box[4]) * 0.5, (box[2] + box[5]) * 0.5};
+    EvalViewPoint(box[0], box[1], box[2], box[3], box[4], box[5], d.x, d.y, d.z, options.fov, camera.from.x,
+                  camera.from.y, camera.from.z);
+    const double radius = 0.5 * std::sqrt(extent[0] * extent[0] + extent[1] * extent[1] + extent[2] * extent[2]);
+    const double distance =
+        std::hypot(camera.from.x - camera.to.x, camera.from.y - camera.to.y, camera.from.z - camera.to.z);
+    camera.nearClip = std::fmax(distance - 1.05 * radius, distance * 1e-3);
+    camera.farClip = distance + 1.05 * radius;
+    return camera;
+}
+
+int RenderScene(CGlRenderer& renderer, CBaseNode* root, const RenderOptions& options)
+{
+    renderer.BeginFrame(SceneCamera(root, options), options.background);
+    return renderer.Draw(root);
+}
+
+void RenderToPng(CBaseNode* root, const RenderOptions& options, const char* path)
+{
+    RegisterGlProcedures();
+    CGlRenderer renderer(options.width, options.height);
+    RenderScene(renderer, root, options);
+    WritePng(path, options.width, options.height, renderer.ReadPixels());
+}
+
+void WritePng(const char* path, int width, int height, const std::vector<RGBA>& pixels)
+{
+    const std::string name = path != nullptr ? path : "(null)";
+    if (path == nullptr || width <= 0 || height <= 0 || pixels.size() != static_cast<size_t>(width) * height)
+        throw CGlError("cannot write PNG file " + name + ": no picture of that size");
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    image.width = static_cast<png_uint_32>(width);
+    image.height = static_cast<png_uint_32>(height);
+    image.format = PNG_FORMAT_RGBA;
+    if (png_image_write_to_file(&image, path, 0, pixels.data(), 0, nullptr) == 0) {
+        const std::string reason = image.message;
+        png_image_free(&image);
+        throw CGlError("cannot write PNG file " + name + ": " + reason);
+    }
+}

@@ -1,0 +1,98 @@
+// Reference nodes keep their subtree's GPU buffers between frames.
+
+#include "gl/GlScenes.h"
+
+namespace brell::test {
+namespace {
+
+// A reference node standing for a subtree of a red and a textured quad that
+// share nothing with the scene.
+struct Referenced {
+    Referenced()
+    {
+        subtree->AddRef();
+        Add(subtree, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
+        CGeoPolyShadeRefNode* quad = Add(subtree, ShadedQuad(-1.0, -1.0, 1.0, 1.0, -0.5, kWhite));
+        quad->texture = 1;
+        quad->textureImage->width = 1;
+        quad->textureImage->AppendRows(1);
+        quad->textureImage->Element(0, 0) = kBlue;
+        reference->SetRefNode(subtree);
+        Add(scene.root, OrthoCamera());
+        Add(scene.root, reference);
+    }
+    ~Referenced() { subtree->Release(); }
+
+    CGeoBaseNode* subtree = new CGeoBaseNode;
+    CGeoRefNode* reference = new CGeoRefNode;
+    Scene scene;
+};
+
+TEST_F(GlTest, ASecondFrameOfAnUnchangedSceneUploadsNothing)
+{
+    Referenced referenced;
+    Render(referenced.scene.root);
+    const uint64_t first = renderer->Uploads();
+    EXPECT_GT(first, 0u);
+    EXPECT_NE(referenced.reference->GetCache(), nullptr);
+    EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
+    EXPECT_EQ(AtWorld(-0.5, 0.5), kBlue);
+
+    Render(referenced.scene.root);
+    EXPECT_EQ(renderer->Uploads(), first);
+    EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
+    EXPECT_EQ(AtWorld(-0.5, 0.5), kBlue);
+}
+
+TEST_F(GlTest, NodesOutsideReferencesUploadEveryFrame)
+{
+    Scene scene;
+    Add(scene.root, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
+    Render(scene.root);
+    const uint64_t first = renderer->Uploads();
+    Render(scene.root);
+    EXPECT_EQ(renderer->Uploads(), 2 * first);
+}
+
+TEST_F(GlTest, ReleasedCachesAreRebuiltOnTheNextFrame)
+{
+    Referenced referenced;
+    Render(referenced.scene.root);
+    const uint64_t first = renderer->Uploads();
+    referenced.reference->ReleaseCache();
+    Render(referenced.scene.root);
+    EXPECT_EQ(renderer->Uploads(), 2 * first);
+    EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
+}
+
+TEST_F(GlTest, EachCacheGoesWithItsNodeOnce)
+{
+    const int before = GlCacheCount();
+    {
+        Referenced referenced;
+        auto* second = Add(referenced.scene.root, new CGeoRefNode);
+        second->SetRefNode(referenced.subtree);
+        Render(referenced.scene.root);
+        EXPECT_EQ(GlCacheCount(), before + 2);
+    }
+    EXPECT_EQ(GlCacheCount(), before);
+}
+
+TEST_F(GlTest, CachesOutliveTheirRenderer)
+{
+    const int before = GlCacheCount();
+    Referenced referenced;
+    Render(referenced.scene.root);
+    renderer.reset();
+    EXPECT_EQ(GlCacheCount(), before + 1);
+
+    // Another renderer cannot use the cache of the first and makes its own.
+    renderer = std::make_unique<CGlRenderer>(kSize, kSize);
+    Render(referenced.scene.root);
+    EXPECT_GT(renderer->Uploads(), 0u);
+    EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
+    EXPECT_EQ(GlCacheCount(), before + 1);
+}
+
+}  // namespace
+}  // namespace brell::test

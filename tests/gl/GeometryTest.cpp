@@ -1,0 +1,106 @@
+// Geometry procedures turn scan data into drawable nodes sharing its stores.
+
+#include "gl/GlScenes.h"
+
+#include <brelldata/core/Walk.h>
+#include <brelldata/scan/LineNodes.h>
+#include <brelldata/scan/ModelNodes.h>
+
+namespace brell::test {
+namespace {
+
+// An element with a model of one point, a textured square mesh from (-1, -1)
+// to (1, 1) with a 2x2 image, and a polyline of three points.
+class ScanGeometry : public GlTest {
+protected:
+    void SetUp() override
+    {
+        GlTest::SetUp();
+        element->AddRef();
+        auto* model = Add(element, new CModelNode);
+        model->AppendVertex(1);
+        *model->GetVertex(0) = {0.0, 0.0, 0.5};
+
+        mesh = Add(element, new CMeshNode);
+        mesh->AppendVertex(4);
+        const VERTEX corners[] = {{-1.0, 1.0, 0.0}, {1.0, 1.0, 0.0}, {1.0, -1.0, 0.0}, {-1.0, -1.0, 0.0}};
+        for (int i = 0; i < 4; ++i) *mesh->GetVertex(i) = corners[i];
+        mesh->polygons->rows.push_back({{0, 1, 2, 3}, 4});
+        mesh->texCoords->rows.push_back({{{0.0f, 0.0f}, {1.0f, 0.0f}, {1.0f, 1.0f}, {0.0f, 1.0f}}, 4});
+        CRefData<CMatrixDataStore<RGBA>> image;
+        image->width = 2;
+        image->AppendRows(2);
+        image->Element(0, 0) = kRed;
+        image->Element(0, 1) = kGreen;
+        image->Element(1, 0) = kBlue;
+        image->Element(1, 1) = kYellow;
+        mesh->AppendImage(image);
+
+        auto* line = Add(element, new CLinearLineNode);
+        line->lines->lines.push_back({{-1.55, -1.55, 0.0}, {1.55, -1.55, 0.0}, {1.55, 1.55, 0.0}});
+        Add(output.root, OrthoCamera());
+    }
+    void TearDown() override
+    {
+        element->Release();
+        GlTest::TearDown();
+    }
+
+    template <class Node>
+    Node* Built()
+    {
+        int counter = 0;
+        return static_cast<Node*>(
+            SearchNode(output.root, IsSameType, counter, const_cast<char*>(Node::TypeId().c_str())));
+    }
+
+    CElementNode* element = new CElementNode;
+    CMeshNode* mesh = nullptr;
+    Scene output;
+};
+
+TEST_F(ScanGeometry, TexturedMeshesShareTheScanStoresAndShowTheImage)
+{
+    ASSERT_EQ(element->GeoCalc(kGlTexture, output.root), 1);
+    auto* shade = Built<CGeoPolyShadeRefNode>();
+    ASSERT_NE(shade, nullptr);
+    EXPECT_EQ(&*shade->vertices, &*mesh->vertices);
+    EXPECT_EQ(&*shade->polygons, &*mesh->polygons);
+    EXPECT_EQ(&*shade->textureImage, &*mesh->Image(0));
+    EXPECT_EQ(shade->texture, 1);
+    EXPECT_EQ(shade->smooth, 0);
+    ASSERT_EQ(shade->flatNormals->Number(), 1);
+    EXPECT_FLOAT_EQ(shade->FlatNormal(0).z, -1.0f);
+    ASSERT_EQ(shade->smoothNormals->Number(), 4);
+    EXPECT_FLOAT_EQ(shade->smoothNormals->Element(3).z, -1.0f);
+    EXPECT_NE(Built<CGeoPointNode>(), nullptr);
+    ASSERT_NE(Built<CGeoLineNode>(), nullptr);
+    EXPECT_EQ(Built<CGeoLineNode>()->Number(), 2);
+
+    Render(output.root);
+    // Between the texel centres and the edges, where filtering mixes nothing.
+    EXPECT_EQ(AtWorld(-0.8, 0.8), kRed);
+    EXPECT_EQ(AtWorld(0.8, 0.8), kGreen);
+    EXPECT_EQ(AtWorld(-0.8, -0.8), kBlue);
+    EXPECT_EQ(AtWorld(0.8, -0.8), kYellow);
+    EXPECT_EQ(AtWorld(1.55, 0.0), kWhite);
+}
+
+TEST_F(ScanGeometry, WireAndPointProceduresBuildTheirOwnNodes)
+{
+    ASSERT_EQ(element->GeoCalc(kGlWire, output.root), 1);
+    auto* wire = Built<CGeoWireFrameNode>();
+    ASSERT_NE(wire, nullptr);
+    EXPECT_EQ(&*wire->polygons, &*mesh->polygons);
+    EXPECT_EQ(wire->Number(), 1);
+    EXPECT_EQ(Built<CGeoPolyShadeRefNode>(), nullptr);
+
+    ASSERT_EQ(element->GeoCalc(kGlSmooth, output.root), 1);
+    EXPECT_EQ(Built<CGeoPolyShadeRefNode>()->smooth, 1);
+    Render(output.root);
+    EXPECT_EQ(AtWorld(0.0, 0.0).r, AtWorld(0.0, 0.0).b);
+    EXPECT_GT(AtWorld(0.0, 0.0).r, 150);
+}
+
+}  // namespace
+}  // namespace brell::test

@@ -1,0 +1,214 @@
+// Pictures of small scenes, checked by the colours at chosen pixels.
+
+#include "gl/GlScenes.h"
+
+#include <brelldata/geo/LightCameraNodes.h>
+#include <brelldata/geo/OverlayNodes.h>
+
+#include <png.h>
+
+#include <cstdio>
+#include <string>
+
+namespace brell::test {
+namespace {
+
+// Four quarters seen through OrthoCamera: a red triangle in front of a blue
+// one (top left), a textured quad (top right), a hidden node and a disabled
+// switch child over a yellow point (bottom left), a mode node with a
+// wireframe and a magenta shaded member (bottom right).
+class Quarters : public GlTest {
+protected:
+    void SetUp() override
+    {
+        GlTest::SetUp();
+        Add(scene.root, OrthoCamera());
+        // The red one comes first: depth, not order, puts it in front.
+        Add(scene.root, Polygon({{-1.5, 0.4, 0.0}, {-0.5, 0.4, 0.0}, {-1.0, 1.4, 0.0}}, kRed));
+        Add(scene.root, Polygon({{-1.9, 0.1, -1.0}, {-0.1, 0.1, -1.0}, {-1.0, 1.9, -1.0}}, kBlue));
+
+        CGeoPolyShadeRefNode* textured = Add(scene.root, ShadedQuad(0.2, 0.2, 1.8, 1.8, 0.0, kWhite));
+        textured->texture = 1;
+        textured->textureImage->width = 2;
+        textured->textureImage->AppendRows(2);
+        textured->textureImage->Element(0, 0) = kRed;
+        textured->textureImage->Element(0, 1) = kGreen;
+        textured->textureImage->Element(1, 0) = kBlue;
+        textured->textureImage->Element(1, 1) = kYellow;
+
+        Add(scene.root, Polygon({{-1.5, -1.5, 1.0}, {-0.5, -1.5, 1.0}, {-1.0, -0.5, 1.0}}, kGreen))->ShowEnable(0);
+        auto* switchNode = Add(scene.root, new CGeoSwitchNode);
+        auto* point = Add(switchNode, new CGeoPointNode);
+        SetVertices(point, {{-1.0, -1.0, 0.0}});
+        point->Append(1);
+        point->Index(0) = 0;
+        point->size = 5.0;
+        point->color = kYellow;
+        Add(switchNode, Polygon({{-1.9, -1.9, 1.0}, {-0.1, -1.9, 1.0}, {-1.0, -0.1, 1.0}}, kGreen));
+        switchNode->Enable(1, 0);
+
+        mode = Add(scene.root, new CGeoModeNode);
+        CGeoPolyShadeRefNode* faces = ShadedQuad(0.2, -1.8, 1.8, -0.2, 0.0, kMagenta);
+        auto* wire = new CGeoWireFrameNode;
+        wire->vertices = faces->vertices;
+        wire->polygons = faces->polygons;
+        wire->indices = faces->indices;
+        wire->closed = 1;
+        wire->lineWidth = 3.0;
+        mode->SetLineNode(wire);
+        mode->SetPolygonNode(faces);
+    }
+
+    Scene scene;
+    CGeoModeNode* mode = nullptr;
+};
+
+TEST_F(Quarters, FrontTriangleHidesTheBackOneWhateverTheOrder)
+{
+    Render(scene.root);
+    EXPECT_EQ(AtWorld(-1.0, 0.75), kRed);
+    EXPECT_EQ(AtWorld(-1.0, 0.2), kBlue);
+    EXPECT_EQ(AtWorld(-1.9, 1.9), kBlack);
+}
+
+TEST_F(Quarters, TexturedQuadShowsItsImageFromTheTopLeft)
+{
+    Render(scene.root);
+    EXPECT_EQ(AtWorld(0.6, 1.4), kRed);
+    EXPECT_EQ(AtWorld(1.4, 1.4), kGreen);
+    EXPECT_EQ(AtWorld(0.6, 0.6), kBlue);
+    EXPECT_EQ(AtWorld(1.4, 0.6), kYellow);
+}
+
+TEST_F(Quarters, HiddenNodesAndDisabledChildrenDrawNothing)
+{
+    Render(scene.root);
+    EXPECT_EQ(AtWorld(-1.0, -1.0), kYellow);
+    EXPECT_EQ(AtWorld(-1.0, -0.7), kBlack);
+    EXPECT_EQ(AtWorld(-1.5, -1.7), kBlack);
+}
+
+TEST_F(Quarters, ModeNodeDrawsTheWireframeOrTheShadedMember)
+{
+    Render(scene.root);
+    EXPECT_EQ(AtWorld(0.21, -1.0), kWhite);
+    EXPECT_EQ(AtWorld(1.0, -1.0), kBlack);
+
+    mode->SetMode(CGeoModeNode::kShading);
+    Render(scene.root);
+    EXPECT_EQ(AtWorld(1.0, -1.0), kMagenta);
+    EXPECT_EQ(AtWorld(0.21, -1.0), kMagenta);
+}
+
+TEST_F(Quarters, OverlaysCoverThe3DPictureWhateverTheOrder)
+{
+    const RECT square{46, 46, 51, 51};
+    scene.root->InsertChild(0, new CGeoRectangle2DNode(&square, 1, 0xFFFF00, 0));
+    CRgn rectangles;
+    rectangles.CreateRectRgn(4, 4, 8, 8);
+    auto* region = Add(scene.root, new CGeoRegion2DNode(rectangles, 0x0000FF, 0, 0));
+    region->SetOffset({2, 0});
+    mode->SetMode(CGeoModeNode::kShading);
+    Render(scene.root);
+    const RGBA cyan{0, 255, 255, 255};
+    ExpectPixels({{48, 48, cyan},
+                  {50, 50, cyan},
+                  {51, 48, kMagenta},
+                  {6, 4, kRed},
+                  {9, 7, kRed},
+                  {5, 5, kBlack},
+                  {10, 5, kBlack}});
+}
+
+TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixels)
+{
+    Scene scene;
+    const POINT point{60, 2}, line[] = {{2, 60}, {20, 60}};
+    Add(scene.root, new CGeoPoint2DNode(&point, 1, 0xFFFFFF));
+    Add(scene.root, new CGeoLine2DNode(line, 2, 0xFFFFFF, 0, 1));
+    Add(scene.root, new CGeoCrossLine2DNode({32, 32}, 0xFFFFFF, 5, 1));
+    // Anchors at (40, 10) and (60, 10) with their handles on the line between.
+    const BEZIER_POINT2D curve[] = {{{40, 10, 40, 10, 45, 10, 0}}, {{60, 10, 55, 10, 60, 10, 0}}};
+    auto* bezier = Add(scene.root, new CGeoBezier2DNode(curve, 2, 0, 1, 1));
+    bezier->SetColor(0x0000FF, 0x0000FF, 0x0000FF);
+    Render(scene.root);
+    ExpectPixels({{60, 2, kWhite},
+                  {10, 60, kWhite},
+                  {36, 32, kWhite},
+                  {32, 28, kWhite},
+                  {34, 34, kBlack},
+                  {50, 10, kRed},
+                  {50, 12, kBlack}});
+}
+
+TEST_F(GlTest, WithoutACameraTheBoxFillsTheView)
+{
+    Scene scene;
+    Add(scene.root, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
+    Render(scene.root);
+    EXPECT_EQ(At(kSize / 2, kSize / 2), kRed);
+    EXPECT_EQ(At(1, 1), kBlack);
+    // The sphere through the square's corners just fills the view, so its
+    // sides reach about two thirds of the way to the picture's edges.
+    EXPECT_EQ(At(kSize / 2 + kSize / 4, kSize / 2), kRed);
+    EXPECT_EQ(At(kSize - 4, kSize / 2), kBlack);
+}
+
+TEST_F(GlTest, SceneLightsReplaceTheLightAtTheEye)
+{
+    Scene scene;
+    Add(scene.root, OrthoCamera());
+    LIGHT_PARAM dim{};
+    dim.enabled = 1;
+    dim.ambient[0] = dim.ambient[1] = dim.ambient[2] = 0.5;
+    auto* lights = Add(scene.root, new CGeoLightNode);
+    lights->Append(dim);
+    Add(scene.root, ShadedQuad(-1.0, -1.0, 1.0, 1.0, 0.0, kWhite));
+    Render(scene.root);
+    const RGBA gray = At(kSize / 2, kSize / 2);
+    EXPECT_NEAR(gray.r, 128, 1);
+    EXPECT_EQ(gray.r, gray.b);
+}
+
+TEST_F(GlTest, RenderToPngWritesThePicture)
+{
+    Scene scene;
+    Add(scene.root, OrthoCamera());
+    Add(scene.root, Polygon({{-2.0, -2.0, 0.0}, {2.0, -2.0, 0.0}, {2.0, 2.0, 0.0}}, kBlue));
+    const std::string path = ::testing::TempDir() + "brell_gl_picture.png";
+    RenderOptions options;
+    options.width = 40;
+    options.height = 20;
+    RenderToPng(scene.root, options, path.c_str());
+
+    png_image image{};
+    image.version = PNG_IMAGE_VERSION;
+    ASSERT_NE(png_image_begin_read_from_file(&image, path.c_str()), 0);
+    image.format = PNG_FORMAT_RGBA;
+    std::vector<RGBA> read(static_cast<size_t>(image.width) * image.height);
+    ASSERT_NE(png_image_finish_read(&image, nullptr, read.data(), 0, nullptr), 0);
+    std::remove(path.c_str());
+    EXPECT_EQ(image.width, 40u);
+    EXPECT_EQ(image.height, 20u);
+    EXPECT_EQ(read[19 * 40 + 39], kBlue);
+    EXPECT_EQ(read[0], kBlack);
+}
+
+TEST(GlErrors, NameWhatFailed)
+{
+    try {
+        CGlRenderer renderer(0, 10);
+        FAIL() << "a renderer of no pixels";
+    } catch (const CGlError& error) {
+        EXPECT_NE(std::string(error.what()).find("size"), std::string::npos) << error.what();
+    }
+    try {
+        WritePng("/nonexistent/folder/picture.png", 1, 1, {kRed});
+        FAIL() << "a picture in a missing folder";
+    } catch (const CGlError& error) {
+        EXPECT_NE(std::string(error.what()).find("/nonexistent/folder/picture.png"), std::string::npos);
+    }
+}
+
+}  // namespace
+}  // namespace brell::test

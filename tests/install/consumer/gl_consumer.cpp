@@ -1,0 +1,14 @@
+// Host code built against the installed reference renderer.
+#include <brelldata/gl/Picture.h>
+#include <brelldata/platform/DApi.h>
+
+#include <cstdio>
+
+int main()
+{
+    RegisterGlProcedures();
+    const bool ok = GetDApiManager()->GetDApi("DrawProc", "DrawCGeoPolyShadeRefNodeByGL") != nullptr;
+    UnregisterGlProcedures();
+    std::puts(ok ? "gl consumer: ok" : "gl consumer: procedures missing");
+    return ok ? 0 : 1;
+}

@@ -1,10 +1,12 @@
-#include "core/TestNodes.h"
+#include "core/TreeFixtures.h"
 
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/Ref.h>
+#include <brelldata/core/RefNode.h>
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -19,6 +21,8 @@ public:
 BRELL_NODE_TYPE_DEFINE(CTestLoggedNode, CBaseNode)
 
 namespace {
+
+using namespace brell::test;
 
 // Holds one reference on a node for the length of a test.
 struct Held {
@@ -71,31 +75,23 @@ TEST(ReferenceCounts, ReleaseBelowOneDestroysNodesAndRefObjects)
     EXPECT_EQ(destroyedNames.back(), "ref");
 }
 
-TEST(Children, ChildHeldTwiceHasTwoEntriesAndRemovalDropsOne)
+TEST(Children, RemovalDropsOneEntryAndWithoutReleaseHandsTheReferenceToTheCaller)
 {
     Held parent(CBaseNode::Create());
     CBaseNode* child = CBaseNode::Create();
     parent->AppendChild(child);
     parent->AppendChild(child);
+    parent->AppendChild(CBaseNode::Create());
     EXPECT_EQ(child->RefCount(), 2);
     EXPECT_EQ(parent->RemoveChild(child, 1), 1);
-    EXPECT_EQ(parent->GetChildNum(), 1u);
     EXPECT_EQ(child->RefCount(), 1);
     EXPECT_EQ(parent->ChildIndex(child), 0);
-}
-
-TEST(Children, RemoveWithoutReleaseHandsTheReferenceToTheCaller)
-{
-    Held parent(CBaseNode::Create());
-    CBaseNode* first = CBaseNode::Create();
-    parent->AppendChild(first);
-    parent->AppendChild(CBaseNode::Create());
     parent->RemoveChild(0u, 0);
-    EXPECT_EQ(first->RefCount(), 1);
-    EXPECT_EQ(parent->RemoveChild(first, 1), 0);
+    EXPECT_EQ(child->RefCount(), 1);
+    EXPECT_EQ(parent->RemoveChild(child, 1), 0);
     parent->RemoveChild(5u, 1);
     EXPECT_EQ(parent->GetChildNum(), 1u);
-    first->Release();
+    child->Release();
 }
 
 TEST(Children, DestroyingAParentReleasesChildrenLastFirstAndSharedOnesSurvive)
@@ -170,6 +166,46 @@ TEST(NodeCopy, CopyConstructionAndAssignmentTakeTheirOwnReferences)
         EXPECT_EQ(child->RefCount(), 3);
     }
     EXPECT_EQ(child->RefCount(), 1);
+}
+
+TEST(RefNode, ChainsOfReferencesResolveToTheNodeFinallyMeantWithoutCounting)
+{
+    CBaseNode* target = CBaseNode::Create();
+    target->AddRef();
+    CRefNode second, first;
+    EXPECT_EQ(first.Reference(), nullptr);
+    EXPECT_EQ(first.Comment(), "Reference node: 0");
+
+    second.SetRefNode(target);
+    first.SetRefNode(&second);
+    EXPECT_EQ(first.Reference(), target);
+    EXPECT_EQ(second.Reference(), target);
+    char expected[48];
+    std::snprintf(expected, sizeof expected, "Reference node: %lx", reinterpret_cast<unsigned long>(&second));
+    EXPECT_EQ(first.Comment(), expected);
+    EXPECT_EQ(target->RefCount(), 1);
+    target->Release();
+}
+
+TEST(RefNode, CopyTakesTheTargetOnlyFromReferenceNodes)
+{
+    CBaseNode a, b, plain;
+    CRefNode source, target;
+    source.SetName("source");
+    source.SetAttributeInt("k", 1);
+    source.SetRefNode(&a);
+    target.SetRefNode(&b);
+    EXPECT_EQ(target.Copy(&source), 1);
+    EXPECT_EQ(target.Reference(), &a);
+    EXPECT_EQ(target.Name(), "source");
+    EXPECT_EQ(target.AttributeNumber(), 1);
+
+    plain.SetName("plain");
+    target.SetRefNode(&b);
+    EXPECT_EQ(target.Copy(&plain), 1);
+    EXPECT_EQ(target.Reference(), &b);
+    EXPECT_EQ(target.Name(), "plain");
+    EXPECT_EQ(target.AttributeNumber(), 0);
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "core/TestNodes.h"
+#include "core/TreeFixtures.h"
 #include "diag/Recording.h"
 
 #include <brelldata/core/NodeRegistry.h>
@@ -10,17 +10,7 @@
 
 namespace {
 
-using brell::test::Recording;
-
-CBaseNode* MakeCube()
-{
-    return CTestCubeNode::Create();
-}
-
-CBaseNode* MakeNothing()
-{
-    return nullptr;
-}
+using namespace brell::test;
 
 TEST(NodeRegistry, LibraryTypesAreCreatedByExactNameWithCountZero)
 {
@@ -35,9 +25,9 @@ TEST(NodeRegistry, LibraryTypesAreCreatedByExactNameWithCountZero)
 TEST(NodeRegistry, CallersRegisterTypesOnceAndEveryCallWritesItsTraceLine)
 {
     Recording recording(testing::TempDir() + "brell-registry-trace");
-    RegisterNodeType("CTestCubeNode", &MakeCube);
-    RegisterNodeType("CBaseNode", &MakeCube);  // the first factory stays
-    RegisterNodeType("CTestNullNode", &MakeNothing);
+    RegisterNodeType("CTestCubeNode", &CTestCubeNode::Create);
+    RegisterNodeType("CBaseNode", &CTestCubeNode::Create);  // the first factory stays
+    RegisterNodeType("CTestNullNode", []() -> CBaseNode* { return nullptr; });
     CBaseNode* cube = CreateNode("CTestCubeNode");
     CBaseNode* base = CreateNode("CBaseNode");
     EXPECT_EQ(cube->Type(), "CTestCubeNode");

@@ -1,4 +1,3 @@
-#include "core/TestNodes.h"
 #include "core/TreeFixtures.h"
 #include "diag/Recording.h"
 

@@ -10,16 +10,6 @@
 #include <string>
 #include <vector>
 
-// Records the names of nodes as they are destroyed.
-std::vector<std::string> destroyedNames;
-
-class CTestLoggedNode : public CBaseNode {
-    BRELL_NODE_TYPE(CTestLoggedNode, CBaseNode)
-public:
-    ~CTestLoggedNode() override { destroyedNames.push_back(Name()); }
-};
-BRELL_NODE_TYPE_DEFINE(CTestLoggedNode, CBaseNode)
-
 namespace {
 
 using namespace brell::test;
@@ -32,11 +22,11 @@ struct Held {
     CBaseNode* node;
 };
 
+NameList& destroyed = CTestCountedNode::destroyed;
+
 CBaseNode* Logged(const char* name)
 {
-    CBaseNode* node = CTestLoggedNode::Create();
-    node->SetName(name);
-    return node;
+    return Named(name, CTestCountedNode::Create());
 }
 
 TEST(TypeIdentity, FollowsTheChainOfBases)
@@ -53,18 +43,18 @@ TEST(TypeIdentity, FollowsTheChainOfBases)
 
 TEST(ReferenceCounts, ReleaseBelowOneDestroysNodesAndRefObjects)
 {
-    destroyedNames.clear();
+    destroyed.clear();
     Logged("unowned")->Release();
     CBaseNode* owned = Logged("owned");
     owned->AddRef();
     owned->AddRef();
     owned->Release();
-    EXPECT_EQ(destroyedNames, std::vector<std::string>{"unowned"});
+    EXPECT_EQ(destroyed, NameList{"unowned"});
     owned->Release();
-    EXPECT_EQ(destroyedNames.back(), "owned");
+    EXPECT_EQ(destroyed.back(), "owned");
 
     struct Tracked : CRef {
-        ~Tracked() override { destroyedNames.push_back("ref"); }
+        ~Tracked() override { destroyed.push_back("ref"); }
     };
     CRef* shared = new Tracked;
     shared->AddRef();
@@ -72,7 +62,7 @@ TEST(ReferenceCounts, ReleaseBelowOneDestroysNodesAndRefObjects)
     shared->Release();
     EXPECT_EQ(shared->RefCount(), 1);
     shared->Release();
-    EXPECT_EQ(destroyedNames.back(), "ref");
+    EXPECT_EQ(destroyed.back(), "ref");
 }
 
 TEST(Children, RemovalDropsOneEntryAndWithoutReleaseHandsTheReferenceToTheCaller)
@@ -96,13 +86,13 @@ TEST(Children, RemovalDropsOneEntryAndWithoutReleaseHandsTheReferenceToTheCaller
 
 TEST(Children, DestroyingAParentReleasesChildrenLastFirstAndSharedOnesSurvive)
 {
-    destroyedNames.clear();
+    destroyed.clear();
     Held keeper(CBaseNode::Create());
     CBaseNode* parent = Logged("parent");
     for (const char* name : {"a", "b", "c"}) parent->AppendChild(Logged(name));
     keeper->AppendChild(parent->GetChild(1));
     parent->Release();
-    EXPECT_EQ(destroyedNames, (std::vector<std::string>{"parent", "c", "a"}));
+    EXPECT_EQ(destroyed, (NameList{"parent", "c", "a"}));
     EXPECT_EQ(keeper->GetChild(0)->RefCount(), 1);
 }
 

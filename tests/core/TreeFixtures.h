@@ -65,12 +65,18 @@ class CTestCubeNode : public CTestBoxNode {
     BRELL_NODE_TYPE(CTestCubeNode, CTestBoxNode)
 };
 
-// Counts its live instances, so that a test can see that nothing was left over.
+// Counts its live instances and logs the names of those destroyed, so that a
+// test can see that nothing was left over and in which order nodes went.
 class CTestCountedNode : public CBaseNode {
     BRELL_NODE_TYPE(CTestCountedNode, CBaseNode)
     CTestCountedNode() { ++live; }
-    ~CTestCountedNode() override { --live; }
+    ~CTestCountedNode() override
+    {
+        --live;
+        destroyed.push_back(Name());
+    }
     static inline int live = 0;
+    static inline NameList destroyed;
 };
 
 // A type that no test registers.

@@ -124,12 +124,13 @@ int CGeoBaseNode::EvalBBox(double& minX, double& minY, double& minZ, double& max
 
 int CGeoBaseNode::_DrawThis(const char* renderer, const char* typeName, void* context)
 {
-    return brell::CallProcedure("DrawProc", {"Draw", typeName, "By", renderer}, this, context);
+    return brell::CallProcedure("DrawProc", "Draw", typeName != nullptr ? typeName : "", "By", renderer, this, context);
 }
 
 int CGeoBaseNode::_EndDraw(const char* renderer, const char* typeName, void* context)
 {
-    return brell::CallProcedure("DrawProc", {"EndDraw", typeName, "By", renderer}, this, context);
+    return brell::CallProcedure("DrawProc", "EndDraw", typeName != nullptr ? typeName : "", "By", renderer, this,
+                                context);
 }
 
 int DrawTree(CBaseNode* node, const char* renderer, void* context)

@@ -2,15 +2,17 @@
 
 #include <brelldata/platform/DApi.h>
 
-#include <cstring>
 #include <string>
 
 namespace brell {
 
-int CallProcedure(const char* kind, std::initializer_list<const char*> namePieces, void* node, void* argument)
+int CallProcedure(const char* kind, std::string_view prefix, std::string_view typeName, std::string_view separator,
+                  const char* callerName, void* node, void* argument)
 {
+    const std::string_view caller = callerName != nullptr ? callerName : "";
+    const std::string_view pieces[] = {prefix, typeName, separator, caller};
     size_t length = 0;
-    for (const char* piece : namePieces) length += piece != nullptr ? std::strlen(piece) : 0;
+    for (std::string_view piece : pieces) length += piece.size();
 
     char onStack[320];
     std::string onHeap;
@@ -19,11 +21,10 @@ int CallProcedure(const char* kind, std::initializer_list<const char*> namePiece
         onHeap.resize(length);
         name = onHeap.data();
     }
+    // Names are short: a plain loop beats a library call per piece.
     char* end = name;
-    for (const char* piece : namePieces) {
-        const size_t size = piece != nullptr ? std::strlen(piece) : 0;
-        if (size != 0) std::memcpy(end, piece, size);
-        end += size;
+    for (std::string_view piece : pieces) {
+        for (char c : piece) *end++ = c;
     }
     *end = '\0';
 

@@ -2,13 +2,15 @@
 
 // The library's calls into the procedure directory.
 
-#include <initializer_list>
+#include <string_view>
 
 namespace brell {
 
-// Joins the name pieces (a null piece counts as empty), looks the procedure of that kind and name up afresh
-// and calls it with (node, argument): its result, or 0 when there is none.
-// Names up to a few hundred bytes are built on the stack.
-int CallProcedure(const char* kind, std::initializer_list<const char*> namePieces, void* node, void* argument);
+// Looks up the procedure of that kind named prefix + typeName + separator +
+// callerName (a null caller name counts as empty) afresh, and calls it with
+// (node, argument): its result, or 0 when there is none. Names up to a few
+// hundred bytes are built on the stack.
+int CallProcedure(const char* kind, std::string_view prefix, std::string_view typeName, std::string_view separator,
+                  const char* callerName, void* node, void* argument);
 
 }  // namespace brell

@@ -65,7 +65,7 @@ int CObjectNode::GeoCalc(const char* procedure, CBaseNode* output)
 
 int CObjectNode::GeoCalcThis(const char* procedure, const char* typeName, CBaseNode* output)
 {
-    return brell::CallProcedure("GeoProc", {"Geo", typeName, "_", procedure != nullptr ? procedure : ""}, this, output);
+    return brell::CallProcedure("GeoProc", "Geo", typeName != nullptr ? typeName : "", "_", procedure, this, output);
 }
 
 int CObjectNode::GeoCalcDescent(const char* procedure, const std::string& typeName, CBaseNode* output)

@@ -2,11 +2,9 @@
 
 #include <brelldata/core/Export.h>
 
+#include <cstddef>
 #include <cstdint>
-#include <memory>
 #include <string>
-#include <string_view>
-#include <unordered_map>
 #include <vector>
 
 // The procedure directory: draw and geometry procedures that the host
@@ -22,6 +20,11 @@ struct CDApiItem {
 
 class BRELL_API CDApiManager {
 public:
+    CDApiManager() = default;
+    CDApiManager(const CDApiManager&) = delete;
+    CDApiManager& operator=(const CDApiManager&) = delete;
+    ~CDApiManager();
+
     // Null when absent (also for a null kind or name); allocates nothing.
     CDApiItem* GetDApi(const char* kind, const char* name);
     // 1; replaces the procedure of the same kind and name. 0 for a null kind,
@@ -31,19 +34,22 @@ public:
     int Unregister(const char* kind, const char* name);
 
 private:
-    struct Procedure {
-        std::unique_ptr<const std::string> name;  // the table's key views it
-        CDApiItem item;
+    struct Procedure;
+    // Open addressing over the procedures of one kind: a slot holds a name's
+    // hash and its procedure, which lives on its own so that an item pointer
+    // stays valid until that procedure is unregistered.
+    struct Slot {
+        uint64_t hash;
+        Procedure* procedure;  // null in a free slot
     };
-    // Hashed by name, looked up by view, so a lookup allocates nothing. Table
-    // nodes never move, so an item pointer stays valid until that procedure
-    // is unregistered.
-    using Table = std::unordered_map<std::string_view, Procedure>;
     struct Kind {
         std::string name;
-        Table procedures;
+        std::vector<Slot> slots;  // a power of two in size, at most half full
+        size_t used = 0;
     };
-    Table* Find(const char* kind);
+    Kind* FindKind(const char* kind);
+    Slot* FindSlot(Kind& kind, const char* name, size_t length, uint64_t hash);
+    void Grow(Kind& kind);
 
     std::vector<Kind> kinds_;  // a few kinds, searched in turn
 };

@@ -89,6 +89,8 @@ public:
             if (!text_.AtLineEnd('#')) text_.Fail("the end of the statement");
             text_.SkipLine();
         }
+        // A file without a single vertex is not taken for an empty scan.
+        if (geometry_.positions.empty()) text_.Fail("at least one vertex statement");
         Finish();
         return std::move(geometry_);
     }

@@ -52,7 +52,7 @@ uint8_t Channel(TextCursor& text)
 {
     text.SkipSpace('#');
     const std::string_view rest = text.Rest();
-    const std::string_view token = rest.substr(0, rest.find_first_of(" \t\r\n"));
+    const std::string_view token = rest.substr(0, rest.find_first_of(" \t\r\n#"));
     if (token.find_first_of(".eE") != std::string_view::npos)
         return detail::UnitToChannel(text.Number<double>("a colour value"));
     return static_cast<uint8_t>(text.Integer("a colour value of 0 to 255", 0, 255));

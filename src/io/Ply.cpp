@@ -435,6 +435,7 @@ public:
         const Property& list = element.properties[0];
         if (list.countType != Type::uint8 || (list.type != Type::int32 && list.type != Type::uint32)) return false;
         uint32_t corners[256];
+        CPolygon<int> face{};
         for (uint64_t f = 0; f < element.count; ++f) {
             const size_t mark = Mark();
             Need(1, "a face's corner count");
@@ -446,8 +447,15 @@ public:
                     FailAt(mark, "vertex indices below " + std::to_string(vertices),
                            std::to_string(static_cast<int32_t>(corners[k])));
             }
+            if (count == 3 || count == 4) {
+                // Triangles and quads go straight in, unused corners zero.
+                face.count = static_cast<int>(count);
+                for (unsigned k = 0; k < 4; ++k) face.items[k] = k < count ? static_cast<int>(corners[k]) : 0;
+                geometry.faces.push_back(face);
+                continue;
+            }
             if (count < 3) FailAt(mark, "a face of at least 3 corners", std::to_string(count) + " corners");
-            detail::AddPolygon(geometry, reinterpret_cast<const int*>(corners), nullptr, count);
+            detail::AddFan(geometry, reinterpret_cast<const int*>(corners), nullptr, count);
         }
         return true;
     }

@@ -42,6 +42,8 @@ ScanGeometry ReadXyz(std::string_view bytes, const std::string& name)
             text.Fail("the end of the line after " + std::to_string(values) + " values, as on line " +
                       std::to_string(firstLine));
     }
+    // A file without a single point is not taken for an empty scan.
+    if (geometry.positions.empty()) text.Fail("at least one point");
     return geometry;
 }
 

@@ -111,6 +111,8 @@ TEST(HostileFiles, BrokenHeadersAndListsEachGiveTheirOwnError)
               "the end of the file after the last element");
     EXPECT_EQ(ErrorOf(ReadOff, "OFF3 1 0\n").Found(), "\"OFF3\"");
     EXPECT_EQ(ErrorOf(ReadObj, "\x01\x02\n").Expected(), "a statement keyword (v, vt, vn, f or another)");
+    EXPECT_EQ(ErrorOf(ReadObj, "# nothing\ng group\n").Expected(), "at least one vertex statement");
+    EXPECT_EQ(ErrorOf(ReadXyz, "\n# nothing\n").Found(), "the end of the file");
 }
 
 TEST(HostileFiles, WritersRefuseInconsistentGeometry)

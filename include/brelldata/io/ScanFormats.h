@@ -9,8 +9,11 @@
 
 // Readers and writers of range scan files: PLY (ASCII and binary of either
 // byte order), OFF, OBJ and XYZ point lists. Every reader either returns the
-// whole file's geometry or throws FileError; none returns part of a file.
+// whole file's geometry or throws FileError; none returns part of a file, and
+// an OBJ or XYZ file without a single point is refused, not read as empty.
 // Faces of more than four corners are split into a fan of triangles.
+// Per-vertex texture coordinates (PLY s t, u v or texture_u texture_v; OFF's
+// ST prefix) become the faces' per-corner rows; a point cloud's are dropped.
 
 namespace brell::io {
 

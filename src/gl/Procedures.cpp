@@ -213,6 +213,13 @@ int DrawPolyShade(void* node, void* context)
     Geometry geometry;
     geometry.mode = GL_TRIANGLES;
     if (textured) geometry.textureImage = &image;
+    size_t cornerCount = 0;
+    ForEachSelected(*mesh->indices, *mesh->polygons, [&](int, const int*, int count) {
+        cornerCount += 3 * static_cast<size_t>(std::max(count - 2, 0));
+    });
+    geometry.positions.reserve(3 * cornerCount);
+    geometry.normals.reserve(3 * cornerCount);
+    if (textured) geometry.texCoords.reserve(2 * cornerCount);
     ForEachSelected(*mesh->indices, *mesh->polygons, [&](int i, const int* corners, int count) {
         if (count < 3 || !elements.Valid(corners, count)) return;
         CVector_3<float> flat;

@@ -27,9 +27,8 @@ void Append(std::vector<float>& to, double x, double y, double z)
     to.insert(to.end(), {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)});
 }
 
-// Index rows of up to four corners (line and polygon rows, or reference
-// polygons) as element lists; rows with a corner outside the vertices are
-// left out.
+// Index rows (of lines, polygons or reference polygons) as element lists;
+// rows with a corner outside the vertices are left out.
 class Elements {
 public:
     explicit Elements(int vertexCount) : vertexCount_(vertexCount) {}

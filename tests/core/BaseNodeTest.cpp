@@ -1,24 +1,20 @@
-#include "core/TestNodes.h"
+#include "core/TreeFixtures.h"
+#include "diag/Recording.h"
 
 #include <brelldata/core/BaseNode.h>
+#include <brelldata/core/NodeRegistry.h>
 #include <brelldata/core/Ref.h>
+#include <brelldata/core/RefNode.h>
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 #include <vector>
 
-// Records the names of nodes as they are destroyed.
-std::vector<std::string> destroyedNames;
-
-class CTestLoggedNode : public CBaseNode {
-    BRELL_NODE_TYPE(CTestLoggedNode, CBaseNode)
-public:
-    ~CTestLoggedNode() override { destroyedNames.push_back(Name()); }
-};
-BRELL_NODE_TYPE_DEFINE(CTestLoggedNode, CBaseNode)
-
 namespace {
+
+using namespace brell::test;
 
 // Holds one reference on a node for the length of a test.
 struct Held {
@@ -28,11 +24,11 @@ struct Held {
     CBaseNode* node;
 };
 
+NameList& destroyed = CTestCountedNode::destroyed;
+
 CBaseNode* Logged(const char* name)
 {
-    CBaseNode* node = CTestLoggedNode::Create();
-    node->SetName(name);
-    return node;
+    return Named(name, CTestCountedNode::Create());
 }
 
 TEST(TypeIdentity, FollowsTheChainOfBases)
@@ -49,18 +45,18 @@ TEST(TypeIdentity, FollowsTheChainOfBases)
 
 TEST(ReferenceCounts, ReleaseBelowOneDestroysNodesAndRefObjects)
 {
-    destroyedNames.clear();
+    destroyed.clear();
     Logged("unowned")->Release();
     CBaseNode* owned = Logged("owned");
     owned->AddRef();
     owned->AddRef();
     owned->Release();
-    EXPECT_EQ(destroyedNames, std::vector<std::string>{"unowned"});
+    EXPECT_EQ(destroyed, NameList{"unowned"});
     owned->Release();
-    EXPECT_EQ(destroyedNames.back(), "owned");
+    EXPECT_EQ(destroyed.back(), "owned");
 
     struct Tracked : CRef {
-        ~Tracked() override { destroyedNames.push_back("ref"); }
+        ~Tracked() override { destroyed.push_back("ref"); }
     };
     CRef* shared = new Tracked;
     shared->AddRef();
@@ -68,45 +64,37 @@ TEST(ReferenceCounts, ReleaseBelowOneDestroysNodesAndRefObjects)
     shared->Release();
     EXPECT_EQ(shared->RefCount(), 1);
     shared->Release();
-    EXPECT_EQ(destroyedNames.back(), "ref");
+    EXPECT_EQ(destroyed.back(), "ref");
 }
 
-TEST(Children, ChildHeldTwiceHasTwoEntriesAndRemovalDropsOne)
+TEST(Children, RemovalDropsOneEntryAndWithoutReleaseHandsTheReferenceToTheCaller)
 {
     Held parent(CBaseNode::Create());
     CBaseNode* child = CBaseNode::Create();
     parent->AppendChild(child);
     parent->AppendChild(child);
+    parent->AppendChild(CBaseNode::Create());
     EXPECT_EQ(child->RefCount(), 2);
     EXPECT_EQ(parent->RemoveChild(child, 1), 1);
-    EXPECT_EQ(parent->GetChildNum(), 1u);
     EXPECT_EQ(child->RefCount(), 1);
     EXPECT_EQ(parent->ChildIndex(child), 0);
-}
-
-TEST(Children, RemoveWithoutReleaseHandsTheReferenceToTheCaller)
-{
-    Held parent(CBaseNode::Create());
-    CBaseNode* first = CBaseNode::Create();
-    parent->AppendChild(first);
-    parent->AppendChild(CBaseNode::Create());
     parent->RemoveChild(0u, 0);
-    EXPECT_EQ(first->RefCount(), 1);
-    EXPECT_EQ(parent->RemoveChild(first, 1), 0);
+    EXPECT_EQ(child->RefCount(), 1);
+    EXPECT_EQ(parent->RemoveChild(child, 1), 0);
     parent->RemoveChild(5u, 1);
     EXPECT_EQ(parent->GetChildNum(), 1u);
-    first->Release();
+    child->Release();
 }
 
 TEST(Children, DestroyingAParentReleasesChildrenLastFirstAndSharedOnesSurvive)
 {
-    destroyedNames.clear();
+    destroyed.clear();
     Held keeper(CBaseNode::Create());
     CBaseNode* parent = Logged("parent");
     for (const char* name : {"a", "b", "c"}) parent->AppendChild(Logged(name));
     keeper->AppendChild(parent->GetChild(1));
     parent->Release();
-    EXPECT_EQ(destroyedNames, (std::vector<std::string>{"parent", "c", "a"}));
+    EXPECT_EQ(destroyed, (NameList{"parent", "c", "a"}));
     EXPECT_EQ(keeper->GetChild(0)->RefCount(), 1);
 }
 
@@ -170,6 +158,82 @@ TEST(NodeCopy, CopyConstructionAndAssignmentTakeTheirOwnReferences)
         EXPECT_EQ(child->RefCount(), 3);
     }
     EXPECT_EQ(child->RefCount(), 1);
+}
+
+TEST(RefNode, ChainsOfReferencesResolveToTheNodeFinallyMeantWithoutCounting)
+{
+    CBaseNode* target = CBaseNode::Create();
+    target->AddRef();
+    CRefNode second, first;
+    EXPECT_EQ(first.Reference(), nullptr);
+    EXPECT_EQ(first.Comment(), "Reference node: 0");
+
+    second.SetRefNode(target);
+    first.SetRefNode(&second);
+    EXPECT_EQ(first.Reference(), target);
+    EXPECT_EQ(second.Reference(), target);
+    char expected[48];
+    std::snprintf(expected, sizeof expected, "Reference node: %lx", reinterpret_cast<unsigned long>(&second));
+    EXPECT_EQ(first.Comment(), expected);
+    EXPECT_EQ(target->RefCount(), 1);
+    target->Release();
+}
+
+TEST(RefNode, CopyTakesTheTargetOnlyFromReferenceNodes)
+{
+    CBaseNode a, b, plain;
+    CRefNode source, target;
+    source.SetName("source");
+    source.SetAttributeInt("k", 1);
+    source.SetRefNode(&a);
+    target.SetRefNode(&b);
+    EXPECT_EQ(target.Copy(&source), 1);
+    EXPECT_EQ(target.Reference(), &a);
+    EXPECT_EQ(target.Name(), "source");
+    EXPECT_EQ(target.AttributeNumber(), 1);
+
+    plain.SetName("plain");
+    target.SetRefNode(&b);
+    EXPECT_EQ(target.Copy(&plain), 1);
+    EXPECT_EQ(target.Reference(), &b);
+    EXPECT_EQ(target.Name(), "plain");
+    EXPECT_EQ(target.AttributeNumber(), 0);
+}
+
+TEST(NodeRegistry, LibraryTypesAreCreatedByExactNameWithCountZero)
+{
+    CBaseNode* node = CreateNode("CRefNode");
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(node->Type(), "CRefNode");
+    EXPECT_EQ(node->RefCount(), 0);
+    node->Release();
+    for (const char* name : {"crefnode", "CTestCubeNode", ""}) EXPECT_EQ(CreateNode(name), nullptr) << name;
+}
+
+TEST(NodeRegistry, CallersRegisterTypesOnceAndEveryCallWritesItsTraceLine)
+{
+    Recording recording(testing::TempDir() + "brell-registry-trace");
+    RegisterNodeType("CTestCubeNode", &CTestCubeNode::Create);
+    RegisterNodeType("CBaseNode", &CTestCubeNode::Create);  // the first factory stays
+    RegisterNodeType("CTestNullNode", []() -> CBaseNode* { return nullptr; });
+    CBaseNode* cube = CreateNode("CTestCubeNode");
+    CBaseNode* base = CreateNode("CBaseNode");
+    EXPECT_EQ(cube->Type(), "CTestCubeNode");
+    EXPECT_EQ(base->Type(), "CBaseNode");
+    EXPECT_EQ(CreateNode("CTestNullNode"), nullptr);
+    cube->Release();
+    base->Release();
+
+    UnRegisterNodeType("CTestCubeNode");
+    UnRegisterNodeType("CTestNullNode");
+    UnRegisterNodeType("CTestNeverRegistered");
+    EXPECT_EQ(CreateNode("CTestCubeNode"), nullptr);
+    EXPECT_EQ(recording.Texts(),
+              (std::vector<std::string>{"Register node type CTestCubeNode\n", "Register node type CBaseNode\n",
+                                        "Register node type CTestNullNode\n", "Unregister node type CTestCubeNode\n",
+                                        "Unregister node type CTestNullNode\n",
+                                        "Unregister node type CTestNeverRegistered\n"}));
+    EXPECT_EQ(recording.Lines().front(), "output 0 0 Register node type CTestCubeNode\n");
 }
 
 }  // namespace

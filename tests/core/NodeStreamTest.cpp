@@ -31,29 +31,15 @@ std::pair<CTree, Bytes> TwoLevelTreeAndStream()
     r->AppendChild(a);
     r->AppendChild(Named("B", CRefNode::Create()));
     static_cast<CRefNode*>(r->GetChild(1))->SetRefNode(a);
-    return {CTree(r),
-            Bytes()
-                .I32(80)
-                .I32(2)
-                .Str("CBaseNode")
-                .Str("R")
-                .I32(48)
-                .I32(2)  // then the two attributes
-                .Attribute("n", kReserved, VALUE_INT, Bytes().I32(7))
-                .Attribute("w", kReserved, VALUE_FLOAT, Bytes().F32(0.5f))
-                .I32(62)
-                .I32(0)
-                .Str("CBaseNode")
-                .Str("A")
-                .I32(30)
-                .I32(1)
-                .Attribute("d", kReserved, VALUE_DOUBLE, Bytes().F64(2.5))
-                .I32(35)
-                .I32(0)
-                .Str("CRefNode")
-                .Str("B")
-                .I32(4)
-                .I32(0)};
+    // Each record: its own size, child count, type, name, attribute block size, then the block (count, entries).
+    Bytes stream;
+    stream.I32(80).I32(2).Str("CBaseNode").Str("R").I32(48).I32(2);
+    stream.Attribute("n", kReserved, VALUE_INT, Bytes().I32(7))
+        .Attribute("w", kReserved, VALUE_FLOAT, Bytes().F32(0.5f));
+    stream.I32(62).I32(0).Str("CBaseNode").Str("A").I32(30).I32(1);
+    stream.Attribute("d", kReserved, VALUE_DOUBLE, Bytes().F64(2.5));
+    stream.I32(35).I32(0).Str("CRefNode").Str("B").I32(4).I32(0);
+    return {CTree(r), stream};
 }
 
 TEST(NodeStream, TreesWriteTheseExactBytesAndReadBackIntoTreesThatWriteThemAgain)

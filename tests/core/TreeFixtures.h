@@ -1,7 +1,7 @@
 #pragma once
 
-// Fixtures for the tree, stream and walk tests: the standard tree
-// R(A(A1, A2), B) and node classes of the tests' own.
+// Fixtures of the core tests: the standard tree R(A(A1, A2), B) and node
+// classes of the tests' own.
 
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/NodeRegistry.h>
@@ -51,12 +51,32 @@ struct StandardTree {
     CTree tree;
 };
 
-// Counts its live instances, so that a test can see that nothing was left over.
+// A five-class chain under CBaseNode.
+class CTestShapeNode : public CBaseNode {
+    BRELL_NODE_TYPE(CTestShapeNode, CBaseNode)
+};
+class CTestSolidNode : public CTestShapeNode {
+    BRELL_NODE_TYPE(CTestSolidNode, CTestShapeNode)
+};
+class CTestBoxNode : public CTestSolidNode {
+    BRELL_NODE_TYPE(CTestBoxNode, CTestSolidNode)
+};
+class CTestCubeNode : public CTestBoxNode {
+    BRELL_NODE_TYPE(CTestCubeNode, CTestBoxNode)
+};
+
+// Counts its live instances and logs the names of those destroyed, so that a
+// test can see that nothing was left over and in which order nodes went.
 class CTestCountedNode : public CBaseNode {
     BRELL_NODE_TYPE(CTestCountedNode, CBaseNode)
     CTestCountedNode() { ++live; }
-    ~CTestCountedNode() override { --live; }
+    ~CTestCountedNode() override
+    {
+        --live;
+        destroyed.push_back(Name());
+    }
     static inline int live = 0;
+    static inline NameList destroyed;
 };
 
 // A type that no test registers.

@@ -130,12 +130,8 @@ TEST(WithFailingOpen, EveryMessageTriesToOpenTheChannelAgainAndNothingIsClosed)
     ASSERT_EQ(dlclose(library), 0);
 
     std::vector<std::string> expected = {"load"};
-    for (const char* format : {"Register node type ", "Unregister node type "}) {
-        for (const std::string& line : TraceLines(format)) {
-            expected.push_back("open 0");
-            expected.push_back(line);
-        }
-    }
+    for (const std::string& line : Concat({TraceLines("Register node type "), TraceLines("Unregister node type ")}))
+        expected.insert(expected.end(), {"open 0", line});
     expected.push_back("unload");
     EXPECT_EQ(recording.Lines(), expected);
 }

@@ -52,15 +52,8 @@ protected:
     {
         calls.clear();
         failing.clear();
-        Register<CObjectNode>();
-        Register<CElementNode>();
-        Register<CLodNode>();
-        Register<CModelNode>();
-        Register<CMeshNode>();
-        Register<CImageNode>();
-        Register<CLinearLineNode>();
-        Register<CBezierLineNode>();
-        Register<CCharLineNode>();
+        Register<CObjectNode, CElementNode, CLodNode, CModelNode, CMeshNode, CImageNode, CLinearLineNode,
+                 CBezierLineNode, CCharLineNode>();
         output->SetName("out");
     }
     ~GeoCalc() override
@@ -68,11 +61,12 @@ protected:
         for (const std::string& name : registered) GetDApiManager()->Unregister("GeoProc", name.c_str());
     }
 
-    template <class Node>
+    template <class... Node>
     void Register()
     {
-        registered.push_back("Geo" + Node::TypeId() + "_test");
-        GetDApiManager()->Register("GeoProc", registered.back().c_str(), &Procedure<Node>);
+        (GetDApiManager()->Register("GeoProc", registered.emplace_back("Geo" + Node::TypeId() + "_test").c_str(),
+                                    &Procedure<Node>),
+         ...);
     }
     void Unregister(const char* name) { GetDApiManager()->Unregister("GeoProc", name); }
 
@@ -99,15 +93,6 @@ TEST_F(GeoCalc, EveryClassCallsItsOwnProcedureAndEveryNodeGetsAReferenceNode)
     EXPECT_EQ(output->GetChildNum(), 2u) << "each calculation adds its own reference nodes";
 }
 
-TEST_F(GeoCalc, AnObjectNodeCallsTheGenericProcedureWithTheOutputItself)
-{
-    CTree object(Make<CObjectNode>("O"));
-    object.Root()->AppendChild(MakeModel());
-    EXPECT_EQ(static_cast<CObjectNode*>(object.Root())->GeoCalc("test", output), 1);
-    EXPECT_EQ(calls, (std::vector<std::string>{"CObjectNode O -> out"}));
-    EXPECT_EQ(Shape(output), "out(gO)");
-}
-
 TEST_F(GeoCalc, AMissingProcedureFallsBackToTheGenericOneWithoutVisitingChildren)
 {
     Scene scene;
@@ -127,13 +112,7 @@ TEST_F(GeoCalc, AMissingProcedureFallsBackToTheGenericOneWithoutVisitingChildren
 TEST_F(GeoCalc, AFailingChildFallsBackUnderItsParentAndItsSiblingsAreStillCalculated)
 {
     CTree scene(Make<CElementNode>("E"));
-    CModelNode* first = MakeModel();
-    CModelNode* second = MakeModel();
-    CModelNode* third = MakeModel();
-    first->SetName("M1");
-    second->SetName("M2");
-    third->SetName("M3");
-    for (CBaseNode* model : {first, second, third}) scene.Root()->AppendChild(model);
+    for (const char* name : {"M1", "M2", "M3"}) scene.Root()->AppendChild(Make<CModelNode>(name));
     failing = {"CModelNode M2"};
     auto* element = static_cast<CElementNode*>(scene.Root());
 

@@ -135,7 +135,7 @@ TEST(SpareElement, TakesOutOfRangeAccessInEveryStore)
     EXPECT_EQ(&lines.Element(1, 0), &lines.Element(0, 2));
 }
 
-TEST(Sharing, CopiedHandlesSeeEachOthersEditsUntilUnshared)
+TEST(Sharing, CopiedHandlesSeeEachOthersEditsUntilUnsharedAndAssignmentMovesTheReference)
 {
     VertexStore first;
     VertexStore second(first);
@@ -153,17 +153,12 @@ TEST(Sharing, CopiedHandlesSeeEachOthersEditsUntilUnshared)
     const CArrayDataStore<VERTEX>* unshared = &*first;
     EXPECT_EQ(first.Unshare(), 1);
     EXPECT_EQ(&*first, unshared) << "unsharing an unshared store copies nothing";
-}
 
-TEST(Sharing, AssignmentMovesTheReferenceToTheSourceStore)
-{
-    VertexStore source;
-    VertexStore target;
-    VertexStore targetWitness(target);
-    target = source;
-    EXPECT_EQ(&*target, &*source);
-    EXPECT_EQ(source->RefCount(), 2);
-    EXPECT_EQ(targetWitness->RefCount(), 1);
+    VertexStore witness(second);
+    second = first;
+    EXPECT_EQ(&*second, &*first);
+    EXPECT_EQ(first->RefCount(), 2);
+    EXPECT_EQ(witness->RefCount(), 1);
 }
 
 // The store writes exactly the expected block, and reading that block into a
@@ -223,26 +218,29 @@ TEST(StoreBlocks, BadBlocksAreRejectedWithTheStoreUnchanged)
     EXPECT_EQ(polygons.Number(), 2);
 }
 
-TEST(FaceNormal, IsTheRightHandedUnitNormalOfTheFirstThreeCorners)
+TEST(FaceNormal, IsTheRightHandedUnitNormalOfTheFirstThreeCornersAndDegenerateInputComesBackUnscaled)
 {
-    auto vertices = Store<VERTEX>({{0, 0, 0}, {10, 0, 0}, {0, 10, 0}, {0, 0, 5}});
-    int counterClockwise[] = {0, 1, 2}, clockwise[] = {0, 2, 1}, quadrilateral[] = {0, 1, 2, 3};
-    ExpectVector(CalcNormal(vertices, counterClockwise, 3), 0, 0, 1);
-    ExpectVector(CalcNormal(vertices, clockwise, 3), 0, 0, -1);
-    ExpectVector(CalcNormal(vertices, quadrilateral, 4), 0, 0, 1);
-}
-
-TEST(FaceNormal, DegenerateInputComesBackUnscaled)
-{
-    auto vertices = Store<VERTEX>({{0, 0, 0}, {1, 1, 1}, {2, 2, 2}, {1e-6, 0, 0}, {0, 1, 0}});
-    int collinear[] = {0, 1, 2}, lengthAtThreshold[] = {0, 3, 4};
-    ExpectVector(CalcNormal(vertices, collinear, 3), 0, 0, 0);
-    ExpectVector(CalcNormal(vertices, lengthAtThreshold, 3), 0, 0, 1e-6);
-    ExpectVector(CalcNormal(vertices, lengthAtThreshold, 2), 0, 0, 0);
+    auto vertices =
+        Store<VERTEX>({{0, 0, 0}, {10, 0, 0}, {0, 10, 0}, {0, 0, 5}, {1, 1, 1}, {2, 2, 2}, {1e-6, 0, 0}, {0, 1, 0}});
+    struct Case {
+        const char* what;
+        std::vector<int> corners;
+        CVector_3<double> normal;
+    };
+    Case cases[] = {
+        {"counter-clockwise", {0, 1, 2}, {0, 0, 1}},          {"clockwise", {0, 2, 1}, {0, 0, -1}},
+        {"quadrilateral", {0, 1, 2, 3}, {0, 0, 1}},           {"collinear", {0, 4, 5}, {0, 0, 0}},
+        {"length at the threshold", {0, 6, 7}, {0, 0, 1e-6}}, {"two corners", {0, 6}, {0, 0, 0}},
+    };
+    for (Case& c : cases) {
+        SCOPED_TRACE(c.what);
+        ExpectVector(CalcNormal(vertices, c.corners.data(), static_cast<int>(c.corners.size())), c.normal.x, c.normal.y,
+                     c.normal.z);
+    }
     ExpectVector(CalcNormal(vertices, nullptr, 3), 0, 0, 0);
 }
 
-TEST(UnitNormals, ScaleToLengthOneAndMarkShortVectors)
+TEST(UnitNormals, ScaleToLengthOneAndMarkShortVectorsInDoubleAndFloat)
 {
     auto normals = Store<CVector_3<double>>({{3, 0, 4}, {0, 0, 0}, {1e-7, 2e-7, 0}, {0, 1e-6, 0}});
     UnitNormal(normals);
@@ -252,20 +250,17 @@ TEST(UnitNormals, ScaleToLengthOneAndMarkShortVectors)
     ExpectVector(normals->Element(3), 0, 1, 0);
     ClearNormal(normals);
     ExpectVector(normals->Element(0), 0, 0, 0);
-}
 
-// The reciprocal length is rounded to float before scaling; neither a float
-// length nor scaling in double gives these bits.
-TEST(UnitNormals, FloatNormalsScaleByAFloatReciprocal)
-{
-    auto normals = Store<CVector_3<float>>({{5, 9, 18}, {1e-7f, 0, 0}});
-    UnitFloatNormal(normals);
-    EXPECT_EQ(normals->Element(0).x, 0x1.edd11p-3f);
-    EXPECT_EQ(normals->Element(0).y, 0x1.bc6f5ap-2f);
-    EXPECT_EQ(normals->Element(0).z, 0x1.bc6f5ap-1f);
-    EXPECT_EQ(normals->Element(1).x, 1.0f);
-    ClearFloatNormal(normals);
-    EXPECT_EQ(normals->Element(0).z, 0.0f);
+    // Float normals: the reciprocal length is rounded to float before scaling;
+    // neither a float length nor scaling in double gives these bits.
+    auto floats = Store<CVector_3<float>>({{5, 9, 18}, {1e-7f, 0, 0}});
+    UnitFloatNormal(floats);
+    EXPECT_EQ(floats->Element(0).x, 0x1.edd11p-3f);
+    EXPECT_EQ(floats->Element(0).y, 0x1.bc6f5ap-2f);
+    EXPECT_EQ(floats->Element(0).z, 0x1.bc6f5ap-1f);
+    EXPECT_EQ(floats->Element(1).x, 1.0f);
+    ClearFloatNormal(floats);
+    EXPECT_EQ(floats->Element(0).z, 0.0f);
 }
 
 }  // namespace

@@ -61,11 +61,7 @@ inline CImageNode* MakeImage()
     CImageNode* image = Make<CImageNode>("I");
     image->image->width = 3;
     image->image->AppendRows(2);
-    for (int i = 0; i < 6; ++i) {
-        const auto v = static_cast<uint8_t>(i);
-        image->image->Buffer()[i] = {v, static_cast<uint8_t>(v + 1), static_cast<uint8_t>(v + 2),
-                                     static_cast<uint8_t>(v + 3)};
-    }
+    for (uint8_t i = 0; i < 6; ++i) image->image->Buffer()[i] = {i, uint8_t(i + 1), uint8_t(i + 2), uint8_t(i + 3)};
     return image;
 }
 

@@ -33,25 +33,13 @@ public:
     }
     Bytes& F64(double value)
     {
-        uint64_t bits;
-        std::memcpy(&bits, &value, 8);
-        for (int shift = 0; shift < 64; shift += 8) data_.push_back(static_cast<uint8_t>(bits >> shift));
-        return *this;
+        const auto bits = Bits<uint64_t>(value);
+        return I32(static_cast<uint32_t>(bits)).I32(static_cast<uint32_t>(bits >> 32));
     }
-    Bytes& F32(float value)
-    {
-        uint32_t bits;
-        std::memcpy(&bits, &value, 4);
-        return I32(bits);
-    }
+    Bytes& F32(float value) { return I32(Bits<uint32_t>(value)); }
     Bytes& Be16(uint16_t value) { return Raw({static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)}); }
     Bytes& Be32(uint32_t value) { return Be16(static_cast<uint16_t>(value >> 16)).Be16(static_cast<uint16_t>(value)); }
-    Bytes& BeF32(float value)
-    {
-        uint32_t bits;
-        std::memcpy(&bits, &value, 4);
-        return Be32(bits);
-    }
+    Bytes& BeF32(float value) { return Be32(Bits<uint32_t>(value)); }
     Bytes& Fill(size_t count, uint8_t value)
     {
         data_.insert(data_.end(), count, value);
@@ -70,6 +58,14 @@ public:
     size_t Size() const { return data_.size(); }
 
 private:
+    template <class To, class From>
+    static To Bits(From value)
+    {
+        To bits;
+        std::memcpy(&bits, &value, sizeof bits);
+        return bits;
+    }
+
     std::vector<uint8_t> data_;
 };
 

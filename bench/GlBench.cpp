@@ -9,7 +9,8 @@
 #include <utility>
 
 // The reference renderer at 1024x768: a point cloud of 1,000,000 points and
-// a smooth shaded mesh of 2,000,000 triangles, each behind a CGeoRefNode.
+// a shaded mesh of 2,000,000 triangles, smooth and flat, each behind a
+// CGeoRefNode.
 // The first frame builds and uploads the cache, later frames draw it. Every
 // frame ends by reading the picture back, which waits for the rasterizer.
 
@@ -41,7 +42,10 @@ CGeoBaseNode* PointCloud()
     return points;
 }
 
-// A height field of (kGrid + 1)^2 vertices with normals from its slopes.
+// A height field of (kGrid + 1)^2 vertices with normals from its slopes,
+// shaded smooth (shared vertex and normal buffers) or flat (every triangle
+// corner with its own position and normal).
+template <int smooth>
 CGeoBaseNode* ShadedMesh()
 {
     auto* mesh = new CGeoPolyShadeRefNode;
@@ -69,7 +73,7 @@ CGeoBaseNode* ShadedMesh()
     }
     mesh->indices->Append(mesh->polygons->Number());
     for (int i = 0; i < mesh->polygons->Number(); ++i) mesh->indices->Element(i) = i;
-    mesh->smooth = 1;
+    mesh->smooth = smooth;
     mesh->color = {180, 180, 220, 255};
     return mesh;
 }
@@ -143,8 +147,10 @@ const bool kRegistered = [] {
     using Frame = void (*)(benchmark::State&);
     const std::pair<const char*, Frame> frames[] = {{"GlPointCloud1M/FirstFrame", BM_Frame<PointCloud, false>},
                                                     {"GlPointCloud1M/WarmFrame", BM_Frame<PointCloud, true>},
-                                                    {"GlShadedMesh2M/FirstFrame", BM_Frame<ShadedMesh, false>},
-                                                    {"GlShadedMesh2M/WarmFrame", BM_Frame<ShadedMesh, true>}};
+                                                    {"GlShadedMesh2M/FirstFrame", BM_Frame<ShadedMesh<1>, false>},
+                                                    {"GlShadedMesh2M/WarmFrame", BM_Frame<ShadedMesh<1>, true>},
+                                                    {"GlFlatMesh2M/FirstFrame", BM_Frame<ShadedMesh<0>, false>},
+                                                    {"GlFlatMesh2M/WarmFrame", BM_Frame<ShadedMesh<0>, true>}};
     for (const auto& [name, frame] : frames)
         benchmark::RegisterBenchmark(name, frame)->Unit(benchmark::kMillisecond)->UseRealTime()->Iterations(5);
     return true;

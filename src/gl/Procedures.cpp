@@ -27,9 +27,8 @@ void Append(std::vector<float>& to, double x, double y, double z)
     to.insert(to.end(), {static_cast<float>(x), static_cast<float>(y), static_cast<float>(z)});
 }
 
-// Index rows of up to four corners (line and polygon rows, or reference
-// polygons) as element lists; rows with a corner outside the vertices are
-// left out.
+// Index rows (of lines, polygons or reference polygons) as element lists;
+// rows with a corner outside the vertices are left out.
 class Elements {
 public:
     explicit Elements(int vertexCount) : vertexCount_(vertexCount) {}
@@ -213,6 +212,13 @@ int DrawPolyShade(void* node, void* context)
     Geometry geometry;
     geometry.mode = GL_TRIANGLES;
     if (textured) geometry.textureImage = &image;
+    size_t cornerCount = 0;
+    ForEachSelected(*mesh->indices, *mesh->polygons, [&](int, const int*, int count) {
+        cornerCount += 3 * static_cast<size_t>(std::max(count - 2, 0));
+    });
+    geometry.positions.reserve(3 * cornerCount);
+    geometry.normals.reserve(3 * cornerCount);
+    if (textured) geometry.texCoords.reserve(2 * cornerCount);
     ForEachSelected(*mesh->indices, *mesh->polygons, [&](int i, const int* corners, int count) {
         if (count < 3 || !elements.Valid(corners, count)) return;
         CVector_3<float> flat;

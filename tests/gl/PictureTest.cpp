@@ -141,6 +141,72 @@ TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixels)
                   {50, 12, kBlack}});
 }
 
+// The world point at the centre of window pixel (x, y) through OrthoCamera.
+VERTEX Centre(int x, int y)
+{
+    return {-2.0 + (x + 0.5) / 16.0, 2.0 - (y + 0.5) / 16.0, 0.0};
+}
+
+// A square outline or face of the given pixel corners, as a reference mesh.
+template <class Node>
+Node* ReferencedSquare(int left, int top, int right, int bottom, RGBA color)
+{
+    auto* square = new Node;
+    SetVertices(square, {Centre(left, top), Centre(right, top), Centre(right, bottom), Centre(left, bottom)});
+    square->polygons->rows.push_back({{0, 1, 2, 3}, 4});
+    square->indices->Append(1);
+    square->indices->Element(0) = 0;
+    square->color = color;
+    return square;
+}
+
+TEST_F(GlTest, EveryVertexClassDraws)
+{
+    Scene scene;
+    Add(scene.root, OrthoCamera());
+    SetVertices(Add(scene.root, new CGeoVertexNode), {Centre(8, 8)});
+
+    auto* line = Add(scene.root, new CGeoLineNode);
+    SetVertices(line, {Centre(2, 20), Centre(14, 20)});
+    line->Append(1);
+    line->Index(0, 0) = 0;
+    line->Index(0, 1) = 1;
+    line->color = kRed;
+
+    auto* normals = Add(scene.root, new CGeoNormalNode);
+    SetVertices(normals, {Centre(20, 8)});
+    normals->Append(1);
+    normals->Index(0) = 0;
+    normals->Normal(0) = {1.0, 0.0, 0.0};
+    normals->size = 0.5;
+    normals->color = kGreen;
+
+    auto* vertexNormals = Add(scene.root, new CGeoVertexNormalNode);
+    SetVertices(vertexNormals, {Centre(36, 8)});
+    vertexNormals->Append(1);
+    vertexNormals->Normal(0) = {0.0f, -1.0f, 0.0f};
+    vertexNormals->length = 0.5;
+    vertexNormals->color = kBlue;
+
+    auto* outline = Polygon({Centre(44, 4), Centre(56, 4), Centre(56, 14), Centre(44, 14)}, kYellow);
+    auto* polyWire = Add(scene.root, new CGeoPolyWireNode);
+    polyWire->Copy(outline);
+    outline->Release();
+    Add(scene.root, ReferencedSquare<CGeoPolygonRefNode>(4, 40, 14, 50, kMagenta));
+    Add(scene.root, ReferencedSquare<CGeoPolyWireRefNode>(20, 40, 30, 50, kWhite));
+
+    Render(scene.root);
+    ExpectPixels({{8, 8, kWhite},
+                  {8, 20, kRed},
+                  {24, 8, kGreen},
+                  {36, 12, kBlue},
+                  {50, 4, kYellow},
+                  {50, 9, kBlack},
+                  {9, 45, kMagenta},
+                  {20, 45, kWhite},
+                  {25, 45, kBlack}});
+}
+
 TEST_F(GlTest, WithoutACameraTheBoxFillsTheView)
 {
     Scene scene;

@@ -69,11 +69,14 @@ public:
     // GL_RENDERER and GL_VERSION, for reports.
     std::string Description() const;
 
-    // Starts a frame: clears to background, looks through camera (fields as
-    // CGeoCameraNode documents them) and lights the scene with a light at the
-    // eye until a CGeoLightNode is drawn.
+    // Starts a frame: clears to background, looks from camera.from at
+    // camera.to (y up, z when looking along y, rolled by twist degrees)
+    // through a perspective of fov vertical degrees or, with perspective 0,
+    // the box left, right, bottom, top, between nearClip and farClip; a light
+    // at the eye shines until a CGeoLightNode is drawn.
     void BeginFrame(const CAMERA_PARAM& camera, RGBA background);
-    // DrawTree(root, "GL", this); the procedures must be registered. Its result.
+    // DrawTree(root, "GL", this), then the 2-D overlays it met; the
+    // procedures must be registered. DrawTree's result.
     int Draw(CBaseNode* root);
     // The frame's pixels, rows from the top, r, g, b, a.
     std::vector<RGBA> ReadPixels();
@@ -82,6 +85,7 @@ public:
     uint64_t Uploads() const;
     uint64_t UploadedBytes() const;
 
+    // The frame state the procedures work on; internal to the renderer.
     class Impl;
     Impl& Get() { return *impl_; }
 

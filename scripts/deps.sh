@@ -5,8 +5,8 @@ set -euo pipefail
 # The reference renderer: EGL and OpenGL headers with the vendor-neutral
 # libEGL and libOpenGL (they dispatch every GL call, so no function loader is
 # needed), Mesa's EGL driver and software rasterizer for machines without a
-# GPU, and libpng for pictures.
-packages=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-dev
+# GPU, and libpng for pictures. CLI11 parses the brell tool's arguments.
+packages=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-dev libcli11-dev
   libegl-dev libopengl-dev libegl-mesa0 libgl1-mesa-dri libpng-dev)
 missing=()
 for package in "${packages[@]}"; do

@@ -6,7 +6,7 @@ function(run)
   endif()
 endfunction()
 
-file(REMOVE_RECURSE ${PREFIX} ${CONSUMER_BUILD})
+file(REMOVE_RECURSE ${PREFIX} ${CONSUMER_BUILD} ${EXAMPLES_BUILD})
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${PREFIX})
 
 # find_package(BrellData)
@@ -15,6 +15,20 @@ run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE} -B ${CONSUMER_BUILD} -DCMAKE_PREFIX_P
 run(${CMAKE_COMMAND} --build ${CONSUMER_BUILD})
 run(${CONSUMER_BUILD}/consumer)
 run(${CONSUMER_BUILD}/gl_consumer)
+
+# The examples, built and run as a host would.
+run(${CMAKE_COMMAND} -S ${EXAMPLES_SOURCE} -B ${EXAMPLES_BUILD} -DCMAKE_PREFIX_PATH=${PREFIX}
+    -DCMAKE_CXX_COMPILER=${CXX})
+run(${CMAKE_COMMAND} --build ${EXAMPLES_BUILD})
+foreach(example IN ITEMS stream_scene own_draw own_geometry)
+  run(${EXAMPLES_BUILD}/${example})
+endforeach()
+run(${EXAMPLES_BUILD}/camera_files ${EXAMPLES_BUILD}/shot.cam)
+file(WRITE ${EXAMPLES_BUILD}/points.xyz "0 0 0\n1 0 0\n0 1 0\n")
+run(${EXAMPLES_BUILD}/render_scan ${EXAMPLES_BUILD}/points.xyz ${EXAMPLES_BUILD}/points.png)
+
+# The installed tool finds its libraries.
+run(${PREFIX}/bin/brell info ${EXAMPLES_BUILD}/points.xyz)
 
 # pkg-config
 set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig)

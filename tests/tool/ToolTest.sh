@@ -1,0 +1,118 @@
+#!/usr/bin/env bash
+# Runs the brell tool on small files: each subcommand's exit status and
+# output, and one clear line with the right status for bad files and options.
+#   ToolTest.sh BRELL SCRATCH
+set -uo pipefail
+brell=$1
+scratch=$2
+rm -rf "$scratch" && mkdir -p "$scratch" && cd "$scratch" || exit 1
+failures=0
+
+fail() {
+  echo "FAILED: $*" >&2
+  echo "  stdout: $(head -c 600 out)" >&2
+  echo "  stderr: $(head -c 600 err)" >&2
+  failures=$((failures + 1))
+}
+# run STATUS ARGS...: runs the tool and checks its exit status.
+run() {
+  local expected=$1
+  shift
+  "$brell" "$@" >out 2>err
+  local status=$?
+  [ "$status" -eq "$expected" ] || fail "brell $* exited $status, expected $expected"
+}
+says() { grep -qF -- "$1" out || fail "stdout lacks \"$1\""; }
+# one_error TEXT: stderr is exactly one line, naming TEXT.
+one_error() {
+  [ "$(wc -l <err)" -eq 1 ] && grep -q "^brell: .*$1" err || fail "stderr is not one line naming \"$1\""
+}
+
+cat >square.ply <<'PLY'
+ply
+format ascii 1.0
+element vertex 4
+property float x
+property float y
+property float z
+element face 2
+property list uchar int vertex_indices
+end_header
+0 0 0
+1 0 0
+1 1 0
+0 1 0
+3 0 1 2
+3 0 2 3
+PLY
+printf '0 0 0\n1 0 0\n0 1 0\n' >points.xyz
+printf 'ply\nformat ascii 1.0\nelement vertex 2000000000\nproperty float x\nend_header\n0\n' >huge.ply
+
+# Camera data files of 4 x 2 pixels: big-endian plane sizes, zero elsewhere.
+planes='\x00\x04\x00\x02\x00\x01\x00\x10\x00\x04\x00\x02\x00\x01\x00\x18'
+{ printf 'TEST'; printf "$planes"; head -c 492 /dev/zero; head -c 40 /dev/zero; } >shot.cam
+{ head -c 24 /dev/zero; printf "$planes"; head -c 984 /dev/zero; head -c 3936 /dev/zero; } >shot.kam
+head -c 530 shot.cam >short.cam
+
+run 0 info square.ply
+says "scan file of"; says "CMeshNode: 1"; says "vertices: 4"; says "polygons: 2"
+run 0 info points.xyz
+says "CModelNode: 1"; says "vertices: 3"; says "polygons: 0"
+run 0 list square.ply
+says 'CElementNode "square.ply"'; says '    CMeshNode "square.ply"  2 polygons'
+
+run 0 info shot.cam
+says "first layout (512-byte header)"; says 'version: "TEST"'; says "3-D block: 16 bytes at 512"
+says "2-D block: 24 bytes at 528"
+run 0 info shot.kam
+says "second layout (1024-byte header)"; says "3-D block: 72 bytes at 1024"; says "2-D block: 3864 bytes"
+run 1 info --layout second shot.cam
+one_error "shot.cam: expected a plausible camera header"
+run 1 info short.cam
+one_error "short.cam: expected a camera data file"
+
+run 0 export square.ply -o square.obj
+run 0 info square.obj
+says "vertices: 4"; says "polygons: 2"
+run 0 export --ascii points.xyz -o points.ply
+grep -q "^format ascii" points.ply || fail "export --ascii wrote no ASCII PLY"
+
+run 0 --quiet render square.ply -o square.png --size 64x48 --mode wire --view 0,0,-1 --timing
+says "drawing"; says "png"
+[ "$(head -c 4 square.png | tail -c 3)" = PNG ] || fail "render wrote no PNG"
+[ ! -s err ] || fail "render --quiet wrote to stderr"
+
+# Scene files: either the file library writes them or the tool says why not.
+if "$brell" import square.ply -o square.scene >out 2>err; then
+  run 0 list square.scene
+  says "CMeshNode"
+  run 0 calc square.scene --proc shade -o shaded.scene
+  run 0 info shaded.scene
+  says "CGeoPolyShadeRefNode: 1"
+  run 0 render shaded.scene -o shaded.png --size 32x32
+  run 0 export shaded.scene -o back.ply
+else
+  one_error "square.scene: .*scene files are not available yet"
+  run 1 calc square.ply --proc shade -o shaded.scene
+  one_error "shaded.scene"
+fi
+
+run 1 info missing.ply
+one_error "missing.ply"
+run 1 info huge.ply
+one_error "huge.ply"
+run 1 export square.ply -o square.txt
+one_error "square.txt"
+run 2 render square.ply -o x.png --size 12
+one_error "--size"
+run 2 calc square.ply --proc paint -o x.scene
+one_error "paint"
+run 2 frobnicate
+one_error "frobnicate"
+run 2 info
+one_error "FILE"
+run 0 --help
+says "render"
+
+[ "$failures" -eq 0 ] || { echo "$failures check(s) failed" >&2; exit 1; }
+echo "all brell tool checks passed"

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <brelldata/scan/Records.h>
+
+#include <string>
+
+// The brell tool's subcommands. Each returns normally on success and throws
+// brell::io::FileError, CFileException or CGlError for a file it cannot
+// read, understand or write.
+
+namespace brell::tool {
+
+// What a file is taken for: automatic goes by its name (.ply, .off, .obj and
+// .xyz are scans, .scene is a scene, anything else a camera data file).
+enum class FileKind { automatic, scene, scan, camera };
+// Camera data file layouts: automatic goes by the file's size.
+enum class CameraLayout { automatic, first, second };
+
+struct Common {
+    FileKind kind = FileKind::automatic;
+    bool quiet = false;
+};
+
+void Info(const Common& common, const std::string& path, CameraLayout layout);
+void List(const Common& common, const std::string& path);
+void Import(const Common& common, const std::string& in, const std::string& out);
+void Export(const Common& common, const std::string& in, const std::string& out, bool ascii);
+void Calc(const Common& common, const std::string& in, const std::string& procedure, const std::string& out);
+
+struct RenderRequest {
+    std::string in;
+    std::string out;
+    int width = 1024;
+    int height = 768;
+    // A geometry procedure name, or empty for texture when the scene has
+    // images and smooth otherwise.
+    std::string mode;
+    CVector_3<double> direction{0.0, 0.0, -1.0};
+    bool timing = false;
+};
+void Render(const Common& common, const RenderRequest& request);
+
+// The camera data file at path described on standard output.
+void CameraInfo(const std::string& path, CameraLayout layout);
+
+}  // namespace brell::tool

@@ -1,0 +1,57 @@
+#include "Listing.h"
+
+#include <brelldata/core/BaseNode.h>
+#include <brelldata/core/NodeStream.h>
+#include <brelldata/scan/ModelNodes.h>
+
+#include <utility>
+#include <vector>
+
+namespace brell::tool {
+
+namespace {
+
+// Visits root's subtree, a node before its children, without recursion: a
+// tree read from a file may be deeper than the stack.
+template <class Visit>
+void Walk(CBaseNode* root, Visit visit)
+{
+    if (root == nullptr) return;
+    std::vector<std::pair<CBaseNode*, int>> pending{{root, 0}};
+    while (!pending.empty()) {
+        auto [node, depth] = pending.back();
+        pending.pop_back();
+        visit(node, depth);
+        for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.emplace_back(node->GetChild(i), depth + 1);
+    }
+}
+
+}  // namespace
+
+SceneSummary Summarize(CBaseNode* root)
+{
+    SceneSummary summary;
+    Walk(root, [&summary](CBaseNode* node, int) {
+        ++summary.nodes;
+        ++summary.nodesByType[node->Type()];
+        if (node->IsKindOf(CModelNode::TypeId())) summary.vertices += static_cast<CModelNode*>(node)->VertexNumber();
+        if (node->IsKindOf(CMeshNode::TypeId())) summary.polygons += static_cast<CMeshNode*>(node)->polygons->Number();
+        if (node->IsKindOf(CImageNode::TypeId())) {
+            const CMatrixDataStore<RGBA>& image = *static_cast<CImageNode*>(node)->image;
+            ++summary.images;
+            summary.pixels += int64_t{image.width} * image.height;
+        }
+    });
+    if (root != nullptr) summary.streamBytes = SizeOfByte(root);
+    return summary;
+}
+
+void ListTree(CBaseNode* root, std::FILE* out)
+{
+    Walk(root, [out](CBaseNode* node, int depth) {
+        std::fprintf(out, "%*s%s \"%s\"  %s\n", depth * 2, "", node->Type().c_str(), node->Name().c_str(),
+                     node->Comment().c_str());
+    });
+}
+
+}  // namespace brell::tool

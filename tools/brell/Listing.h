@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <string>
+
+class CBaseNode;
+
+namespace brell::tool {
+
+// What a scene holds, counted over every node of the tree.
+struct SceneSummary {
+    std::map<std::string, int64_t> nodesByType;
+    int64_t nodes = 0;
+    // Vertices of models and meshes, polygons of meshes, image nodes and their pixels.
+    int64_t vertices = 0;
+    int64_t polygons = 0;
+    int64_t images = 0;
+    int64_t pixels = 0;
+    // The size of the tree's node stream.
+    int64_t streamBytes = 0;
+};
+
+// Nothing counted for a null root.
+SceneSummary Summarize(CBaseNode* root);
+
+// One line per node, a node before its children, indented two spaces a
+// level: type, quoted name and the node's comment. Nothing for a null root.
+void ListTree(CBaseNode* root, std::FILE* out);
+
+}  // namespace brell::tool

@@ -4,9 +4,10 @@ set -euo pipefail
 # The reference renderer: EGL and OpenGL headers with the vendor-neutral
 # libEGL and libOpenGL (they dispatch every GL call, so no function loader is
 # needed), Mesa's EGL driver and software rasterizer for machines without a
-# GPU, and libpng for pictures.
+# GPU, and libpng for pictures. clang and its runtime libraries build the fuzz
+# targets (scripts/fuzz.sh); libxxhash hashes scene files.
 packages=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev
-  libegl-dev libopengl-dev libegl-mesa0 libgl1-mesa-dri libpng-dev)
+  libegl-dev libopengl-dev libegl-mesa0 libgl1-mesa-dri libpng-dev clang libclang-rt-dev libxxhash-dev)
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")

@@ -18,7 +18,7 @@ run(${CONSUMER_BUILD}/gl_consumer)
 
 # pkg-config
 set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig)
-foreach(consumer IN ITEMS consumer:brelldata gl_consumer:brelldata-gl)
+foreach(consumer IN ITEMS consumer:brelldata-io gl_consumer:brelldata-gl)
   string(REPLACE ":" ";" parts ${consumer})
   list(GET parts 0 program)
   list(GET parts 1 package)

@@ -1,0 +1,125 @@
+#include <brelldata/io/ScanFormats.h>
+
+#include <benchmark/benchmark.h>
+
+#include <chrono>
+#include <cstdio>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace brell::io;
+using Clock = std::chrono::steady_clock;
+
+constexpr int kVertices = 1000000;
+constexpr int kTriangles = 2000000;
+
+// A scan-like mesh: a 1000 x 1000 grid of float positions with a height
+// field, and 2,000,000 triangles over it.
+ScanGeometry GridMesh()
+{
+    ScanGeometry mesh;
+    mesh.positions.resize(kVertices);
+    for (int i = 0; i < kVertices; ++i) {
+        const float x = static_cast<float>(i % 1000) * 0.37f;
+        const float y = static_cast<float>(i / 1000) * 0.41f;
+        mesh.positions[i] = {x, y, static_cast<float>((i * int64_t{7919}) % 10007) * 0.0013f};
+    }
+    mesh.faces.resize(kTriangles);
+    for (int t = 0; t < kTriangles; ++t) {
+        const int corner = (t / 2) % (kVertices - 1001);
+        mesh.faces[t] = t % 2 == 0 ? CPolygon<int>{{corner, corner + 1, corner + 1000, 0}, 3}
+                                   : CPolygon<int>{{corner + 1, corner + 1001, corner + 1000, 0}, 3};
+    }
+    return mesh;
+}
+
+std::string BenchPath(PlyEncoding encoding)
+{
+    return "/tmp/brell-io-bench-" + std::to_string(getpid()) +
+           (encoding == PlyEncoding::ascii ? "-ascii.ply" : "-binary.ply");
+}
+
+// The mesh's file in the encoding, written on first use.
+std::string MeshFile(PlyEncoding encoding)
+{
+    const std::string path = BenchPath(encoding);
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) WriteScanFile(GridMesh(), path, encoding);
+    return path;
+}
+
+size_t FileSize(const std::string& path)
+{
+    struct stat status {};
+    stat(path.c_str(), &status);
+    return static_cast<size_t>(status.st_size);
+}
+
+// read() of the whole file into a new buffer, the floor for any reader; the
+// buffer is bulk memory, as the importer's.
+void PlainRead(const std::string& path, size_t size)
+{
+    char* buffer = static_cast<char*>(AllocateBulk(size));
+    const int descriptor = open(path.c_str(), O_RDONLY);
+    for (size_t done = 0; done < size;) {
+        const ssize_t got = read(descriptor, buffer + done, size - done);
+        if (got <= 0) break;
+        done += static_cast<size_t>(got);
+    }
+    close(descriptor);
+    benchmark::DoNotOptimize(buffer);
+    FreeBulk(buffer, size);
+}
+
+// Each iteration imports the file and then reads it plainly. The iteration
+// time is the import's; "ratio" is import time over plain read time, and
+// "plain MB/s" the plain read's rate.
+void ImportAgainstPlainRead(benchmark::State& state, PlyEncoding encoding)
+{
+    const std::string path = MeshFile(encoding);
+    const size_t size = FileSize(path);
+    double importTime = 0, plainTime = 0;
+    for (auto _ : state) {
+        const Clock::time_point start = Clock::now();
+        const ScanGeometry mesh = ReadScanFile(path);
+        const Clock::time_point middle = Clock::now();
+        PlainRead(path, size);
+        const Clock::time_point end = Clock::now();
+        if (mesh.positions.size() != kVertices || mesh.faces.size() != kTriangles) state.SkipWithError("wrong mesh");
+        importTime += std::chrono::duration<double>(middle - start).count();
+        plainTime += std::chrono::duration<double>(end - middle).count();
+        state.SetIterationTime(std::chrono::duration<double>(middle - start).count());
+    }
+    state.counters["ratio"] = importTime / plainTime;
+    state.counters["plain MB/s"] =
+        static_cast<double>(size) * static_cast<double>(state.iterations()) / plainTime / 1e6;
+    state.counters["file MB"] = static_cast<double>(size) / 1e6;
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * size));
+}
+
+void BM_ImportBinaryPly(benchmark::State& state)
+{
+    ImportAgainstPlainRead(state, PlyEncoding::binaryLittleEndian);
+}
+BENCHMARK(BM_ImportBinaryPly)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+void BM_ImportAsciiPly(benchmark::State& state)
+{
+    ImportAgainstPlainRead(state, PlyEncoding::ascii);
+}
+BENCHMARK(BM_ImportAsciiPly)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+// Removes the files when the program ends.
+struct RemoveFiles {
+    ~RemoveFiles()
+    {
+        std::remove(BenchPath(PlyEncoding::ascii).c_str());
+        std::remove(BenchPath(PlyEncoding::binaryLittleEndian).c_str());
+    }
+} removeFiles;
+
+}  // namespace

@@ -1,0 +1,53 @@
+#pragma once
+
+#include <brelldata/io/Export.h>
+#include <brelldata/io/FileError.h>
+#include <brelldata/io/ScanGeometry.h>
+
+#include <string>
+#include <string_view>
+
+// Readers and writers of range scan files: PLY (ASCII and binary of either
+// byte order), OFF, OBJ and XYZ point lists. Every reader either returns the
+// whole file's geometry or throws FileError; none returns part of a file, and
+// an OBJ or XYZ file without a single point is refused, not read as empty.
+// Faces of more than four corners are split into a fan of triangles.
+// Per-vertex texture coordinates (PLY s t, u v or texture_u texture_v; OFF's
+// ST prefix) become the faces' per-corner rows; a point cloud's are dropped.
+
+namespace brell::io {
+
+enum class ScanFormat { ply, off, obj, xyz };
+
+enum class PlyEncoding { ascii, binaryLittleEndian, binaryBigEndian };
+
+// The format a file name's extension (.ply, .off, .obj, .xyz, any case) asks
+// for; FileError for any other name.
+BRELL_IO_API ScanFormat FormatOfFileName(const std::string& path);
+
+// Reads bytes as the given format; name is the file name errors carry.
+BRELL_IO_API ScanGeometry ReadPly(std::string_view bytes, const std::string& name);
+BRELL_IO_API ScanGeometry ReadOff(std::string_view bytes, const std::string& name);
+BRELL_IO_API ScanGeometry ReadObj(std::string_view bytes, const std::string& name);
+BRELL_IO_API ScanGeometry ReadXyz(std::string_view bytes, const std::string& name);
+
+// Formats geometry as a file's bytes. PLY keeps everything; OFF all but
+// texture coordinates; OBJ all but colours' alpha (colours go as r g b after a
+// vertex's x y z); XYZ positions and normals. FileError (naming name) when the
+// geometry is inconsistent: a face of other than 3 or 4 corners or one naming
+// a missing vertex, or an array whose length does not match.
+BRELL_IO_API std::string WritePly(const ScanGeometry& geometry, const std::string& name,
+                                  PlyEncoding encoding = PlyEncoding::binaryLittleEndian);
+BRELL_IO_API std::string WriteOff(const ScanGeometry& geometry, const std::string& name);
+BRELL_IO_API std::string WriteObj(const ScanGeometry& geometry, const std::string& name);
+BRELL_IO_API std::string WriteXyz(const ScanGeometry& geometry, const std::string& name);
+
+// Reads the file at path in the format its extension asks for.
+BRELL_IO_API ScanGeometry ReadScanFile(const std::string& path);
+// Writes the file at path in the format its extension asks for, through a
+// temporary file in the same folder, so a failed write leaves any old file
+// whole. plyEncoding applies to .ply files only.
+BRELL_IO_API void WriteScanFile(const ScanGeometry& geometry, const std::string& path,
+                                PlyEncoding plyEncoding = PlyEncoding::binaryLittleEndian);
+
+}  // namespace brell::io

@@ -1,0 +1,802 @@
+#include <brelldata/io/ScanFormats.h>
+
+#include "io/Geometry.h"
+#include "io/Text.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+#include <vector>
+
+namespace brell::io {
+
+namespace {
+
+using detail::TextCursor;
+
+enum class Type : uint8_t { int8, uint8, int16, uint16, int32, uint32, float32, float64 };
+
+struct TypeName {
+    const char* name;
+    Type type;
+};
+
+const TypeName typeNames[] = {
+    {"char", Type::int8},     {"int8", Type::int8},       {"uchar", Type::uint8},    {"uint8", Type::uint8},
+    {"short", Type::int16},   {"int16", Type::int16},     {"ushort", Type::uint16},  {"uint16", Type::uint16},
+    {"int", Type::int32},     {"int32", Type::int32},     {"uint", Type::uint32},    {"uint32", Type::uint32},
+    {"float", Type::float32}, {"float32", Type::float32}, {"double", Type::float64}, {"float64", Type::float64},
+};
+
+size_t SizeOf(Type type)
+{
+    static const size_t sizes[] = {1, 1, 2, 2, 4, 4, 4, 8};
+    return sizes[static_cast<int>(type)];
+}
+
+bool IsFloat(Type type)
+{
+    return type == Type::float32 || type == Type::float64;
+}
+
+// Where a property's values go.
+enum class Slot : uint8_t { none, x, y, z, nx, ny, nz, red, green, blue, alpha, u, v, corners, texcoord };
+
+struct SlotName {
+    const char* name;
+    Slot slot;
+};
+
+const SlotName vertexSlots[] = {
+    {"x", Slot::x},         {"y", Slot::y},         {"z", Slot::z},         {"nx", Slot::nx},
+    {"ny", Slot::ny},       {"nz", Slot::nz},       {"red", Slot::red},     {"green", Slot::green},
+    {"blue", Slot::blue},   {"alpha", Slot::alpha}, {"s", Slot::u},         {"t", Slot::v},
+    {"u", Slot::u},         {"v", Slot::v},         {"texture_u", Slot::u}, {"texture_v", Slot::v},
+    {"texture_s", Slot::u}, {"texture_t", Slot::v},
+};
+
+struct Property {
+    std::string name;
+    Type type = Type::uint8;
+    bool list = false;
+    Type countType = Type::uint8;
+    Slot slot = Slot::none;
+};
+
+struct Element {
+    std::string name;
+    uint64_t count = 0;
+    uint64_t line = 0;
+    std::vector<Property> properties;
+
+    bool FixedSize() const
+    {
+        return std::none_of(properties.begin(), properties.end(), [](const Property& p) { return p.list; });
+    }
+    const Property* Find(Slot slot) const
+    {
+        for (const Property& p : properties) {
+            if (p.slot == slot) return &p;
+        }
+        return nullptr;
+    }
+};
+
+struct Header {
+    PlyEncoding encoding = PlyEncoding::ascii;
+    std::vector<Element> elements;
+    size_t size = 0;  // bytes up to the data
+    uint64_t lines = 0;
+};
+
+bool ParseType(std::string_view word, Type& type)
+{
+    for (const TypeName& entry : typeNames) {
+        if (word == entry.name) {
+            type = entry.type;
+            return true;
+        }
+    }
+    return false;
+}
+
+const char* typeList = "a property type (char, uchar, short, ushort, int, uint, float, double)";
+
+Header ParseHeader(std::string_view bytes, const std::string& name)
+{
+    Header header;
+    TextCursor text(bytes, name);
+    if (text.Token() != "ply" || !text.AtLineEnd()) text.Fail("\"ply\" as the first line");
+    text.SkipLine();
+    bool formatSeen = false;
+    for (;;) {
+        text.SkipBlanks();
+        if (text.AtEnd()) text.Fail("end_header");
+        const std::string_view keyword = text.Token();
+        if (keyword.empty()) {
+            text.SkipLine();
+            continue;
+        }
+        if (keyword == "comment" || keyword == "obj_info") {
+            text.SkipLine();
+            continue;
+        }
+        if (keyword == "end_header") {
+            if (!text.AtLineEnd() || text.AtEnd()) text.Fail("a line break after end_header");
+            if (!formatSeen) text.Fail("a format line before end_header", "end_header");
+            text.SkipLine();
+            header.size = bytes.size() - text.Left();
+            header.lines = text.Line();
+            return header;
+        }
+        text.SkipBlanks();
+        if (keyword == "format") {
+            const std::string_view format = text.Token();
+            if (format == "ascii") {
+                header.encoding = PlyEncoding::ascii;
+            } else if (format == "binary_little_endian") {
+                header.encoding = PlyEncoding::binaryLittleEndian;
+            } else if (format == "binary_big_endian") {
+                header.encoding = PlyEncoding::binaryBigEndian;
+            } else {
+                text.Fail("ascii, binary_little_endian or binary_big_endian", detail::Quote(format));
+            }
+            text.SkipBlanks();
+            if (text.Token() != "1.0") text.Fail("format version 1.0");
+            formatSeen = true;
+        } else if (keyword == "element") {
+            Element element;
+            element.name = std::string(text.Token());
+            element.line = text.Line();
+            if (element.name.empty()) text.Fail("an element name");
+            text.SkipBlanks();
+            element.count = text.Number<uint64_t>("an element count");
+            for (const Element& other : header.elements) {
+                if (other.name == element.name) text.Fail("one element " + element.name, "a second one");
+            }
+            header.elements.push_back(std::move(element));
+        } else if (keyword == "property") {
+            if (header.elements.empty()) text.Fail("an element line before the first property", "property");
+            Property property;
+            std::string_view word = text.Token();
+            if (word == "list") {
+                property.list = true;
+                text.SkipBlanks();
+                word = text.Token();
+                if (!ParseType(word, property.countType) || IsFloat(property.countType))
+                    text.Fail("an integer list count type", detail::Quote(word));
+                text.SkipBlanks();
+                word = text.Token();
+            }
+            if (!ParseType(word, property.type)) text.Fail(typeList, detail::Quote(word));
+            text.SkipBlanks();
+            property.name = std::string(text.Token());
+            if (property.name.empty()) text.Fail("a property name");
+            header.elements.back().properties.push_back(std::move(property));
+        } else {
+            text.Fail("a header line (format, comment, element, property or end_header)", detail::Quote(keyword));
+        }
+        if (!text.AtLineEnd()) text.Fail("the end of the header line");
+        text.SkipLine();
+    }
+}
+
+// Gives every property of the vertex and face elements its slot, and checks
+// that the elements hold what the reader needs.
+void AssignSlots(Header& header, const std::string& name)
+{
+    bool vertexSeen = false;
+    for (Element& element : header.elements) {
+        auto fail = [&](const std::string& expected, const std::string& found) {
+            throw FileError::AtLine(name, element.line, expected, found);
+        };
+        if (element.name == "vertex") {
+            vertexSeen = true;
+            for (Property& property : element.properties) {
+                for (const SlotName& entry : vertexSlots) {
+                    if (!property.list && property.name == entry.name) property.slot = entry.slot;
+                }
+            }
+            if (!element.Find(Slot::x) || !element.Find(Slot::y) || !element.Find(Slot::z))
+                fail("properties x, y and z of element vertex", "they are missing");
+            if (element.count > INT_MAX) fail("at most 2147483647 vertices", std::to_string(element.count));
+        } else if (element.name == "face") {
+            for (Property& property : element.properties) {
+                if (!property.list) continue;
+                if (property.name == "vertex_indices" || property.name == "vertex_index") {
+                    if (IsFloat(property.type))
+                        fail("integer vertex indices",
+                             "a list of " + std::string(property.type == Type::float32 ? "float" : "double"));
+                    property.slot = Slot::corners;
+                } else if (property.name == "texcoord") {
+                    property.slot = Slot::texcoord;
+                }
+            }
+            if (!element.Find(Slot::corners)) fail("a vertex_indices list in element face", "none");
+            if (element.count > INT_MAX) fail("at most 2147483647 faces", std::to_string(element.count));
+        }
+    }
+    if (!vertexSeen) throw FileError::AtLine(name, header.lines, "an element vertex in the header", "none");
+}
+
+// Refuses counts that the bytes after the header cannot hold, before anything
+// is allocated for them: each element needs at least its fixed values and list
+// counts (and a face its three corners), in text two bytes a value.
+void CheckCounts(const Header& header, size_t available, const std::string& name)
+{
+    const bool ascii = header.encoding == PlyEncoding::ascii;
+    unsigned __int128 needed = 0;
+    for (const Element& element : header.elements) {
+        uint64_t least = 0;
+        for (const Property& property : element.properties) {
+            const uint64_t values = property.slot == Slot::corners ? 3 : 0;
+            if (ascii) {
+                least += 2 * (1 + values);
+            } else {
+                least +=
+                    property.list ? SizeOf(property.countType) + values * SizeOf(property.type) : SizeOf(property.type);
+            }
+        }
+        needed += static_cast<unsigned __int128>(element.count) * least;
+        if (needed > available + (ascii ? 1 : 0)) {
+            throw FileError::AtLine(name, element.line,
+                                    "room for " + std::to_string(element.count) + " elements " + element.name +
+                                        " (at least " + std::to_string(least) + " bytes each) after the header",
+                                    std::to_string(available) + " bytes");
+        }
+    }
+}
+
+template <class T, bool swap>
+T Load(const unsigned char* at)
+{
+    if constexpr (sizeof(T) == 1) {
+        T value;
+        std::memcpy(&value, at, 1);
+        return value;
+    } else {
+        using Bits =
+            std::conditional_t<sizeof(T) == 2, uint16_t, std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>>;
+        Bits bits;
+        std::memcpy(&bits, at, sizeof bits);
+        if constexpr (swap) {
+            if constexpr (sizeof(T) == 2) bits = __builtin_bswap16(bits);
+            if constexpr (sizeof(T) == 4) bits = __builtin_bswap32(bits);
+            if constexpr (sizeof(T) == 8) bits = __builtin_bswap64(bits);
+        }
+        T value;
+        std::memcpy(&value, &bits, sizeof value);
+        return value;
+    }
+}
+
+// Calls with the value type's C++ type as a null pointer, for dispatch on Type.
+template <class Visit>
+void ForType(Type type, Visit visit)
+{
+    switch (type) {
+        case Type::int8:
+            return visit(static_cast<int8_t*>(nullptr));
+        case Type::uint8:
+            return visit(static_cast<uint8_t*>(nullptr));
+        case Type::int16:
+            return visit(static_cast<int16_t*>(nullptr));
+        case Type::uint16:
+            return visit(static_cast<uint16_t*>(nullptr));
+        case Type::int32:
+            return visit(static_cast<int32_t*>(nullptr));
+        case Type::uint32:
+            return visit(static_cast<uint32_t*>(nullptr));
+        case Type::float32:
+            return visit(static_cast<float*>(nullptr));
+        case Type::float64:
+            return visit(static_cast<double*>(nullptr));
+    }
+}
+
+// The vertex arrays being filled, and where each slot's value goes.
+struct VertexSink {
+    ScanGeometry& geometry;
+    BulkVector<CVector_2<float>>& uv;
+
+    template <class Each>
+    void ForSlot(Slot slot, bool floatColor, Each each)
+    {
+        auto channel = [floatColor](double value) -> uint8_t {
+            if (floatColor) return detail::UnitToChannel(value);
+            return static_cast<uint8_t>(std::clamp(value, 0.0, 255.0));
+        };
+        auto& p = geometry.positions;
+        auto& n = geometry.normals;
+        auto& c = geometry.colors;
+        switch (slot) {
+            case Slot::x:
+                return each([&p](size_t i, double value) { p[i].x = value; });
+            case Slot::y:
+                return each([&p](size_t i, double value) { p[i].y = value; });
+            case Slot::z:
+                return each([&p](size_t i, double value) { p[i].z = value; });
+            case Slot::nx:
+                return each([&n](size_t i, double value) { n[i].x = static_cast<float>(value); });
+            case Slot::ny:
+                return each([&n](size_t i, double value) { n[i].y = static_cast<float>(value); });
+            case Slot::nz:
+                return each([&n](size_t i, double value) { n[i].z = static_cast<float>(value); });
+            case Slot::red:
+                return each([&c, channel](size_t i, double value) { c[i].r = channel(value); });
+            case Slot::green:
+                return each([&c, channel](size_t i, double value) { c[i].g = channel(value); });
+            case Slot::blue:
+                return each([&c, channel](size_t i, double value) { c[i].b = channel(value); });
+            case Slot::alpha:
+                return each([&c, channel](size_t i, double value) { c[i].a = channel(value); });
+            case Slot::u:
+                return each([this](size_t i, double value) { uv[i].x = static_cast<float>(value); });
+            case Slot::v:
+                return each([this](size_t i, double value) { uv[i].y = static_cast<float>(value); });
+            default:
+                return;
+        }
+    }
+};
+
+// Values from a binary body. Every read is checked against the end first.
+template <bool swap>
+class BinarySource {
+public:
+    BinarySource(std::string_view bytes, size_t start, const std::string& name)
+        : begin_(reinterpret_cast<const unsigned char*>(bytes.data())),
+          at_(begin_ + start),
+          end_(begin_ + bytes.size()),
+          name_(name)
+    {
+    }
+
+    size_t Mark() const { return static_cast<size_t>(at_ - begin_); }
+    [[noreturn]] void FailAt(size_t mark, const std::string& expected, const std::string& found) const
+    {
+        throw FileError::AtByte(name_, mark, expected, found);
+    }
+    void Need(uint64_t bytes, const char* what) const
+    {
+        if (bytes > static_cast<uint64_t>(end_ - at_)) NotThere(bytes, what);
+    }
+    [[noreturn]] __attribute__((noinline, cold)) void NotThere(uint64_t bytes, const char* what) const
+    {
+        FailAt(Mark(), std::to_string(bytes) + " bytes of " + what,
+               std::to_string(end_ - at_) + " bytes left in the file");
+    }
+    double Scalar(Type type, const char*)
+    {
+        Need(SizeOf(type), "a property value");
+        double value = 0;
+        ForType(type, [&](auto* typed) {
+            value = static_cast<double>(Load<std::remove_pointer_t<decltype(typed)>, swap>(at_));
+        });
+        at_ += SizeOf(type);
+        return value;
+    }
+    // A list's item count, which the bytes left must be able to hold.
+    uint64_t ListCount(const Property& property)
+    {
+        const size_t mark = Mark();
+        const double count = Scalar(property.countType, "");
+        if (count < 0) FailAt(mark, "a list count of 0 or more", std::to_string(static_cast<int64_t>(count)));
+        Need(static_cast<uint64_t>(count) * SizeOf(property.type), "list items");
+        return static_cast<uint64_t>(count);
+    }
+    // A vertex index below vertices.
+    int Index(Type type, int vertices)
+    {
+        const size_t mark = Mark();
+        const double index = Scalar(type, "");
+        if (!(index >= 0 && index < vertices))
+            FailAt(mark, "a vertex index below " + std::to_string(vertices),
+                   std::to_string(static_cast<int64_t>(index)));
+        return static_cast<int>(index);
+    }
+    void SkipList(const Property& property, uint64_t count) { at_ += count * SizeOf(property.type); }
+
+    // Vertices of fixed size, straight from the bytes: one pass per property
+    // over each block of vertices, which stays in the cache meanwhile.
+    bool ReadFixed(const Element& element, VertexSink& sink)
+    {
+        if (!element.FixedSize()) return false;
+        size_t stride = 0;
+        for (const Property& property : element.properties) stride += SizeOf(property.type);
+        Need(element.count * stride, "vertices");
+        constexpr size_t block = 2048;
+        for (size_t from = 0; from < element.count; from += block) {
+            const size_t to = std::min<size_t>(from + block, element.count);
+            const unsigned char* record = at_ + from * stride;
+            for (const Property& property : element.properties) {
+                if (property.slot != Slot::none) {
+                    ForType(property.type, [&](auto* typed) {
+                        using T = std::remove_pointer_t<decltype(typed)>;
+                        sink.ForSlot(property.slot, IsFloat(property.type), [&](auto store) {
+                            const unsigned char* value = record;
+                            for (size_t i = from; i < to; ++i, value += stride)
+                                store(i, static_cast<double>(Load<T, swap>(value)));
+                        });
+                    });
+                }
+                record += SizeOf(property.type);
+            }
+        }
+        at_ += element.count * stride;
+        return true;
+    }
+
+    // Faces that hold only a list of uchar count and int or uint indices,
+    // the usual layout: read without the general path's per-value dispatch.
+    bool ReadPlainFaces(const Element& element, int vertices, ScanGeometry& geometry)
+    {
+        if (element.properties.size() != 1) return false;
+        const Property& list = element.properties[0];
+        if (list.countType != Type::uint8 || (list.type != Type::int32 && list.type != Type::uint32)) return false;
+        uint32_t corners[256];
+        CPolygon<int> face{};
+        for (uint64_t f = 0; f < element.count; ++f) {
+            const size_t mark = Mark();
+            Need(1, "a face's corner count");
+            const unsigned count = *at_++;
+            Need(4 * count, "a face's corners");
+            for (unsigned k = 0; k < count; ++k, at_ += 4) {
+                corners[k] = Load<uint32_t, swap>(at_);
+                if (corners[k] >= static_cast<uint32_t>(vertices))
+                    FailAt(mark, "vertex indices below " + std::to_string(vertices),
+                           std::to_string(static_cast<int32_t>(corners[k])));
+            }
+            if (count == 3 || count == 4) {
+                // Triangles and quads go straight in, unused corners zero.
+                face.count = static_cast<int>(count);
+                for (unsigned k = 0; k < 4; ++k) face.items[k] = k < count ? static_cast<int>(corners[k]) : 0;
+                geometry.faces.push_back(face);
+                continue;
+            }
+            if (count < 3) FailAt(mark, "a face of at least 3 corners", std::to_string(count) + " corners");
+            detail::AddFan(geometry, reinterpret_cast<const int*>(corners), nullptr, count);
+        }
+        return true;
+    }
+
+    void Finish()
+    {
+        for (const unsigned char* rest = at_; rest != end_; ++rest) {
+            if (!detail::IsSpace(static_cast<char>(*rest)))
+                FailAt(Mark(), "the end of the file after the last element",
+                       std::to_string(end_ - at_) + " more bytes");
+        }
+    }
+
+private:
+    const unsigned char* begin_;
+    const unsigned char* at_;
+    const unsigned char* end_;
+    const std::string& name_;
+};
+
+// Values from an ASCII body: white-space separated, across lines.
+class AsciiSource {
+public:
+    AsciiSource(std::string_view bytes, size_t start, uint64_t line, const std::string& name)
+        : text_(bytes.substr(start), name, line), name_(name)
+    {
+    }
+
+    uint64_t Mark() const { return text_.Line(); }
+    [[noreturn]] void FailAt(uint64_t mark, const std::string& expected, const std::string& found) const
+    {
+        throw FileError::AtLine(name_, mark, expected, found);
+    }
+    double Scalar(Type type, const char* what)
+    {
+        text_.SkipSpace();
+        const char* start = text_.At();
+        double value = 0;
+        bool ok = false;
+        if (type == Type::float32) {
+            float single = 0;
+            ok = text_.TryNumber(single);
+            value = single;
+        } else if (type == Type::float64) {
+            ok = text_.TryNumber(value);
+        } else {
+            int64_t integer = 0;
+            ok = text_.TryNumber(integer) && InRange(type, integer);
+            value = static_cast<double>(integer);
+        }
+        if (!ok) text_.FailAt(start, std::string(what) + " (" + TypeNameOf(type) + ")");
+        return value;
+    }
+    uint64_t ListCount(const Property& property)
+    {
+        const double count = Scalar(property.countType, "a list count");
+        if (count < 0) text_.Fail("a list count of 0 or more", std::to_string(static_cast<int64_t>(count)));
+        if (count * 2 > static_cast<double>(text_.Left()) + 1)
+            text_.Fail("room for " + std::to_string(static_cast<uint64_t>(count)) + " list items",
+                       std::to_string(text_.Left()) + " bytes left in the file");
+        return static_cast<uint64_t>(count);
+    }
+    int Index(Type type, int vertices)
+    {
+        text_.SkipSpace();
+        const char* start = text_.At();
+        const double index = Scalar(type, "a vertex index");
+        if (!(index >= 0 && index < vertices)) text_.FailAt(start, "a vertex index below " + std::to_string(vertices));
+        return static_cast<int>(index);
+    }
+    void SkipList(const Property& property, uint64_t count)
+    {
+        for (uint64_t k = 0; k < count; ++k) Scalar(property.type, "a list item");
+    }
+    bool ReadFixed(const Element&, VertexSink&) { return false; }
+    bool ReadPlainFaces(const Element&, int, ScanGeometry&) { return false; }
+    void Finish()
+    {
+        text_.SkipSpace();
+        if (!text_.AtEnd()) text_.Fail("the end of the file after the last element");
+    }
+
+private:
+    static bool InRange(Type type, int64_t value)
+    {
+        static const int64_t low[] = {INT8_MIN, 0, INT16_MIN, 0, INT32_MIN, 0};
+        static const int64_t high[] = {INT8_MAX, UINT8_MAX, INT16_MAX, UINT16_MAX, INT32_MAX, UINT32_MAX};
+        return value >= low[static_cast<int>(type)] && value <= high[static_cast<int>(type)];
+    }
+    static const char* TypeNameOf(Type type)
+    {
+        for (const TypeName& entry : typeNames) {
+            if (entry.type == type) return entry.name;
+        }
+        return "";
+    }
+
+    TextCursor text_;
+    const std::string& name_;
+};
+
+template <class Source>
+void ReadVertices(Source& source, const Element& element, VertexSink& sink)
+{
+    if (source.ReadFixed(element, sink)) return;
+    for (size_t i = 0; i < element.count; ++i) {
+        for (const Property& property : element.properties) {
+            if (property.list) {
+                source.SkipList(property, source.ListCount(property));
+                continue;
+            }
+            const double value = source.Scalar(property.type, "a vertex property value");
+            sink.ForSlot(property.slot, IsFloat(property.type), [&](auto store) { store(i, value); });
+        }
+    }
+}
+
+template <class Source>
+void ReadFaces(Source& source, const Element& element, int vertices, const BulkVector<CVector_2<float>>& vertexUv,
+               ScanGeometry& geometry)
+{
+    const bool perCornerUv = element.Find(Slot::texcoord) != nullptr;
+    if (!perCornerUv && vertexUv.empty() && source.ReadPlainFaces(element, vertices, geometry)) return;
+    std::vector<int> corners;
+    std::vector<float> uvValues;
+    std::vector<CVector_2<float>> uv;
+    for (uint64_t f = 0; f < element.count; ++f) {
+        const auto mark = source.Mark();
+        for (const Property& property : element.properties) {
+            if (!property.list) {
+                source.Scalar(property.type, "a face property value");
+                continue;
+            }
+            const uint64_t count = source.ListCount(property);
+            if (property.slot == Slot::corners) {
+                corners.resize(count);
+                for (int& corner : corners) corner = source.Index(property.type, vertices);
+            } else if (property.slot == Slot::texcoord) {
+                uvValues.resize(count);
+                for (float& value : uvValues)
+                    value = static_cast<float>(source.Scalar(property.type, "a texture coordinate"));
+            } else {
+                source.SkipList(property, count);
+            }
+        }
+        if (corners.size() < 3)
+            source.FailAt(mark, "a face of at least 3 corners", std::to_string(corners.size()) + " corners");
+        const CVector_2<float>* faceUv = nullptr;
+        if (perCornerUv) {
+            if (uvValues.size() != 2 * corners.size())
+                source.FailAt(mark,
+                              std::to_string(2 * corners.size()) + " texture coordinate values for the face's corners",
+                              std::to_string(uvValues.size()));
+            uv.resize(corners.size());
+            for (size_t k = 0; k < corners.size(); ++k) uv[k] = {uvValues[2 * k], uvValues[2 * k + 1]};
+            faceUv = uv.data();
+        } else if (!vertexUv.empty()) {
+            uv.resize(corners.size());
+            for (size_t k = 0; k < corners.size(); ++k) uv[k] = vertexUv[corners[k]];
+            faceUv = uv.data();
+        }
+        detail::AddPolygon(geometry, corners.data(), faceUv, corners.size());
+    }
+}
+
+template <class Source>
+void SkipElement(Source& source, const Element& element)
+{
+    if (element.properties.empty()) return;
+    for (uint64_t i = 0; i < element.count; ++i) {
+        for (const Property& property : element.properties) {
+            if (property.list) {
+                source.SkipList(property, source.ListCount(property));
+            } else {
+                source.Scalar(property.type, "a property value");
+            }
+        }
+    }
+}
+
+template <class Source>
+ScanGeometry ReadBody(Source& source, const Header& header)
+{
+    ScanGeometry geometry;
+    BulkVector<CVector_2<float>> vertexUv;
+    const Element* vertexElement = nullptr;
+    for (const Element& element : header.elements) {
+        if (element.name == "vertex") vertexElement = &element;
+    }
+    const int vertices = static_cast<int>(vertexElement->count);
+    geometry.positions.resize(vertices);
+    if (vertexElement->Find(Slot::nx) || vertexElement->Find(Slot::ny) || vertexElement->Find(Slot::nz))
+        geometry.normals.resize(vertices, CVector_3<float>{});
+    if (vertexElement->Find(Slot::red) || vertexElement->Find(Slot::green) || vertexElement->Find(Slot::blue) ||
+        vertexElement->Find(Slot::alpha))
+        geometry.colors.resize(vertices, RGBA{0, 0, 0, 255});
+    if (vertexElement->Find(Slot::u) || vertexElement->Find(Slot::v)) vertexUv.resize(vertices, CVector_2<float>{});
+    VertexSink sink{geometry, vertexUv};
+    for (const Element& element : header.elements) {
+        if (&element == vertexElement) {
+            ReadVertices(source, element, sink);
+        } else if (element.name == "face") {
+            geometry.faces.reserve(element.count);
+            ReadFaces(source, element, vertices, vertexUv, geometry);
+        } else {
+            SkipElement(source, element);
+        }
+    }
+    source.Finish();
+    return geometry;
+}
+
+// Writes values in the file's encoding.
+class PlyOutput {
+public:
+    explicit PlyOutput(PlyEncoding encoding) : encoding_(encoding) {}
+
+    void Text(const std::string& text) { text_ << text; }
+    template <class T>
+    void Value(T value, bool last = false)
+    {
+        if (encoding_ == PlyEncoding::ascii) {
+            if constexpr (sizeof(T) == 1) {
+                text_ << static_cast<int>(value);
+            } else {
+                text_ << value;
+            }
+            text_ << (last ? '\n' : ' ');
+            return;
+        }
+        char bytes[sizeof(T)];
+        std::memcpy(bytes, &value, sizeof(T));
+        if (encoding_ == PlyEncoding::binaryBigEndian) std::reverse(bytes, bytes + sizeof(T));
+        text_.Raw(bytes, sizeof(T));
+    }
+    void Reserve(size_t size) { text_.Reserve(size); }
+    std::string Take() { return text_.Take(); }
+
+private:
+    PlyEncoding encoding_;
+    detail::TextOutput text_;
+};
+
+}  // namespace
+
+ScanGeometry ReadPly(std::string_view bytes, const std::string& name)
+{
+    Header header = ParseHeader(bytes, name);
+    AssignSlots(header, name);
+    CheckCounts(header, bytes.size() - header.size, name);
+    if (header.encoding == PlyEncoding::ascii) {
+        AsciiSource source(bytes, header.size, header.lines, name);
+        return ReadBody(source, header);
+    }
+    const bool swap = (header.encoding == PlyEncoding::binaryBigEndian) == (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
+    if (swap) {
+        BinarySource<true> source(bytes, header.size, name);
+        return ReadBody(source, header);
+    }
+    BinarySource<false> source(bytes, header.size, name);
+    return ReadBody(source, header);
+}
+
+std::string WritePly(const ScanGeometry& geometry, const std::string& name, PlyEncoding encoding)
+{
+    detail::CheckGeometry(geometry, name);
+    const bool asFloat = detail::PositionsFitFloat(geometry.positions);
+    const bool normals = !geometry.normals.empty();
+    const bool colors = !geometry.colors.empty();
+    const bool alpha =
+        std::any_of(geometry.colors.begin(), geometry.colors.end(), [](const RGBA& c) { return c.a != 255; });
+    BulkVector<CVector_2<float>> vertexUv;
+    const bool hasUv = !geometry.texCoords.empty();
+    const bool uvPerVertex = hasUv && detail::PerVertexTexCoords(geometry, vertexUv);
+    const bool uvPerCorner = hasUv && !uvPerVertex;
+    const bool mesh = !geometry.faces.empty();
+
+    static const char* formats[] = {"ascii", "binary_little_endian", "binary_big_endian"};
+    std::string header = "ply\nformat " + std::string(formats[static_cast<int>(encoding)]) + " 1.0\n";
+    header += "element vertex " + std::to_string(geometry.positions.size()) + "\n";
+    for (const char* axis : {"x", "y", "z"})
+        header += std::string("property ") + (asFloat ? "float " : "double ") + axis + "\n";
+    if (normals) header += "property float nx\nproperty float ny\nproperty float nz\n";
+    if (colors) header += "property uchar red\nproperty uchar green\nproperty uchar blue\n";
+    if (alpha) header += "property uchar alpha\n";
+    if (uvPerVertex) header += "property float u\nproperty float v\n";
+    if (mesh) {
+        header += "element face " + std::to_string(geometry.faces.size()) + "\n";
+        header += "property list uchar int vertex_indices\n";
+        if (uvPerCorner) header += "property list uchar float texcoord\n";
+    }
+    header += "end_header\n";
+
+    PlyOutput out(encoding);
+    out.Text(header);
+    out.Reserve(geometry.positions.size() * (asFloat ? 12 : 24) + geometry.faces.size() * 17);
+    for (size_t i = 0; i < geometry.positions.size(); ++i) {
+        const VERTEX& p = geometry.positions[i];
+        const bool more = normals || colors || uvPerVertex;
+        if (asFloat) {
+            out.Value(static_cast<float>(p.x));
+            out.Value(static_cast<float>(p.y));
+            out.Value(static_cast<float>(p.z), !more);
+        } else {
+            out.Value(p.x);
+            out.Value(p.y);
+            out.Value(p.z, !more);
+        }
+        if (normals) {
+            const CVector_3<float>& n = geometry.normals[i];
+            out.Value(n.x);
+            out.Value(n.y);
+            out.Value(n.z, !colors && !uvPerVertex);
+        }
+        if (colors) {
+            const RGBA& c = geometry.colors[i];
+            out.Value(c.r);
+            out.Value(c.g);
+            out.Value(c.b, !alpha && !uvPerVertex);
+            if (alpha) out.Value(c.a, !uvPerVertex);
+        }
+        if (uvPerVertex) {
+            out.Value(vertexUv[i].x);
+            out.Value(vertexUv[i].y, true);
+        }
+    }
+    for (size_t f = 0; f < geometry.faces.size(); ++f) {
+        const CPolygon<int>& face = geometry.faces[f];
+        out.Value(static_cast<uint8_t>(face.count));
+        for (int k = 0; k < face.count; ++k)
+            out.Value(static_cast<int32_t>(face.items[k]), k + 1 == face.count && !uvPerCorner);
+        if (uvPerCorner) {
+            const CPolygon<CVector_2<float>>& row = geometry.texCoords[f];
+            out.Value(static_cast<uint8_t>(2 * row.count));
+            for (int k = 0; k < row.count; ++k) {
+                out.Value(row.items[k].x);
+                out.Value(row.items[k].y, k + 1 == row.count);
+            }
+        }
+    }
+    return out.Take();
+}
+
+}  // namespace brell::io

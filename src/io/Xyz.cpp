@@ -1,0 +1,67 @@
+#include <brelldata/io/ScanFormats.h>
+
+#include "io/Geometry.h"
+#include "io/Text.h"
+
+namespace brell::io {
+
+ScanGeometry ReadXyz(std::string_view bytes, const std::string& name)
+{
+    detail::TextCursor text(bytes, name);
+    ScanGeometry geometry;
+    // Set by the first point's line: 3 values, or 6 with a normal.
+    size_t values = 0;
+    uint64_t firstLine = 0;
+    for (;;) {
+        text.SkipSpace('#');
+        if (text.AtEnd()) break;
+        VERTEX p;
+        p.x = text.Number<double>("a point's x");
+        text.SkipBlanks();
+        p.y = text.Number<double>("a point's y");
+        text.SkipBlanks();
+        p.z = text.Number<double>("a point's z");
+        if (values == 0) {
+            values = text.AtLineEnd('#') ? 3 : 6;
+            firstLine = text.Line();
+        }
+        if (geometry.positions.size() == INT32_MAX) text.Fail("at most 2147483647 points", "more");
+        geometry.positions.push_back(p);
+        if (values == 6) {
+            CVector_3<float> n;
+            const std::string what = "a normal coordinate, as on line " + std::to_string(firstLine);
+            text.SkipBlanks();
+            n.x = text.Number<float>(what.c_str());
+            text.SkipBlanks();
+            n.y = text.Number<float>(what.c_str());
+            text.SkipBlanks();
+            n.z = text.Number<float>(what.c_str());
+            geometry.normals.push_back(n);
+        }
+        if (!text.AtLineEnd('#'))
+            text.Fail("the end of the line after " + std::to_string(values) + " values, as on line " +
+                      std::to_string(firstLine));
+    }
+    // A file without a single point is not taken for an empty scan.
+    if (geometry.positions.empty()) text.Fail("at least one point");
+    return geometry;
+}
+
+std::string WriteXyz(const ScanGeometry& geometry, const std::string& name)
+{
+    detail::CheckGeometry(geometry, name);
+    detail::TextOutput out;
+    out.Reserve(geometry.positions.size() * (geometry.normals.empty() ? 30 : 60));
+    for (size_t i = 0; i < geometry.positions.size(); ++i) {
+        const VERTEX& p = geometry.positions[i];
+        out << p.x << ' ' << p.y << ' ' << p.z;
+        if (!geometry.normals.empty()) {
+            const CVector_3<float>& n = geometry.normals[i];
+            out << ' ' << n.x << ' ' << n.y << ' ' << n.z;
+        }
+        out << '\n';
+    }
+    return out.Take();
+}
+
+}  // namespace brell::io

@@ -1,0 +1,217 @@
+#include <brelldata/io/ScanFormats.h>
+
+#include "io/GeometryMatchers.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+using namespace brell::io;
+using brell::test::ExpectSameGeometry;
+using brell::test::TexturedMesh;
+
+const char* asciiPly =
+    "ply\n"
+    "format ascii 1.0\n"
+    "comment two triangles and a pentagon\n"
+    "element vertex 5\n"
+    "property float x\nproperty float y\nproperty double z\n"
+    "property uchar red\nproperty uchar green\nproperty uchar blue\n"
+    "property float s\nproperty float t\n"
+    "element face 2\n"
+    "property list uchar int vertex_indices\n"
+    "end_header\n"
+    "0 0 0 255 0 0 0 0\n"
+    "1 0 0 0 255 0 1 0\n"
+    "1 1 0 0 0 255 1 1\n"
+    "0 1 0.5 1 2 3 0 1\n"
+    "0.5 2 -1e-3 4 5 6 0.5 0.75\n"
+    "3 0 1 2\n"
+    "5 0 1 2 4 3\n";
+
+const char* offFile =
+    "COFF\n"
+    "# a square and a triangle\n"
+    "5 2 0\n"
+    "0 0 0 255 0 0\n"
+    "1 0 0 0 1.0 0 0.5\n"
+    "1 1 0 0 0 255 128\n"
+    "0 1 0 1 1 1\n"
+    "2 2 2 9 9 9\n"
+    "4 0 1 2 3\n"
+    "3 3 2 4 0.5 0.5 0.5\n";
+
+const char* objFile =
+    "# every corner form\n"
+    "mtllib scan.mtl\n"
+    "v 0 0 0\nv 1 0 0\nv 1 1 0\nv 0 1 0 1.0\n"
+    "vt 0 0\nvt 1 0\nvt 1 1\n"
+    "vn 0 0 1\nvn 0 0 -1\n"
+    "g scan\n"
+    "f 1 2 3\n"
+    "f 1/1 2/2 3/3\n"
+    "f 1//1 -3//1 -2//1\n"
+    "f -4/-3/-1 2/2/2 3/3/1 4/1/1\n";
+
+const char* xyzFile =
+    "0 0 0 0 0 1\n"
+    "1 2 3 1 0 0\n"
+    "\n"
+    "-4.5 5 6e2 0 1 0\n";
+
+TEST(ScanFormats, AnAsciiPlyGivesPositionsColoursPerCornerTexCoordsAndFansAPentagon)
+{
+    const ScanGeometry g = ReadPly(asciiPly, "two.ply");
+    ASSERT_EQ(g.positions.size(), 5u);
+    EXPECT_EQ(g.positions[4].y, 2.0);
+    EXPECT_EQ(g.positions[4].z, -1e-3);
+    EXPECT_EQ(g.positions[3].z, 0.5);
+    ASSERT_EQ(g.colors.size(), 5u);
+    EXPECT_EQ(g.colors[3].b, 3);
+    EXPECT_EQ(g.colors[3].a, 255);
+    EXPECT_TRUE(g.normals.empty());
+    ASSERT_EQ(g.faces.size(), 4u);  // a triangle and the pentagon's three
+    EXPECT_EQ(g.faces[3].count, 3);
+    EXPECT_EQ(g.faces[3].items[0], 0);
+    EXPECT_EQ(g.faces[3].items[1], 4);
+    EXPECT_EQ(g.faces[3].items[2], 3);
+    ASSERT_EQ(g.texCoords.size(), 4u);
+    EXPECT_EQ(g.texCoords[3].items[1].y, 0.75f);
+}
+
+TEST(ScanFormats, AnOffReadsColoursAsIntegersOrFractionsAndSkipsFaceColours)
+{
+    const ScanGeometry g = ReadOff(offFile, "two.off");
+    ASSERT_EQ(g.positions.size(), 5u);
+    ASSERT_EQ(g.colors.size(), 5u);
+    EXPECT_EQ(g.colors[1].g, 255);
+    EXPECT_EQ(g.colors[1].a, 128);
+    EXPECT_EQ(g.colors[2].a, 128);
+    EXPECT_EQ(g.colors[3].r, 1);
+    ASSERT_EQ(g.faces.size(), 2u);
+    EXPECT_EQ(g.faces[0].count, 4);
+    EXPECT_EQ(g.faces[1].items[2], 4);
+}
+
+TEST(ScanFormats, AnObjResolvesEveryCornerFormAndCopiesAVertexWithASecondNormal)
+{
+    const ScanGeometry g = ReadObj(objFile, "forms.obj");
+    EXPECT_EQ(g.skippedStatements, 2u);
+    ASSERT_EQ(g.faces.size(), 4u);
+    ASSERT_EQ(g.texCoords.size(), 4u);  // rows of zeros for the untextured faces
+    EXPECT_EQ(g.texCoords[0].items[2].x, 0.0f);
+    EXPECT_EQ(g.texCoords[1].items[2].y, 1.0f);
+    EXPECT_EQ(g.faces[2].items[1], 1);  // -3 of four vertices
+    // The last face gives vertices 1 and 2 (indices 0 and 1) normal 2 after
+    // normal 1: each is copied.
+    ASSERT_EQ(g.positions.size(), 6u);
+    EXPECT_EQ(g.faces[3].count, 4);
+    EXPECT_EQ(g.faces[3].items[0], 4);
+    EXPECT_EQ(g.faces[3].items[1], 5);
+    EXPECT_EQ(g.faces[3].items[2], 2);
+    EXPECT_EQ(g.positions[5].x, 1.0);
+    ASSERT_EQ(g.normals.size(), 6u);
+    EXPECT_EQ(g.normals[1].z, 1.0f);
+    EXPECT_EQ(g.normals[5].z, -1.0f);
+    EXPECT_EQ(g.texCoords[3].items[1].x, 1.0f);
+}
+
+TEST(ScanFormats, AnXyzWithNormalsGivesOnePointALine)
+{
+    const ScanGeometry g = ReadXyz(xyzFile, "points.xyz");
+    ASSERT_EQ(g.positions.size(), 3u);
+    ASSERT_EQ(g.normals.size(), 3u);
+    EXPECT_EQ(g.positions[2].z, 600.0);
+    EXPECT_EQ(g.normals[1].x, 1.0f);
+    EXPECT_TRUE(g.faces.empty());
+}
+
+TEST(ScanFormats, PlyRoundTripsEverythingInEachEncoding)
+{
+    const ScanGeometry mesh = TexturedMesh();
+    for (PlyEncoding encoding : {PlyEncoding::ascii, PlyEncoding::binaryLittleEndian, PlyEncoding::binaryBigEndian}) {
+        const std::string bytes = WritePly(mesh, "mesh.ply", encoding);
+        ExpectSameGeometry(ReadPly(bytes, "mesh.ply"), mesh, "encoding " + std::to_string(static_cast<int>(encoding)));
+    }
+    ScanGeometry perVertex = ReadPly(asciiPly, "two.ply");
+    for (PlyEncoding encoding : {PlyEncoding::ascii, PlyEncoding::binaryBigEndian})
+        ExpectSameGeometry(ReadPly(WritePly(perVertex, "two.ply", encoding), "two.ply"), perVertex, "per vertex");
+}
+
+TEST(ScanFormats, OffObjAndXyzRoundTripWhatTheyHold)
+{
+    ScanGeometry mesh = TexturedMesh();
+    mesh.colors[2].a = 7;
+    ScanGeometry off = mesh;
+    off.texCoords.clear();
+    ExpectSameGeometry(ReadOff(WriteOff(mesh, "m.off"), "m.off"), off, "off");
+    ScanGeometry obj = TexturedMesh();
+    ExpectSameGeometry(ReadObj(WriteObj(obj, "m.obj"), "m.obj"), obj, "obj");
+    ScanGeometry xyz = mesh;
+    xyz.colors.clear();
+    xyz.faces.clear();
+    xyz.texCoords.clear();
+    ExpectSameGeometry(ReadXyz(WriteXyz(mesh, "m.xyz"), "m.xyz"), xyz, "xyz");
+    xyz.normals.clear();
+    ExpectSameGeometry(ReadXyz(WriteXyz(xyz, "p.xyz"), "p.xyz"), xyz, "xyz without normals");
+    ExpectSameGeometry(ReadObj(WriteObj(xyz, "p.obj"), "p.obj"), xyz, "obj points");
+}
+
+TEST(ScanFormats, EveryPrefixOfAFileIsReadWholeOrRefusedWithAFileError)
+{
+    const ScanGeometry mesh = TexturedMesh();
+    struct Case {
+        std::string bytes;
+        ScanGeometry (*read)(std::string_view, const std::string&);
+    };
+    const Case cases[] = {
+        {asciiPly, ReadPly},
+        {WritePly(mesh, "m.ply", PlyEncoding::binaryLittleEndian), ReadPly},
+        {WritePly(mesh, "m.ply", PlyEncoding::binaryBigEndian), ReadPly},
+        {offFile, ReadOff},
+        {objFile, ReadObj},
+        {xyzFile, ReadXyz},
+    };
+    for (const Case& c : cases) {
+        int refused = 0;
+        for (size_t length = 0; length < c.bytes.size(); ++length) {
+            try {
+                c.read(std::string_view(c.bytes).substr(0, length), "prefix");
+            } catch (const FileError& error) {
+                EXPECT_EQ(error.File(), "prefix");
+                ++refused;
+            }
+        }
+        EXPECT_GT(refused, 0);
+    }
+}
+
+TEST(ScanFormats, BinaryPlyPrefixesAreAllRefused)
+{
+    const std::string bytes = WritePly(TexturedMesh(), "m.ply");
+    for (size_t length = 0; length < bytes.size(); ++length)
+        EXPECT_THROW(ReadPly(std::string_view(bytes).substr(0, length), "prefix"), FileError) << length;
+}
+
+TEST(ScanFormats, FilesAreWrittenAndReadInTheFormatTheirNameAsksFor)
+{
+    const std::string folder = testing::TempDir();
+    const ScanGeometry mesh = TexturedMesh();
+    for (const char* file : {"a.PLY", "a.obj"}) {
+        const std::string path = folder + file;
+        WriteScanFile(mesh, path);
+        ExpectSameGeometry(ReadScanFile(path), mesh, file);
+        std::remove(path.c_str());
+    }
+    EXPECT_EQ(FormatOfFileName("x/y.Off"), ScanFormat::off);
+    EXPECT_THROW(FormatOfFileName("scan.stl"), FileError);
+    EXPECT_THROW(FormatOfFileName("scan.d/ply"), FileError);
+    EXPECT_THROW(ReadScanFile(folder + "missing.xyz"), FileError);
+    EXPECT_THROW(WriteScanFile(mesh, folder + "no-such-folder/a.ply"), FileError);
+}
+
+}  // namespace

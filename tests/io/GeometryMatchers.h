@@ -1,0 +1,59 @@
+#pragma once
+
+// Element-for-element comparison of scan geometry, and a small textured mesh.
+
+#include <brelldata/io/ScanGeometry.h>
+
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+namespace brell::test {
+
+// The index of the first differing item of two arrays of plain records, or
+// "" when they are equal; sizes compared first.
+template <class T>
+std::string FirstDifference(const io::BulkVector<T>& a, const io::BulkVector<T>& b)
+{
+    if (a.size() != b.size()) return "sizes " + std::to_string(a.size()) + " and " + std::to_string(b.size());
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (std::memcmp(&a[i], &b[i], sizeof(T)) != 0) return "item " + std::to_string(i);
+    }
+    return "";
+}
+
+// As FirstDifference for rows of up to four items: only the items in use count.
+template <class T>
+std::string FirstRowDifference(const io::BulkVector<CPolygon<T>>& a, const io::BulkVector<CPolygon<T>>& b)
+{
+    if (a.size() != b.size()) return "sizes " + std::to_string(a.size()) + " and " + std::to_string(b.size());
+    for (size_t i = 0; i < a.size(); ++i) {
+        if (a[i].count != b[i].count || std::memcmp(a[i].items, b[i].items, sizeof(T) * a[i].count) != 0)
+            return "row " + std::to_string(i);
+    }
+    return "";
+}
+
+inline void ExpectSameGeometry(const io::ScanGeometry& a, const io::ScanGeometry& b, const std::string& label = "")
+{
+    EXPECT_EQ(FirstDifference(a.positions, b.positions), "") << label << " positions";
+    EXPECT_EQ(FirstDifference(a.normals, b.normals), "") << label << " normals";
+    EXPECT_EQ(FirstDifference(a.colors, b.colors), "") << label << " colors";
+    EXPECT_EQ(FirstRowDifference(a.faces, b.faces), "") << label << " faces";
+    EXPECT_EQ(FirstRowDifference(a.texCoords, b.texCoords), "") << label << " texCoords";
+}
+
+// Five vertices with normals and colours, a quad and a triangle, textured.
+inline io::ScanGeometry TexturedMesh()
+{
+    io::ScanGeometry g;
+    g.positions = {{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {0.1, 0.2, 1.0 / 3}};
+    g.normals = {{0, 0, 1}, {0, 0, 1}, {0.6f, 0, 0.8f}, {0, 0, -1}, {1, 0, 0}};
+    g.colors = {{255, 0, 0, 255}, {0, 255, 0, 255}, {0, 0, 255, 255}, {9, 8, 7, 255}, {1, 2, 3, 255}};
+    g.faces = {{{0, 1, 2, 3}, 4}, {{3, 2, 4, 0}, 3}};
+    g.texCoords = {{{{0, 0}, {1, 0}, {1, 1}, {0, 1}}, 4}, {{{0.5f, 0.5f}, {0.25f, 1}, {0.125f, 0}, {}}, 3}};
+    return g;
+}
+
+}  // namespace brell::test

@@ -1,0 +1,98 @@
+#include <brelldata/core/NodeStream.h>
+#include <brelldata/core/Tree.h>
+#include <brelldata/io/ScanScene.h>
+
+#include "io/GeometryMatchers.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <vector>
+
+// Range scans and meshes that no one here made: the data files of Debian's
+// libcgal-demo package, fetched into the build tree on first use.
+
+namespace {
+
+using namespace brell::io;
+namespace fs = std::filesystem;
+
+const fs::path scans = BRELL_REAL_SCANS;
+
+// Fetches and unpacks the package once; false when it cannot be had.
+bool FetchScans()
+{
+    if (fs::exists(scans / "data" / "meshes" / "bunny00.off")) return true;
+    fs::create_directories(scans);
+    const std::string command = "cd '" + scans.string() +
+                                "' && apt-get download libcgal-demo >/dev/null 2>&1"
+                                " && dpkg-deb -x libcgal-demo_*.deb package"
+                                " && tar -xzf package/usr/share/doc/libcgal-dev/data.tar.gz data/meshes data/points_3";
+    return std::system(command.c_str()) == 0 && fs::exists(scans / "data" / "meshes" / "bunny00.off");
+}
+
+std::vector<fs::path> ScanFiles()
+{
+    std::vector<fs::path> files;
+    for (const char* folder : {"meshes", "points_3"}) {
+        for (const fs::directory_entry& entry : fs::directory_iterator(scans / "data" / folder)) {
+            const std::string extension = entry.path().extension().string();
+            if (extension == ".ply" || extension == ".off" || extension == ".obj" || extension == ".xyz")
+                files.push_back(entry.path());
+        }
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+class RealScans : public testing::Test {
+protected:
+    void SetUp() override
+    {
+        if (!FetchScans()) GTEST_SKIP() << "libcgal-demo could not be fetched with apt-get download: no real scans";
+    }
+};
+
+TEST_F(RealScans, TheBunnyIsAMeshOfThirtySevenThousandVertices)
+{
+    const ScanGeometry bunny = ReadScanFile((scans / "data" / "meshes" / "bunny00.off").string());
+    EXPECT_EQ(bunny.positions.size(), 37706u);
+    EXPECT_EQ(bunny.faces.size(), 75408u);
+}
+
+TEST_F(RealScans, EveryFileRoundTripsThroughASceneAndItsStreamInItsFormat)
+{
+    const std::vector<fs::path> files = ScanFiles();
+    EXPECT_GT(files.size(), 100u);
+    const fs::path out = fs::path(testing::TempDir()) / "brell-real-scan";
+    fs::create_directories(out);
+    // Files that are not what their name says: each is refused.
+    const std::set<std::string> malformed = {
+        "prim.off",       // declares 7 faces and holds 8
+        "triangles.xyz",  // nine values a line: triangles, not points
+    };
+    for (const fs::path& file : files) {
+        SCOPED_TRACE(file.string());
+        if (malformed.count(file.filename().string()) != 0) {
+            EXPECT_THROW(ReadScanFile(file.string()), FileError);
+            continue;
+        }
+        ScanGeometry original;
+        ASSERT_NO_THROW(original = ReadScanFile(file.string()));
+        const std::string copy = (out / file.filename()).string();
+        // Through a scene and its node stream, then out and in again.
+        CTree scene(SceneOfGeometry(original, file.filename().string()));
+        std::vector<unsigned char> block(SizeOfByte(scene.Root()));
+        WriteNode(block.data(), scene.Root());
+        CTree loaded(ReadNode(block.data()));
+        ExportScan(loaded.Root(), copy, PlyEncoding::binaryBigEndian);
+        brell::test::ExpectSameGeometry(ReadScanFile(copy), original, file.filename().string());
+        fs::remove(copy);
+    }
+}
+
+}  // namespace

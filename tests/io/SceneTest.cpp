@@ -1,0 +1,121 @@
+#include <brelldata/core/NodeStream.h>
+#include <brelldata/core/Tree.h>
+#include <brelldata/io/ScanScene.h>
+#include <brelldata/scan/ModelNodes.h>
+#include <brelldata/scan/ObjectNodes.h>
+
+#include "io/GeometryMatchers.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <vector>
+
+namespace {
+
+using namespace brell::io;
+using brell::test::ExpectSameGeometry;
+using brell::test::TexturedMesh;
+
+// The scene's one model or mesh: the element's only child.
+CModelNode* ModelOf(CBaseNode* root)
+{
+    CBaseNode* element = root->GetChild(0);
+    EXPECT_TRUE(element != nullptr && element->IsKindOf("CElementNode"));
+    CBaseNode* model = element == nullptr ? nullptr : element->GetChild(0);
+    EXPECT_TRUE(model != nullptr && model->IsKindOf("CModelNode"));
+    return static_cast<CModelNode*>(model);
+}
+
+TEST(ScanScenes, AFileBecomesARootWithOneElementNamedAfterItHoldingAMesh)
+{
+    const std::string path = testing::TempDir() + "textured.ply";
+    WriteScanFile(TexturedMesh(), path);
+    CTree scene(ImportScan(path));
+    EXPECT_EQ(scene.Root()->RefCount(), 1);  // the tree's reference only
+    ASSERT_EQ(scene.Root()->GetChildNum(), 1u);
+    EXPECT_EQ(scene.Root()->GetChild(0)->Name(), "textured.ply");
+    ASSERT_TRUE(ModelOf(scene.Root())->IsKindOf("CMeshNode"));
+    auto* mesh = static_cast<CMeshNode*>(ModelOf(scene.Root()));
+    EXPECT_EQ(mesh->VertexNumber(), 5);
+    EXPECT_EQ(mesh->polygons->Number(), 2);
+    EXPECT_EQ(mesh->texCoords->Element(1, 2).x, 0.125f);
+    int size = 0;
+    ASSERT_NE(mesh->QueryAttributeStruct("normals", &size), nullptr);
+    EXPECT_EQ(size, 5 * 12);
+    const auto* colors = static_cast<const RGBA*>(mesh->QueryAttributeStruct("colors", &size));
+    ASSERT_NE(colors, nullptr);
+    EXPECT_EQ(colors[3].r, 9);
+    std::remove(path.c_str());
+}
+
+TEST(ScanScenes, APointListBecomesAModelAndExportsBackElementForElement)
+{
+    ScanGeometry points = TexturedMesh();
+    points.faces.clear();
+    points.texCoords.clear();
+    points.colors.clear();
+    CTree scene(SceneOfGeometry(points, "points.xyz"));
+    CModelNode* model = ModelOf(scene.Root());
+    EXPECT_FALSE(model->IsKindOf("CMeshNode"));
+    EXPECT_EQ(model->QueryAttributeStruct("colors", nullptr), nullptr);
+    const std::string path = testing::TempDir() + "points.xyz";
+    ExportScan(scene.Root(), path);
+    ExpectSameGeometry(ReadScanFile(path), points);
+    std::remove(path.c_str());
+}
+
+TEST(ScanScenes, NormalsColoursAndTexCoordsSurviveTheNodeStream)
+{
+    const ScanGeometry mesh = TexturedMesh();
+    CTree scene(SceneOfGeometry(mesh, "mesh.obj"));
+    std::vector<unsigned char> block(SizeOfByte(scene.Root()));
+    ASSERT_GT(WriteNode(block.data(), scene.Root()), 0);
+    CTree read(ReadNode(block.data()));
+    ASSERT_NE(read.Root(), nullptr);
+    ExpectSameGeometry(GeometryOfScene(read.Root(), "read"), mesh);
+}
+
+TEST(ScanScenes, ExportJoinsEveryModelAndMeshMovingTheFaceIndices)
+{
+    const ScanGeometry mesh = TexturedMesh();
+    CTree scene(SceneOfGeometry(mesh, "a"));
+    CBaseNode* cloud = CModelNode::Create();
+    static_cast<CModelNode*>(cloud)->AppendVertex(1);
+    *static_cast<CModelNode*>(cloud)->GetVertex(0) = {7, 8, 9};
+    scene.Root()->InsertChild(0, cloud);
+    CBaseNode* second = SceneOfGeometry(mesh, "b");
+    scene.Root()->AppendChild(second);
+
+    const ScanGeometry joined = GeometryOfScene(scene.Root(), "joined");
+    ASSERT_EQ(joined.positions.size(), 11u);
+    EXPECT_EQ(joined.positions[0].z, 9.0);
+    ASSERT_EQ(joined.faces.size(), 4u);
+    EXPECT_EQ(joined.faces[0].items[0], 1);
+    EXPECT_EQ(joined.faces[2].items[2], 8);
+    ASSERT_EQ(joined.normals.size(), 11u);
+    EXPECT_EQ(joined.normals[0].z, 0.0f);  // the cloud has none of its own
+    EXPECT_EQ(joined.colors[0].g, 255);
+    EXPECT_EQ(joined.texCoords.size(), 4u);
+}
+
+TEST(ScanScenes, AttributesOfTheWrongSizeAndBadPolygonsAreRefused)
+{
+    CTree scene(SceneOfGeometry(TexturedMesh(), "m"));
+    auto* mesh = static_cast<CMeshNode*>(ModelOf(scene.Root()));
+    mesh->polygons->rows[1].items[2] = 5;
+    EXPECT_THROW(GeometryOfScene(scene.Root(), "m"), FileError);
+    mesh->polygons->rows[1].items[2] = 4;
+    float shortNormals[3] = {0, 0, 1};
+    mesh->SetAttributeStruct("normals", shortNormals, sizeof shortNormals);
+    try {
+        GeometryOfScene(scene.Root(), "m");
+        ADD_FAILURE() << "no error";
+    } catch (const FileError& error) {
+        EXPECT_EQ(error.Expected(), "60 bytes of normals in model \"m\" (5 vertices)");
+        EXPECT_EQ(error.Found(), "12");
+    }
+    EXPECT_TRUE(GeometryOfScene(nullptr, "none").positions.empty());
+}
+
+}  // namespace

@@ -1,4 +1,7 @@
+#include <brelldata/core/BaseNode.h>
 #include <brelldata/io/ScanFormats.h>
+#include <brelldata/io/ScanScene.h>
+#include <brelldata/io/SceneFile.h>
 
 #include <benchmark/benchmark.h>
 
@@ -6,6 +9,7 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <string>
+#include <vector>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -113,12 +117,83 @@ void BM_ImportAsciiPly(benchmark::State& state)
 }
 BENCHMARK(BM_ImportAsciiPly)->UseManualTime()->Unit(benchmark::kMillisecond);
 
+std::string ScenePath(const char* what)
+{
+    return "/tmp/brell-io-bench-" + std::to_string(getpid()) + "-" + what + ".scene";
+}
+
+// write() of the same number of bytes to a new file, made durable as a save
+// makes its file.
+void PlainWrite(const std::string& path, const std::vector<char>& bytes)
+{
+    const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+    for (size_t done = 0; done < bytes.size();) {
+        const ssize_t put = write(descriptor, bytes.data() + done, bytes.size() - done);
+        if (put <= 0) break;
+        done += static_cast<size_t>(put);
+    }
+    fsync(descriptor);
+    close(descriptor);
+}
+
+// Saving (to a temporary file, made durable, renamed into place) and checked
+// loading of the mesh as a scene, each beside its plain counterpart; "ratio"
+// as for the imports.
+void SceneAgainstPlainFile(benchmark::State& state, bool save)
+{
+    CBaseNode* scene = SceneOfGeometry(GridMesh(), "grid");
+    scene->AddRef();
+    const std::string path = ScenePath("mesh"), plainPath = ScenePath("plain");
+    SaveScene(scene, path);
+    const size_t size = FileSize(path);
+    const std::vector<char> bytes(size, 'x');
+    double sceneTime = 0, plainTime = 0;
+    for (auto _ : state) {
+        const Clock::time_point start = Clock::now();
+        if (save) {
+            SaveScene(scene, path);
+        } else {
+            CBaseNode* loaded = LoadScene(path);
+            loaded->AddRef();
+            loaded->Release();
+        }
+        const Clock::time_point middle = Clock::now();
+        if (save) {
+            PlainWrite(plainPath, bytes);
+        } else {
+            PlainRead(path, size);
+        }
+        const Clock::time_point end = Clock::now();
+        sceneTime += std::chrono::duration<double>(middle - start).count();
+        plainTime += std::chrono::duration<double>(end - middle).count();
+        state.SetIterationTime(std::chrono::duration<double>(middle - start).count());
+    }
+    scene->Release();
+    state.counters["ratio"] = sceneTime / plainTime;
+    state.counters["file MB"] = static_cast<double>(size) / 1e6;
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * size));
+}
+
+void BM_SaveScene(benchmark::State& state)
+{
+    SceneAgainstPlainFile(state, true);
+}
+BENCHMARK(BM_SaveScene)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+void BM_LoadSceneChecked(benchmark::State& state)
+{
+    SceneAgainstPlainFile(state, false);
+}
+BENCHMARK(BM_LoadSceneChecked)->UseManualTime()->Unit(benchmark::kMillisecond);
+
 // Removes the files when the program ends.
 struct RemoveFiles {
     ~RemoveFiles()
     {
         std::remove(BenchPath(PlyEncoding::ascii).c_str());
         std::remove(BenchPath(PlyEncoding::binaryLittleEndian).c_str());
+        std::remove(ScenePath("mesh").c_str());
+        std::remove(ScenePath("plain").c_str());
     }
 } removeFiles;
 

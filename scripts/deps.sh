@@ -1,13 +1,15 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs, when any is missing.
 set -euo pipefail
-# clang and its runtime libraries build the fuzz targets (scripts/fuzz.sh).
 # The reference renderer: EGL and OpenGL headers with the vendor-neutral
 # libEGL and libOpenGL (they dispatch every GL call, so no function loader is
 # needed), Mesa's EGL driver and software rasterizer for machines without a
-# GPU, and libpng for pictures. CLI11 parses the brell tool's arguments.
-packages=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev clang libclang-rt-dev libcli11-dev
-  libegl-dev libopengl-dev libegl-mesa0 libgl1-mesa-dri libpng-dev)
+# GPU, and libpng for pictures. clang and its runtime libraries build the fuzz
+# targets (scripts/fuzz.sh); libxxhash hashes scene files.
+# CLI11 parses the brell tool's arguments.
+packages=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev
+  libegl-dev libopengl-dev libegl-mesa0 libgl1-mesa-dri libpng-dev clang libclang-rt-dev libxxhash-dev
+  libcli11-dev)
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")

@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Builds the file readers' libFuzzer targets with clang in build-fuzz and runs
+# Builds the libFuzzer targets of the file readers, the scene loader and the
+# camera data operators with clang in build-fuzz and runs
 # each for the given number of seconds (default 30) from its seeds in
 # fuzz/corpus/<format>. New inputs go to build-fuzz/corpus/<format>; a finding
 # stops the script with the target's report and the crashing input's file.
@@ -9,7 +10,7 @@ seconds="${1:-30}"
 scripts/deps.sh
 cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
   -DBRELL_FUZZ=ON -DBRELL_BUILD_TESTS=OFF -DBRELL_BUILD_BENCH=OFF >/dev/null
-formats=(ply off obj xyz)
+formats=(ply off obj xyz scene camera kamera)
 cmake --build build-fuzz --target "${formats[@]/#/brell_fuzz_}"
 for format in "${formats[@]}"; do
   mkdir -p "build-fuzz/corpus/$format" "build-fuzz/findings/$format"

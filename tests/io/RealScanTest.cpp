@@ -1,6 +1,6 @@
-#include <brelldata/core/NodeStream.h>
 #include <brelldata/core/Tree.h>
 #include <brelldata/io/ScanScene.h>
+#include <brelldata/io/SceneFile.h>
 
 #include "io/GeometryMatchers.h"
 
@@ -64,7 +64,7 @@ TEST_F(RealScans, TheBunnyIsAMeshOfThirtySevenThousandVertices)
     EXPECT_EQ(bunny.faces.size(), 75408u);
 }
 
-TEST_F(RealScans, EveryFileRoundTripsThroughASceneAndItsStreamInItsFormat)
+TEST_F(RealScans, EveryFileRoundTripsThroughImportSaveLoadAndExport)
 {
     const std::vector<fs::path> files = ScanFiles();
     EXPECT_GT(files.size(), 100u);
@@ -84,14 +84,15 @@ TEST_F(RealScans, EveryFileRoundTripsThroughASceneAndItsStreamInItsFormat)
         ScanGeometry original;
         ASSERT_NO_THROW(original = ReadScanFile(file.string()));
         const std::string copy = (out / file.filename()).string();
-        // Through a scene and its node stream, then out and in again.
-        CTree scene(SceneOfGeometry(original, file.filename().string()));
-        std::vector<unsigned char> block(SizeOfByte(scene.Root()));
-        WriteNode(block.data(), scene.Root());
-        CTree loaded(ReadNode(block.data()));
+        // Imported, saved as a scene file, loaded, exported and read again.
+        CTree scene(ImportScan(file.string()));
+        const std::string sceneFile = copy + ".scene";
+        SaveScene(scene, sceneFile);
+        CTree loaded(LoadScene(sceneFile));
         ExportScan(loaded.Root(), copy, PlyEncoding::binaryBigEndian);
         brell::test::ExpectSameGeometry(ReadScanFile(copy), original, file.filename().string());
         fs::remove(copy);
+        fs::remove(sceneFile);
     }
 }
 

@@ -1,0 +1,171 @@
+// Scene files: round trips, atomic replacement, and checked loading of every
+// prefix and of hostile files.
+
+#include "support/Bytes.h"
+
+#include <brelldata/core/NodeStream.h>
+#include <brelldata/core/RefNode.h>
+#include <brelldata/core/Tree.h>
+#include <brelldata/io/SceneFile.h>
+
+#include <gtest/gtest.h>
+
+#include <xxhash.h>
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <vector>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+namespace {
+
+namespace fs = std::filesystem;
+using brell::io::FileError;
+using brell::test::Bytes;
+
+std::vector<unsigned char> StreamOf(CBaseNode* node)
+{
+    std::vector<unsigned char> stream(static_cast<size_t>(SizeOfByte(node)));
+    WriteNode(stream.data(), node);
+    return stream;
+}
+
+std::string ReadAll(const fs::path& path)
+{
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), {}};
+}
+
+// A scene file around a stream, built by hand.
+std::string SceneFileOf(const std::vector<unsigned char>& stream)
+{
+    Bytes header;
+    header.Raw({'B', 'R', 'E', 'L', 'S', 'C', 'N', 0}).I32(1).I32(0).I32(int64_t(stream.size())).I32(0);
+    const uint64_t hash = XXH3_64bits(stream.data(), stream.size());
+    header.I32(int64_t(hash & 0xFFFFFFFF)).I32(int64_t(hash >> 32));
+    std::string file(header.Data().begin(), header.Data().end());
+    return file + std::string(stream.begin(), stream.end());
+}
+
+struct SceneFolder : testing::Test {
+    SceneFolder() : folder(fs::path(testing::TempDir()) / "brell-scene-files") { fs::create_directories(folder); }
+    ~SceneFolder() override { fs::remove_all(folder); }
+
+    // R(A, B) with attributes and a reference node.
+    CTree MakeScene()
+    {
+        CBaseNode* r = CBaseNode::Create();
+        r->SetName("scene");
+        r->SetAttributeInt("shots", 2);
+        CBaseNode* a = CBaseNode::Create();
+        a->SetAttributeString("label", "first", 6);
+        r->AppendChild(a);
+        r->AppendChild(CRefNode::Create());
+        return CTree(r);
+    }
+
+    fs::path folder;
+};
+
+TEST_F(SceneFolder, SavedScenesLoadBackToTheSameStream)
+{
+    CTree scene = MakeScene();
+    const fs::path path = folder / "scene.brs";
+    const mode_t mask = umask(022);
+    brell::io::SaveScene(scene, path);
+    umask(mask);
+    EXPECT_EQ(ReadAll(path), SceneFileOf(StreamOf(scene.Root())));
+    EXPECT_EQ(fs::status(path).permissions(), fs::perms(0644));  // those of any new file
+
+    CTree loaded(brell::io::LoadScene(path));
+    EXPECT_EQ(StreamOf(loaded.Root()), StreamOf(scene.Root()));
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
+}
+
+TEST_F(SceneFolder, AFailedSaveLeavesTheOldFileAndNoTemporaryOne)
+{
+    const fs::path path = folder / "scene.brs";
+    CTree small = MakeScene();
+    brell::io::SaveScene(small, path);
+    const std::string before = ReadAll(path);
+
+    CTree large = MakeScene();
+    std::string text(1 << 20, 'x');
+    large.Root()->SetAttributeString("text", text.c_str(), int(text.size()) + 1);
+    std::signal(SIGXFSZ, SIG_IGN);
+    rlimit limit{}, original{};
+    getrlimit(RLIMIT_FSIZE, &original);
+    limit = original;
+    limit.rlim_cur = 4096;
+    setrlimit(RLIMIT_FSIZE, &limit);
+    EXPECT_THROW(brell::io::SaveScene(large, path), FileError);
+    setrlimit(RLIMIT_FSIZE, &original);
+
+    EXPECT_EQ(ReadAll(path), before);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
+    EXPECT_THROW(brell::io::SaveScene(nullptr, path), FileError);
+    EXPECT_THROW(brell::io::SaveScene(small, folder / "missing" / "scene.brs"), FileError);
+}
+
+TEST_F(SceneFolder, EveryPrefixIsRefused)
+{
+    CTree scene = MakeScene();
+    const std::string file = SceneFileOf(StreamOf(scene.Root()));
+    for (size_t size = 0; size < file.size(); ++size) {
+        SCOPED_TRACE(size);
+        EXPECT_THROW(brell::io::LoadSceneFromMemory(std::string_view(file).substr(0, size), "cut"), FileError);
+    }
+    CTree whole(brell::io::LoadSceneFromMemory(file, "whole"));
+    EXPECT_EQ(whole.Root()->GetChildNum(), 2u);
+    EXPECT_THROW(brell::io::LoadScene(folder / "none.brs"), FileError);
+}
+
+TEST(SceneFile, HostileFilesEachGiveTheirOwnError)
+{
+    const auto lone = [](int32_t childCount, const char* type, int32_t dataSize, int32_t attributes) {
+        Bytes record;
+        record.I32(0).I32(childCount).Str(type).Str("").I32(dataSize).I32(attributes);
+        return record.Data();
+    };
+    std::string tampered = SceneFileOf(lone(0, "CBaseNode", 4, 0));
+    tampered.back() ^= 1;
+    std::vector<unsigned char> pastTheEnd = lone(0, "CBaseNode", 4, 0);
+    pastTheEnd[8] = 100;  // the type name's length
+    struct Case {
+        std::string file;
+        const char* message;
+    };
+    const Case cases[] = {
+        {tampered, "hostile: byte 24: expected the hash of the stream, found a different hash"},
+        {SceneFileOf(lone(0, "CBaseNode", 4, 2000000000)),
+         "hostile: byte 67: expected a node stream, found attributes of 2000000000 items of 17 bytes runs past the "
+         "end (0 bytes remain)"},
+        {SceneFileOf(pastTheEnd),
+         "hostile: byte 44: expected a node stream, found a string of 100 bytes runs past the end (23 bytes remain)"},
+        {SceneFileOf(lone(-1, "CBaseNode", 4, 0)),
+         "hostile: byte 32: expected a node stream, found a negative child count"},
+        {SceneFileOf(lone(0, "CBaseNode", 400, 0)),
+         "hostile: byte 63: expected a node stream, found a data block of 400 bytes runs past the end (4 bytes "
+         "remain)"},
+        {SceneFileOf(lone(0, "CNoSuchNode", 4, 0)),
+         "hostile: byte 32: expected a node stream, found unregistered node type \"CNoSuchNode\""},
+        {SceneFileOf(lone(1, "CBaseNode", 4, 0)),
+         "hostile: byte 67: expected a node stream, found a field of 4 bytes runs past the end (0 bytes remain)"},
+    };
+    for (const Case& c : cases) {
+        try {
+            CTree(brell::io::LoadSceneFromMemory(c.file, "hostile"));
+            ADD_FAILURE() << "loaded: " << c.message;
+        } catch (const FileError& error) {
+            EXPECT_STREQ(error.what(), c.message);
+        }
+    }
+}
+
+}  // namespace

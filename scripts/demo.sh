@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
 # Builds everything and takes a range scan through the whole road: imported
 # into a scene, its geometry calculated, drawn by the reference renderer into
-# a PNG file, the scene saved and listed. Without an argument the scan is one
-# the demo makes itself (a vase with its camera shot as texture); with one,
-# that PLY, OFF, OBJ or XYZ file.
+# a PNG file, the scene saved, read back and listed. Without an argument the
+# scan is one the demo makes itself (a vase with its camera shot as texture);
+# with one, that PLY, OFF, OBJ or XYZ file.
 #   scripts/demo.sh [SCAN]
 #   scripts/demo.sh --sections   the library's demo sections, one by one
 # The library's diagnostics go through the reference output library

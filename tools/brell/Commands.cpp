@@ -13,13 +13,26 @@
 
 #include <chrono>
 #include <cstdio>
+#include <cstring>
 #include <filesystem>
+#include <fstream>
 #include <string>
 #include <system_error>
 
 namespace brell::tool {
 
 namespace {
+
+// The name of calc's geometry node, before the procedure's.
+constexpr const char* kGeometryPrefix = "geometry: ";
+
+// Whether the file at path begins as a scene file does.
+bool HasSceneMagic(const std::string& path)
+{
+    char magic[8] = {};
+    std::ifstream in(path, std::ios::binary);
+    return in.read(magic, sizeof magic) && std::memcmp(magic, "BRELSCN", sizeof magic) == 0;
+}
 
 FileKind KindOf(const std::string& path, FileKind asked)
 {
@@ -28,7 +41,8 @@ FileKind KindOf(const std::string& path, FileKind asked)
         io::FormatOfFileName(path);
         return FileKind::scan;
     } catch (const io::FileError&) {
-        return std::filesystem::path(path).extension() == ".scene" ? FileKind::scene : FileKind::camera;
+        if (HasSceneMagic(path) || std::filesystem::path(path).extension() == ".scene") return FileKind::scene;
+        return FileKind::camera;
     }
 }
 
@@ -63,6 +77,27 @@ bool HasGeometry(CBaseNode* root)
     return SearchNode(root, IsGeometry, counter, nullptr) != nullptr;
 }
 
+bool HasScanData(CBaseNode* root)
+{
+    if (root->IsKindOf(CObjectNode::TypeId())) return true;
+    for (unsigned int i = 0; i < root->GetChildNum(); ++i)
+        if (root->GetChild(i)->IsKindOf(CObjectNode::TypeId())) return true;
+    return false;
+}
+
+// The procedure asked for; else the one calc named its geometry after; else
+// texture when the scene has images and smooth when it has none.
+std::string RenderMode(CBaseNode* root, const std::string& asked)
+{
+    if (!asked.empty()) return asked;
+    const std::string prefix = kGeometryPrefix;
+    for (unsigned int i = 0; i < root->GetChildNum(); ++i) {
+        const std::string& name = root->GetChild(i)->Name();
+        if (name.compare(0, prefix.size(), prefix) == 0) return name.substr(prefix.size());
+    }
+    return Summarize(root).images > 0 ? kGlTexture : kGlSmooth;
+}
+
 // The geometry the reference procedures build for root (when it is scan
 // data) or for its scan-data children, under a new node named after the
 // procedure. FileError naming path when there is no scan data.
@@ -70,7 +105,7 @@ CTree Calculate(CBaseNode* root, const std::string& procedure, const std::string
 {
     RegisterGlProcedures();
     CTree output(CBaseNode::Create());
-    output.Root()->SetName(("geometry: " + procedure).c_str());
+    output.Root()->SetName((kGeometryPrefix + procedure).c_str());
     auto calculate = [&](CBaseNode* node) {
         if (node->IsKindOf(CObjectNode::TypeId()))
             static_cast<CObjectNode*>(node)->GeoCalc(procedure.c_str(), output.Root());
@@ -158,11 +193,8 @@ void Render(const Common& common, const RenderRequest& request)
 
     progress.Step("calculating geometry");
     CTree geometry(scene.Root());
-    if (!HasGeometry(scene.Root())) {
-        std::string mode = request.mode;
-        if (mode.empty()) mode = Summarize(scene.Root()).images > 0 ? kGlTexture : kGlSmooth;
-        geometry = Calculate(scene.Root(), mode, request.in);
-    }
+    if (!HasGeometry(scene.Root()) || HasScanData(scene.Root()))
+        geometry = Calculate(scene.Root(), RenderMode(scene.Root(), request.mode), request.in);
     const double calcMs = MillisecondsSince(start);
 
     progress.Step("starting the renderer");

@@ -10,8 +10,9 @@
 
 namespace brell::tool {
 
-// What a file is taken for: automatic goes by its name (.ply, .off, .obj and
-// .xyz are scans, .scene is a scene, anything else a camera data file).
+// What a file is taken for: automatic goes by its name and first bytes (.ply,
+// .off, .obj and .xyz are scans; .scene, or a scene file's magic, a scene;
+// anything else a camera data file).
 enum class FileKind { automatic, scene, scan, camera };
 // Camera data file layouts: automatic goes by the file's size.
 enum class CameraLayout { automatic, first, second };
@@ -32,8 +33,9 @@ struct RenderRequest {
     std::string out;
     int width = 1024;
     int height = 768;
-    // A geometry procedure name, or empty for texture when the scene has
-    // images and smooth otherwise.
+    // The geometry procedure that draws the scene's scan data; empty for the
+    // one calc used, else texture when the scene has images, else smooth. A
+    // scene of geometry alone is drawn as it is.
     std::string mode;
     CVector_3<double> direction{0.0, 0.0, -1.0};
     bool timing = false;

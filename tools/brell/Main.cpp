@@ -69,8 +69,8 @@ void QuietLibraryTrace(int, char**, char**)
 {
     setenv("SCRIVO_LEVEL", "-1", 0);
 }
-__attribute__((section(".preinit_array"), used)) void (*const kQuietLibraryTrace)(int, char**, char**) =
-    QuietLibraryTrace;
+__attribute__((section(".preinit_array"), used)) void (*const kQuietLibraryTrace)(int, char**,
+                                                                                  char**) = QuietLibraryTrace;
 
 int Fail(int status, const std::string& message)
 {
@@ -84,6 +84,8 @@ int main(int argc, char** argv)
 {
     CLI::App app{"brell: scene, scan and camera data files from the command line", "brell"};
     app.require_subcommand(1);
+    // The common options may come after the subcommand too.
+    app.fallthrough();
     Common common;
     std::string kind = "auto";
     app.add_flag("-q,--quiet", common.quiet, "no progress bar");
@@ -123,7 +125,10 @@ int main(int argc, char** argv)
     render->add_option("IN", in, "scene or scan file")->required();
     render->add_option("-o,--output", out, "the PNG file to write")->required();
     render->add_option("--size", size, "picture size WxH (default 1024x768)");
-    render->add_option("--mode", mode, "geometry for a scene without any: " + CLI::detail::join(procedures))
+    render
+        ->add_option("--mode", mode,
+                     "geometry of the scan data: " + CLI::detail::join(procedures) +
+                         " (default: the one calc used, else texture with images, else smooth)")
         ->check(CLI::IsMember(procedures));
     render->add_option("--view", view, "viewing direction: front, back, left, right, top, bottom or x,y,z");
     render->add_flag("--timing", request.timing, "print the time of each step");

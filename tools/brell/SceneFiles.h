@@ -4,8 +4,7 @@
 
 class CBaseNode;
 
-// Scene files as the tools use them, kept behind these two calls so that the
-// tools do not depend on how the file library spells them.
+// Scene files as the tools use them: the file library's, behind two calls.
 
 namespace brell::tool {
 

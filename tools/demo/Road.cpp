@@ -1,7 +1,7 @@
 // The whole road of a range scan: a scan file is imported into a scene, the
 // camera image of its shot becomes the mesh's texture, the reference
 // procedures calculate its geometry, the reference renderer draws it into a
-// PNG file, and the scene is saved and listed.
+// PNG file, and the scene is saved, read back and listed.
 //
 //   brellroad FOLDER [SCAN]
 //
@@ -190,14 +190,10 @@ int main(int argc, char** argv)
         RenderToPng(geometry, options, picture.c_str());
 
         const std::string saved = (folder / "scan.scene").string();
-        try {
-            brell::tool::SaveSceneFile(scene.Root(), saved);
-            std::printf("scene saved:     %s\n", saved.c_str());
-        } catch (const brell::io::FileError& error) {
-            std::printf("scene not saved: %s\n", error.what());
-        }
-        std::puts("scene:");
-        brell::tool::ListTree(scene.Root(), stdout);
+        brell::tool::SaveSceneFile(scene.Root(), saved);
+        CTree loaded(brell::tool::LoadSceneFile(saved));
+        std::printf("scene saved:     %s, read back:\n", saved.c_str());
+        brell::tool::ListTree(loaded.Root(), stdout);
         std::printf("\nThe picture is %s\n", picture.c_str());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "brellroad: %s\n", error.what());

@@ -67,7 +67,7 @@ size_t FileSize(const std::string& path)
 // buffer is bulk memory, as the importer's.
 void PlainRead(const std::string& path, size_t size)
 {
-    char* buffer = static_cast<char*>(AllocateBulk(size));
+    char* buffer = static_cast<char*>(brell::AllocateBulk(size));
     const int descriptor = open(path.c_str(), O_RDONLY);
     for (size_t done = 0; done < size;) {
         const ssize_t got = read(descriptor, buffer + done, size - done);
@@ -76,7 +76,7 @@ void PlainRead(const std::string& path, size_t size)
     }
     close(descriptor);
     benchmark::DoNotOptimize(buffer);
-    FreeBulk(buffer, size);
+    brell::FreeBulk(buffer);
 }
 
 // Each iteration imports the file and then reads it plainly. The iteration

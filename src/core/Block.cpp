@@ -6,11 +6,11 @@
 
 namespace brell {
 
-bool BlockBounds::Check(const unsigned char* at, uint64_t count, uint64_t itemSize, const char* what)
+bool BlockBounds::RefuseItems(const unsigned char* at, uint64_t count, uint64_t itemSize, const char* what,
+                              const unsigned char* limit)
 {
     if (Failed()) return false;
-    const uint64_t remaining = at <= end ? static_cast<uint64_t>(end - at) : 0;
-    if (itemSize == 0 || count <= remaining / itemSize) return true;
+    const uint64_t remaining = at <= limit ? static_cast<uint64_t>(limit - at) : 0;
     const std::string size = itemSize == 1 ? FormatText("%" PRIu64 " bytes", count)
                                            : FormatText("%" PRIu64 " items of %" PRIu64 " bytes", count, itemSize);
     Refuse(at, FormatText("%s of %s runs past the end (%" PRIu64 " bytes remain)", what, size.c_str(), remaining));

@@ -68,8 +68,10 @@ CBaseNode* CreateNamedType(std::string_view type)
 
 // Under the bounds of a checked load, a record must lie whole inside the
 // stream, its data block must be read inside itself, and its type must be
-// known; else nothing of it is kept.
-CBaseNode* ReadRecord(const unsigned char* record)
+// known; else nothing of it is kept. size is set to what SizeOfByte gives for
+// the node read: measuring each subtree once as it is read finds the next
+// record where re-measuring it at every level above would.
+CBaseNode* ReadRecord(const unsigned char* record, size_t& size)
 {
     RecordFrame frame;
     const unsigned char* data = ReadFrame(record, frame);
@@ -88,10 +90,10 @@ CBaseNode* ReadRecord(const unsigned char* record)
     if (bounds == nullptr) {
         node->Read(const_cast<unsigned char*>(data));
     } else {
-        const unsigned char* streamEnd = bounds->end;
+        const unsigned char* outerEnd = bounds->end;
         bounds->end = data + dataBytes;
         node->Read(const_cast<unsigned char*>(data));
-        bounds->end = streamEnd;
+        bounds->end = outerEnd;
         if (bounds->Failed()) {
             node->Release();
             return nullptr;
@@ -100,15 +102,19 @@ CBaseNode* ReadRecord(const unsigned char* record)
 
     // The next record is found by measuring what was read, not by stored sizes.
     const unsigned char* next = data + dataBytes;
+    size_t childrenSize = 0;
     for (int32_t i = 0; i < frame.childCount; ++i) {
-        CBaseNode* child = ReadRecord(next);
+        size_t childSize = 0;
+        CBaseNode* child = ReadRecord(next, childSize);
         if (child == nullptr) {
             node->Release();
             return nullptr;
         }
-        next += SizeOfByte(child);
+        next += childSize;
+        childrenSize += childSize;
         node->AppendChild(child);
     }
+    size = RecordSize(node->Type().size(), node->Name().size(), node->SizeOfByte()) + childrenSize;
     return node;
 }
 
@@ -147,5 +153,9 @@ int WriteNode(void* block, CBaseNode* node)
 CBaseNode* ReadNode(void* block)
 {
     if (block == nullptr) return nullptr;
-    return ReadRecord(static_cast<const unsigned char*>(block));
+    const auto* record = static_cast<const unsigned char*>(block);
+    size_t size = 0;
+    CBaseNode* node = ReadRecord(record, size);
+    if (brell::BlockBounds* bounds = brell::ActiveBlockBounds(); bounds != nullptr) bounds->streamEnd = record + size;
+    return node;
 }

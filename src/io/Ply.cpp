@@ -435,25 +435,24 @@ public:
         const Property& list = element.properties[0];
         if (list.countType != Type::uint8 || (list.type != Type::int32 && list.type != Type::uint32)) return false;
         uint32_t corners[256];
-        CPolygon<int> face{};
         for (uint64_t f = 0; f < element.count; ++f) {
             const size_t mark = Mark();
             Need(1, "a face's corner count");
             const unsigned count = *at_++;
             Need(4 * count, "a face's corners");
-            for (unsigned k = 0; k < count; ++k, at_ += 4) {
-                corners[k] = Load<uint32_t, swap>(at_);
-                if (corners[k] >= static_cast<uint32_t>(vertices))
-                    FailAt(mark, "vertex indices below " + std::to_string(vertices),
-                           std::to_string(static_cast<int32_t>(corners[k])));
-            }
             if (count == 3 || count == 4) {
-                // Triangles and quads go straight in, unused corners zero.
+                // Triangles and quads go straight into their row, unused
+                // corners zero: a row assembled elsewhere would be read back
+                // wide over narrow stores, which stalls.
+                CPolygon<int>& face = geometry.faces.emplace_back();
+                face.items[3] = 0;
+                for (unsigned k = 0; k < count; ++k) face.items[k] = CornerAt(k, vertices, mark);
                 face.count = static_cast<int>(count);
-                for (unsigned k = 0; k < 4; ++k) face.items[k] = k < count ? static_cast<int>(corners[k]) : 0;
-                geometry.faces.push_back(face);
+                at_ += 4 * count;
                 continue;
             }
+            for (unsigned k = 0; k < count; ++k) corners[k] = static_cast<uint32_t>(CornerAt(k, vertices, mark));
+            at_ += 4 * count;
             if (count < 3) FailAt(mark, "a face of at least 3 corners", std::to_string(count) + " corners");
             detail::AddFan(geometry, reinterpret_cast<const int*>(corners), nullptr, count);
         }
@@ -470,6 +469,16 @@ public:
     }
 
 private:
+    // Corner k of the face whose corners start at the cursor, checked against
+    // the vertex count.
+    int CornerAt(unsigned k, int vertices, size_t mark) const
+    {
+        const uint32_t corner = Load<uint32_t, swap>(at_ + 4 * k);
+        if (corner >= static_cast<uint32_t>(vertices))
+            FailAt(mark, "vertex indices below " + std::to_string(vertices), std::to_string(static_cast<int32_t>(corner)));
+        return static_cast<int>(corner);
+    }
+
     const unsigned char* begin_;
     const unsigned char* at_;
     const unsigned char* end_;

@@ -174,7 +174,7 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
             }
         }
         if (part.mesh == nullptr) continue;
-        const std::vector<CPolygon<int>>& rows = part.mesh->polygons->rows;
+        const auto& rows = part.mesh->polygons->rows;
         for (size_t f = 0; f < rows.size(); ++f) {
             CPolygon<int> face = rows[f];
             for (int k = 0; k < std::clamp(face.count, 0, 4); ++k) {
@@ -189,7 +189,7 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
             if (texCoords && !part.texCoords) geometry.texCoords.push_back({{}, face.count});
         }
         if (part.texCoords) {
-            const std::vector<CPolygon<CVector_2<float>>>& uv = part.mesh->texCoords->rows;
+            const auto& uv = part.mesh->texCoords->rows;
             geometry.texCoords.insert(geometry.texCoords.end(), uv.begin(), uv.end());
         }
     }

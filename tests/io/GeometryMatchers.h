@@ -14,7 +14,7 @@ namespace brell::test {
 // The index of the first differing item of two arrays of plain records, or
 // "" when they are equal; sizes compared first.
 template <class T>
-std::string FirstDifference(const io::BulkVector<T>& a, const io::BulkVector<T>& b)
+std::string FirstDifference(const BulkVector<T>& a, const BulkVector<T>& b)
 {
     if (a.size() != b.size()) return "sizes " + std::to_string(a.size()) + " and " + std::to_string(b.size());
     for (size_t i = 0; i < a.size(); ++i) {
@@ -25,7 +25,7 @@ std::string FirstDifference(const io::BulkVector<T>& a, const io::BulkVector<T>&
 
 // As FirstDifference for rows of up to four items: only the items in use count.
 template <class T>
-std::string FirstRowDifference(const io::BulkVector<CPolygon<T>>& a, const io::BulkVector<CPolygon<T>>& b)
+std::string FirstRowDifference(const BulkVector<CPolygon<T>>& a, const BulkVector<CPolygon<T>>& b)
 {
     if (a.size() != b.size()) return "sizes " + std::to_string(a.size()) + " and " + std::to_string(b.size());
     for (size_t i = 0; i < a.size(); ++i) {

@@ -135,6 +135,8 @@ TEST(SceneFile, HostileFilesEachGiveTheirOwnError)
     };
     std::string tampered = SceneFileOf(lone(0, "CBaseNode", 4, 0));
     tampered.back() ^= 1;
+    std::vector<unsigned char> trailing = lone(0, "CBaseNode", 4, 0);
+    trailing.insert(trailing.end(), {1, 2, 3});
     std::vector<unsigned char> pastTheEnd = lone(0, "CBaseNode", 4, 0);
     pastTheEnd[8] = 100;  // the type name's length
     struct Case {
@@ -155,6 +157,7 @@ TEST(SceneFile, HostileFilesEachGiveTheirOwnError)
          "remain)"},
         {SceneFileOf(lone(0, "CNoSuchNode", 4, 0)),
          "hostile: byte 32: expected a node stream, found unregistered node type \"CNoSuchNode\""},
+        {SceneFileOf(trailing), "hostile: byte 67: expected the end of the stream, found 3 more bytes"},
         {SceneFileOf(lone(1, "CBaseNode", 4, 0)),
          "hostile: byte 67: expected a node stream, found a field of 4 bytes runs past the end (0 bytes remain)"},
     };

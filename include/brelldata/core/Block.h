@@ -18,20 +18,35 @@ namespace brell {
 
 // Bounds that a checked load puts on every block reader of its thread while
 // it reads untrusted bytes: no read passes end, and the first read that would
-// is refused and remembered, with its offset from begin. After a refusal every
-// read is refused. Without bounds, readers trust their blocks.
+// is refused and remembered, with its offset from begin. Readers made after a
+// refusal refuse every read. Without bounds, readers trust their blocks.
 struct BRELL_API BlockBounds {
     const unsigned char* begin = nullptr;
     const unsigned char* end = nullptr;
     std::string failure;  // what was refused; empty while every read fitted
     size_t failureOffset = 0;
+    // Where the outermost node stream read under these bounds ended.
+    const unsigned char* streamEnd = nullptr;
 
     // Whether count items of itemSize bytes lie between at and end; what names
     // them in the message of a refusal.
-    bool Check(const unsigned char* at, uint64_t count, uint64_t itemSize, const char* what);
+    bool Check(const unsigned char* at, uint64_t count, uint64_t itemSize, const char* what)
+    {
+        return !Failed() && (Fit(at, end, count, itemSize) || RefuseItems(at, count, itemSize, what, end));
+    }
     // Refuses the bytes at at for the reason given.
     void Refuse(const unsigned char* at, const std::string& reason);
+    // Refuses count items that do not fit before limit, unless a refusal came
+    // first; always false.
+    bool RefuseItems(const unsigned char* at, uint64_t count, uint64_t itemSize, const char* what,
+                     const unsigned char* limit);
     bool Failed() const { return !failure.empty(); }
+
+    static bool Fit(const unsigned char* at, const unsigned char* limit, uint64_t count, uint64_t itemSize)
+    {
+        const uint64_t remaining = at <= limit ? static_cast<uint64_t>(limit - at) : 0;
+        return itemSize == 0 || count <= remaining / itemSize;
+    }
 };
 
 // The bounds in force for this thread: null unless a checked load runs.
@@ -64,16 +79,25 @@ private:
 
 class BlockReader {
 public:
+    // Takes its limit from the bounds in force once, so that reading rows
+    // keeps the limit in a register.
     explicit BlockReader(const void* block)
         : cursor_(static_cast<const unsigned char*>(block)), bounds_(ActiveBlockBounds())
     {
+        if (bounds_ != nullptr) limit_ = bounds_->Failed() ? cursor_ : bounds_->end;
     }
 
     // Whether count items of itemSize bytes remain in the block; always so
-    // without bounds. Readers ask it before they allocate for a count.
+    // without bounds. Readers ask it before they allocate for a count. After
+    // its own refusal a reader refuses every read; one made earlier than
+    // another reader's refusal still reads inside its limit, and the load
+    // fails all the same.
     bool Fits(uint64_t count, uint64_t itemSize, const char* what)
     {
-        return bounds_ == nullptr || bounds_->Check(cursor_, count, itemSize, what);
+        if (bounds_ == nullptr || BlockBounds::Fit(cursor_, limit_, count, itemSize)) return true;
+        bounds_->RefuseItems(cursor_, count, itemSize, what, limit_);
+        limit_ = cursor_;
+        return false;
     }
 
     // 0 when refused.
@@ -111,6 +135,7 @@ public:
 private:
     const unsigned char* cursor_;
     BlockBounds* bounds_;
+    const unsigned char* limit_ = nullptr;
 };
 
 }  // namespace brell

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <brelldata/io/BulkAllocator.h>
+#include <brelldata/scan/BulkMemory.h>
 #include <brelldata/scan/DataStore.h>
 #include <brelldata/scan/Records.h>
 

@@ -3,6 +3,7 @@
 #include <brelldata/core/Block.h>
 #include <brelldata/core/Export.h>
 #include <brelldata/core/Ref.h>
+#include <brelldata/scan/BulkMemory.h>
 
 #include <algorithm>
 #include <climits>
@@ -68,12 +69,8 @@ int64_t CloseUnits(T* buffer, int64_t count, int pos, int n, int64_t unitSize)
     return removed;
 }
 
-// Asks the system to back a buffer of scan size with large pages, so that
-// filling it costs a few page faults instead of one per 4 KB; nothing for
-// small buffers.
-BRELL_API void AdviseLargePages(void* buffer, size_t bytes);
-
-// Resizes a malloc'ed buffer to exactly capacity items, freeing it for 0.
+// Resizes a malloc'ed buffer to exactly capacity items, freeing it for 0. A
+// new buffer is bulk memory; a grown one keeps realloc's cheap moves.
 // Returns false with the buffer untouched when the allocation fails.
 template <class T>
 bool ResizeBuffer(T*& buffer, int64_t capacity)
@@ -83,9 +80,10 @@ bool ResizeBuffer(T*& buffer, int64_t capacity)
         buffer = nullptr;
         return true;
     }
-    void* resized = std::realloc(buffer, static_cast<size_t>(capacity) * sizeof(T));
+    const size_t bytes = static_cast<size_t>(capacity) * sizeof(T);
+    void* resized = buffer == nullptr ? AllocateBulk(bytes) : std::realloc(buffer, bytes);
     if (resized == nullptr) return false;
-    AdviseLargePages(resized, static_cast<size_t>(capacity) * sizeof(T));
+    AdviseLargePages(resized, bytes);
     buffer = static_cast<T*>(resized);
     return true;
 }
@@ -370,7 +368,7 @@ public:
         if (!reader.Fits(uint64_t(storedHeight) * uint64_t(storedWidth), sizeof(T), "matrix elements")) return 0;
         width = storedWidth;
         height = 0;
-        if (!ReserveRowElements(storedHeight)) return 0;
+        if (!ReserveRowElements(storedHeight, storedHeight)) return 0;
         height = storedHeight;
         reader.Bytes(buffer_, static_cast<size_t>(height * RowSize()) * sizeof(T));
         return 1;
@@ -386,13 +384,15 @@ private:
 
     // Rows arrive in 64 bits; with at most about 2^32 rows and 2^31 elements
     // per row no product overflows.
-    int ReserveRowElements(int64_t rows)
+    // The first filledRows rows the caller fills at once, so only new elements
+    // past them are zeroed.
+    int ReserveRowElements(int64_t rows, int64_t filledRows = 0)
     {
         if (rows * RowSize() <= capacity_) return 1;
         const int64_t grown = brell::RoundUpToMultiple(rows, kGrowthRowStep) * RowSize();
-        const int64_t kept = capacity_;
+        const int64_t zeroFrom = std::max<int64_t>(capacity_, filledRows * RowSize());
         if (grown > INT_MAX || !brell::ResizeBuffer(buffer_, grown)) return 0;
-        std::memset(static_cast<void*>(buffer_ + kept), 0, static_cast<size_t>(grown - kept) * sizeof(T));
+        std::memset(static_cast<void*>(buffer_ + zeroFrom), 0, static_cast<size_t>(grown - zeroFrom) * sizeof(T));
         capacity_ = static_cast<int>(grown);
         return 1;
     }
@@ -440,7 +440,7 @@ public:
     int Assign(const CPolygonDataStore& other)
     {
         try {
-            std::vector<CPolygon<T>> copy(other.rows);
+            brell::BulkVector<CPolygon<T>> copy(other.rows);
             rows.swap(copy);
             return 1;
         } catch (const std::bad_alloc&) {
@@ -466,24 +466,7 @@ public:
         for (const CPolygon<T>& row : rows) {
             const int count = ItemCount(row);
             writer.Int32(count);
-            // A constant size per count compiles to plain moves instead of a
-            // library call per row, which dominated writing millions of rows.
-            switch (count) {
-                case 1:
-                    writer.Bytes(row.items, sizeof(T));
-                    break;
-                case 2:
-                    writer.Bytes(row.items, 2 * sizeof(T));
-                    break;
-                case 3:
-                    writer.Bytes(row.items, 3 * sizeof(T));
-                    break;
-                case 4:
-                    writer.Bytes(row.items, 4 * sizeof(T));
-                    break;
-                default:
-                    break;
-            }
+            RowItems(writer, row.items, count);
         }
         return writer.Position();
     }
@@ -497,14 +480,13 @@ public:
         const int number = reader.Int32();
         if (number < 0 || !reader.Fits(static_cast<uint64_t>(number), 4, "polygon rows")) return 0;
         try {
-            std::vector<CPolygon<T>> readRows;
+            brell::BulkVector<CPolygon<T>> readRows;
             readRows.reserve(static_cast<size_t>(number));
-            brell::AdviseLargePages(readRows.data(), static_cast<size_t>(number) * sizeof(CPolygon<T>));
             for (int i = 0; i < number; ++i) {
-                CPolygon<T>& row = readRows.emplace_back();
+                CPolygon<T>& row = readRows.emplace_back(CPolygon<T>{});
                 row.count = reader.Int32();
                 if (row.count < 0 || row.count > 4) return 0;
-                reader.Bytes(row.items, static_cast<size_t>(row.count) * sizeof(T));
+                RowItems(reader, row.items, row.count);
             }
             rows.swap(readRows);
             return 1;
@@ -513,10 +495,34 @@ public:
         }
     }
 
-    std::vector<CPolygon<T>> rows;
+    brell::BulkVector<CPolygon<T>> rows;
 
 private:
     static int ItemCount(const CPolygon<T>& row) { return std::clamp(row.count, 0, 4); }
+
+    // Moves count items, 0 to 4, through a block writer or reader. A constant
+    // size per count compiles to plain moves instead of a library call per
+    // row, which dominated streaming millions of rows.
+    template <class Cursor, class Items>
+    static void RowItems(Cursor& cursor, Items* items, int count)
+    {
+        switch (count) {
+            case 1:
+                cursor.Bytes(items, sizeof(T));
+                break;
+            case 2:
+                cursor.Bytes(items, 2 * sizeof(T));
+                break;
+            case 3:
+                cursor.Bytes(items, 3 * sizeof(T));
+                break;
+            case 4:
+                cursor.Bytes(items, 4 * sizeof(T));
+                break;
+            default:
+                break;
+        }
+    }
 
     T spare_{};
 };

@@ -445,7 +445,6 @@ public:
                 // corners zero: a row assembled elsewhere would be read back
                 // wide over narrow stores, which stalls.
                 CPolygon<int>& face = geometry.faces.emplace_back();
-                face.items[3] = 0;
                 for (unsigned k = 0; k < count; ++k) face.items[k] = CornerAt(k, vertices, mark);
                 face.count = static_cast<int>(count);
                 at_ += 4 * count;

@@ -42,6 +42,7 @@ struct BRELL_API BlockBounds {
                      const unsigned char* limit);
     bool Failed() const { return !failure.empty(); }
 
+    // Whether count items of itemSize bytes lie between at and limit.
     static bool Fit(const unsigned char* at, const unsigned char* limit, uint64_t count, uint64_t itemSize)
     {
         const uint64_t remaining = at <= limit ? static_cast<uint64_t>(limit - at) : 0;

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <cstdlib>
 #include <new>
-#include <utility>
 #include <vector>
 
 // Memory for arrays of scan size. Filling fresh memory costs one page fault
@@ -28,8 +27,7 @@ inline void FreeBulk(void* block)
 // or another allocator gave; nothing for small buffers.
 BRELL_API void AdviseLargePages(void* buffer, size_t bytes);
 
-// A standard allocator on AllocateBulk. Items made without a value are
-// default-initialised: resizing leaves plain records unset, not cleared.
+// A standard allocator on AllocateBulk.
 template <class T>
 struct BulkAllocator {
     using value_type = T;
@@ -47,16 +45,6 @@ struct BulkAllocator {
         return static_cast<T*>(block);
     }
     void deallocate(T* block, size_t) { FreeBulk(block); }
-    template <class U>
-    void construct(U* item)
-    {
-        ::new (static_cast<void*>(item)) U;
-    }
-    template <class U, class... Args>
-    void construct(U* item, Args&&... args)
-    {
-        ::new (static_cast<void*>(item)) U(std::forward<Args>(args)...);
-    }
 
     template <class U>
     bool operator==(const BulkAllocator<U>&) const

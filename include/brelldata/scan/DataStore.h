@@ -483,7 +483,7 @@ public:
             brell::BulkVector<CPolygon<T>> readRows;
             readRows.reserve(static_cast<size_t>(number));
             for (int i = 0; i < number; ++i) {
-                CPolygon<T>& row = readRows.emplace_back(CPolygon<T>{});
+                CPolygon<T>& row = readRows.emplace_back();
                 row.count = reader.Int32();
                 if (row.count < 0 || row.count > 4) return 0;
                 RowItems(reader, row.items, row.count);

@@ -9,23 +9,21 @@
 
 // Memory for arrays of scan size. Filling fresh memory costs one page fault
 // per 4 KB page unless the memory lies in whole 2 MB pages, so large blocks
-// are aligned to 2 MB, rounded up to whole 2 MB pages and advised to be backed
-// by them; a system without large pages ignores the advice.
+// are mapped on their own, aligned to 2 MB, in whole 2 MB pages that the
+// system is asked to back with large pages; a system without them ignores the
+// advice. Small blocks come from malloc.
 
 namespace brell {
 
-// A block for bytes bytes: from malloc when small, else aligned as above. It
-// is released with std::free (or FreeBulk) and may be given to std::realloc.
-// Null when there is no memory.
+// A block of at least bytes bytes; null when there is no memory.
 BRELL_API void* AllocateBulk(size_t bytes);
-inline void FreeBulk(void* block)
-{
-    std::free(block);
-}
-
-// Asks for large pages behind the whole 2 MB pages of a buffer that realloc
-// or another allocator gave; nothing for small buffers.
-BRELL_API void AdviseLargePages(void* buffer, size_t bytes);
+// Resizes a block from AllocateBulk or ResizeBulk, or a malloc'ed one, keeping
+// its contents up to the smaller size; null for a null block means a new
+// one. Null when there is no memory, the block then unchanged.
+BRELL_API void* ResizeBulk(void* block, size_t bytes);
+// Releases a block from AllocateBulk or ResizeBulk, or a malloc'ed one;
+// nothing for null.
+BRELL_API void FreeBulk(void* block);
 
 // A standard allocator on AllocateBulk.
 template <class T>

@@ -69,21 +69,18 @@ int64_t CloseUnits(T* buffer, int64_t count, int pos, int n, int64_t unitSize)
     return removed;
 }
 
-// Resizes a malloc'ed buffer to exactly capacity items, freeing it for 0. A
-// new buffer is bulk memory; a grown one keeps realloc's cheap moves.
+// Resizes a bulk buffer to exactly capacity items, freeing it for 0.
 // Returns false with the buffer untouched when the allocation fails.
 template <class T>
 bool ResizeBuffer(T*& buffer, int64_t capacity)
 {
     if (capacity == 0) {
-        std::free(buffer);
+        FreeBulk(buffer);
         buffer = nullptr;
         return true;
     }
-    const size_t bytes = static_cast<size_t>(capacity) * sizeof(T);
-    void* resized = buffer == nullptr ? AllocateBulk(bytes) : std::realloc(buffer, bytes);
+    void* resized = ResizeBulk(buffer, static_cast<size_t>(capacity) * sizeof(T));
     if (resized == nullptr) return false;
-    AdviseLargePages(resized, bytes);
     buffer = static_cast<T*>(resized);
     return true;
 }
@@ -152,7 +149,7 @@ public:
     CArrayDataStore() = default;
     CArrayDataStore(const CArrayDataStore&) = delete;
     CArrayDataStore& operator=(const CArrayDataStore&) = delete;
-    ~CArrayDataStore() override { std::free(buffer_); }
+    ~CArrayDataStore() override { brell::FreeBulk(buffer_); }
 
     // The count, writable: Reserve before raising it; uncovered elements are unspecified.
     int& Number() { return count_; }
@@ -287,7 +284,7 @@ public:
     CMatrixDataStore() = default;
     CMatrixDataStore(const CMatrixDataStore&) = delete;
     CMatrixDataStore& operator=(const CMatrixDataStore&) = delete;
-    ~CMatrixDataStore() override { std::free(buffer_); }
+    ~CMatrixDataStore() override { brell::FreeBulk(buffer_); }
 
     // Null while nothing was reserved.
     T* Buffer() { return buffer_; }

@@ -1,0 +1,79 @@
+// Bulk memory: large blocks sit on 2 MB boundaries and keep their contents
+// however they grow, move or shrink; the stores built on it do the same.
+#include <brelldata/scan/BulkMemory.h>
+#include <brelldata/scan/DataStore.h>
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+constexpr size_t kMiB = size_t{1} << 20;
+
+bool OnLargePage(const void* block)
+{
+    return reinterpret_cast<uintptr_t>(block) % (2 * kMiB) == 0;
+}
+
+// Whether the first bytes bytes of block hold the pattern Fill wrote.
+bool Holds(const unsigned char* block, size_t bytes)
+{
+    for (size_t i = 0; i < bytes; ++i) {
+        if (block[i] != static_cast<unsigned char>(i * 7 + i / 4096)) return false;
+    }
+    return true;
+}
+
+void Fill(unsigned char* block, size_t bytes)
+{
+    for (size_t i = 0; i < bytes; ++i) block[i] = static_cast<unsigned char>(i * 7 + i / 4096);
+}
+
+TEST(BulkMemory, LargeBlocksKeepTheirContentsAsTheyGrowMoveAndShrink)
+{
+    auto* block = static_cast<unsigned char*>(brell::AllocateBulk(5 * kMiB));
+    ASSERT_NE(block, nullptr);
+    EXPECT_TRUE(OnLargePage(block));
+    Fill(block, 5 * kMiB);
+    // A block mapped just after it leaves no room to grow in place.
+    void* neighbour = brell::AllocateBulk(5 * kMiB);
+    block = static_cast<unsigned char*>(brell::ResizeBulk(block, 64 * kMiB));
+    ASSERT_NE(block, nullptr);
+    EXPECT_TRUE(OnLargePage(block));
+    EXPECT_TRUE(Holds(block, 5 * kMiB));
+    block = static_cast<unsigned char*>(brell::ResizeBulk(block, kMiB));
+    EXPECT_TRUE(Holds(block, kMiB));
+    brell::FreeBulk(block);
+    brell::FreeBulk(neighbour);
+
+    // A malloc'ed block that grows past the small sizes is copied into a large one.
+    auto* small = static_cast<unsigned char*>(std::malloc(1000));
+    Fill(small, 1000);
+    auto* grown = static_cast<unsigned char*>(brell::ResizeBulk(small, 6 * kMiB));
+    EXPECT_TRUE(OnLargePage(grown));
+    EXPECT_TRUE(Holds(grown, 1000));
+    brell::FreeBulk(grown);
+    brell::FreeBulk(nullptr);
+}
+
+TEST(BulkMemory, AStoreGrownStepByStepPastLargeSizesKeepsItsElements)
+{
+    CArrayDataStore<int> store;
+    constexpr int kElements = 3 * 1024 * 1024;  // 12 MB
+    for (int done = 0; done < kElements; done += 100000) {
+        const int step = std::min(100000, kElements - done);
+        ASSERT_EQ(store.Append(step), 1);
+        for (int i = done; i < done + step; ++i) store.Element(i) = i;
+    }
+    ASSERT_EQ(store.Number(), kElements);
+    for (int i = 0; i < kElements; i += 4099) EXPECT_EQ(store.Element(i), i);
+    EXPECT_EQ(store.Element(kElements - 1), kElements - 1);
+    EXPECT_EQ(store.Delete(1000, kElements), 1);
+    EXPECT_EQ(store.Element(999), 999);
+}
+
+}  // namespace

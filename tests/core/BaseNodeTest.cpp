@@ -1,5 +1,6 @@
 #include "core/TreeFixtures.h"
 #include "diag/Recording.h"
+#include "support/Held.h"
 
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/NodeRegistry.h>
@@ -15,14 +16,6 @@
 namespace {
 
 using namespace brell::test;
-
-// Holds one reference on a node for the length of a test.
-struct Held {
-    explicit Held(CBaseNode* node) : node(node) { node->AddRef(); }
-    ~Held() { node->Release(); }
-    CBaseNode* operator->() const { return node; }
-    CBaseNode* node;
-};
 
 NameList& destroyed = CTestCountedNode::destroyed;
 
@@ -67,23 +60,39 @@ TEST(ReferenceCounts, ReleaseBelowOneDestroysNodesAndRefObjects)
     EXPECT_EQ(destroyed.back(), "ref");
 }
 
-TEST(Children, RemovalDropsOneEntryAndWithoutReleaseHandsTheReferenceToTheCaller)
+TEST(Children, RemovalDropsOneEntryInsertTakesPositionsUpToTheCountAndNullIsIgnored)
 {
     Held parent(CBaseNode::Create());
     CBaseNode* child = CBaseNode::Create();
+    CBaseNode* last = CBaseNode::Create();
+    parent->InsertChild(0, child);
     parent->AppendChild(child);
-    parent->AppendChild(child);
-    parent->AppendChild(CBaseNode::Create());
+    parent->AppendChild(last);
     EXPECT_EQ(child->RefCount(), 2);
     EXPECT_EQ(parent->RemoveChild(child, 1), 1);
     EXPECT_EQ(child->RefCount(), 1);
     EXPECT_EQ(parent->ChildIndex(child), 0);
-    parent->RemoveChild(0u, 0);
+    parent->RemoveChild(0u, 0);  // without release the reference is the caller's
     EXPECT_EQ(child->RefCount(), 1);
     EXPECT_EQ(parent->RemoveChild(child, 1), 0);
     parent->RemoveChild(5u, 1);
     EXPECT_EQ(parent->GetChildNum(), 1u);
     child->Release();
+
+    CBaseNode* b = CBaseNode::Create();
+    Held outsider(CBaseNode::Create());
+    parent->InsertChild(1, b);  // equal to the count: appends
+    parent->InsertChild(0, b);
+    parent->InsertChild(4, outsider.node);
+    parent->InsertChild(0, nullptr);
+    parent->AppendChild(nullptr);
+    EXPECT_EQ((std::vector<CBaseNode*>{parent->GetFirstChild(), parent->GetChild(1), parent->GetLastChild(),
+                                       parent->GetChild(3)}),
+              (std::vector<CBaseNode*>{b, last, b, nullptr}));
+    EXPECT_EQ(outsider->RefCount(), 1);
+    EXPECT_EQ(parent->ChildIndex(nullptr), -1);
+    EXPECT_EQ(parent->IsChild(outsider.node), 0);
+    EXPECT_EQ(outsider->GetLastChild(), nullptr);
 }
 
 TEST(Children, DestroyingAParentReleasesChildrenLastFirstAndSharedOnesSurvive)
@@ -98,34 +107,14 @@ TEST(Children, DestroyingAParentReleasesChildrenLastFirstAndSharedOnesSurvive)
     EXPECT_EQ(keeper->GetChild(0)->RefCount(), 1);
 }
 
-TEST(Children, InsertAcceptsPositionsUpToTheCountAndIgnoresNull)
-{
-    Held parent(CBaseNode::Create());
-    CBaseNode* a = CBaseNode::Create();
-    CBaseNode* b = CBaseNode::Create();
-    Held outsider(CBaseNode::Create());
-    parent->InsertChild(0, a);
-    parent->InsertChild(1, b);  // equal to the count: appends
-    parent->InsertChild(0, b);
-    parent->InsertChild(4, outsider.node);
-    parent->InsertChild(0, nullptr);
-    parent->AppendChild(nullptr);
-    EXPECT_EQ((std::vector<CBaseNode*>{parent->GetFirstChild(), parent->GetChild(1), parent->GetLastChild(),
-                                       parent->GetChild(3)}),
-              (std::vector<CBaseNode*>{b, a, b, nullptr}));
-    EXPECT_EQ(outsider->RefCount(), 1);
-    EXPECT_EQ(parent->ChildIndex(nullptr), -1);
-    EXPECT_EQ(parent->IsChild(outsider.node), 0);
-    EXPECT_EQ(outsider->GetLastChild(), nullptr);
-}
-
-TEST(NodeCopy, CopyTakesNameAndAttributesButNotChildrenOrCount)
+TEST(NodeCopy, CopyTakesNameAndAttributesOnlyAndCopiesTakeTheirOwnReferences)
 {
     Held source(CBaseNode::Create());
     Held target(CBaseNode::Create());
+    CBaseNode* child = CBaseNode::Create();
     source->SetName("source");
     source->SetAttributeInt("n", 3);
-    source->AppendChild(CBaseNode::Create());
+    source->AppendChild(child);
     target->SetAttributeInt("old", 1);
     EXPECT_EQ(target->Comment(), "Attribute: 1");
 
@@ -139,14 +128,7 @@ TEST(NodeCopy, CopyTakesNameAndAttributesButNotChildrenOrCount)
     EXPECT_EQ(target->AttributeNumber(), 1);
     target->SetName(nullptr);
     EXPECT_EQ(target->Name(), "");
-}
 
-TEST(NodeCopy, CopyConstructionAndAssignmentTakeTheirOwnReferences)
-{
-    Held source(CBaseNode::Create());
-    CBaseNode* child = CBaseNode::Create();
-    source->AppendChild(child);
-    source->SetAttributeInt("n", 3);
     {
         CBaseNode copy(*source.node);
         EXPECT_EQ(copy.RefCount(), 0);
@@ -160,7 +142,7 @@ TEST(NodeCopy, CopyConstructionAndAssignmentTakeTheirOwnReferences)
     EXPECT_EQ(child->RefCount(), 1);
 }
 
-TEST(RefNode, ChainsOfReferencesResolveToTheNodeFinallyMeantWithoutCounting)
+TEST(RefNode, ChainsResolveWithoutCountingAndCopyTakesTheTargetOnlyFromReferenceNodes)
 {
     CBaseNode* target = CBaseNode::Create();
     target->AddRef();
@@ -177,30 +159,27 @@ TEST(RefNode, ChainsOfReferencesResolveToTheNodeFinallyMeantWithoutCounting)
     EXPECT_EQ(first.Comment(), expected);
     EXPECT_EQ(target->RefCount(), 1);
     target->Release();
-}
 
-TEST(RefNode, CopyTakesTheTargetOnlyFromReferenceNodes)
-{
     CBaseNode a, b, plain;
-    CRefNode source, target;
+    CRefNode source, copy;
     source.SetName("source");
     source.SetAttributeInt("k", 1);
     source.SetRefNode(&a);
-    target.SetRefNode(&b);
-    EXPECT_EQ(target.Copy(&source), 1);
-    EXPECT_EQ(target.Reference(), &a);
-    EXPECT_EQ(target.Name(), "source");
-    EXPECT_EQ(target.AttributeNumber(), 1);
+    copy.SetRefNode(&b);
+    EXPECT_EQ(copy.Copy(&source), 1);
+    EXPECT_EQ(copy.Reference(), &a);
+    EXPECT_EQ(copy.Name(), "source");
+    EXPECT_EQ(copy.AttributeNumber(), 1);
 
     plain.SetName("plain");
-    target.SetRefNode(&b);
-    EXPECT_EQ(target.Copy(&plain), 1);
-    EXPECT_EQ(target.Reference(), &b);
-    EXPECT_EQ(target.Name(), "plain");
-    EXPECT_EQ(target.AttributeNumber(), 0);
+    copy.SetRefNode(&b);
+    EXPECT_EQ(copy.Copy(&plain), 1);
+    EXPECT_EQ(copy.Reference(), &b);
+    EXPECT_EQ(copy.Name(), "plain");
+    EXPECT_EQ(copy.AttributeNumber(), 0);
 }
 
-TEST(NodeRegistry, LibraryTypesAreCreatedByExactNameWithCountZero)
+TEST(NodeRegistry, TypesAreCreatedByExactNameWithCountZeroAndEachRegistrationIsTraced)
 {
     CBaseNode* node = CreateNode("CRefNode");
     ASSERT_NE(node, nullptr);
@@ -208,10 +187,7 @@ TEST(NodeRegistry, LibraryTypesAreCreatedByExactNameWithCountZero)
     EXPECT_EQ(node->RefCount(), 0);
     node->Release();
     for (const char* name : {"crefnode", "CTestCubeNode", ""}) EXPECT_EQ(CreateNode(name), nullptr) << name;
-}
 
-TEST(NodeRegistry, CallersRegisterTypesOnceAndEveryCallWritesItsTraceLine)
-{
     Recording recording(testing::TempDir() + "brell-registry-trace");
     RegisterNodeType("CTestCubeNode", &CTestCubeNode::Create);
     RegisterNodeType("CBaseNode", &CTestCubeNode::Create);  // the first factory stays

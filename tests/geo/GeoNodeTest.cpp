@@ -2,6 +2,7 @@
 // reference meshes, lights and the view point.
 
 #include "diag/Recording.h"
+#include "support/Held.h"
 
 #include <brelldata/core/NodeRegistry.h>
 #include <brelldata/geo/GroupNodes.h>
@@ -11,26 +12,12 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace {
 
-// Holds a node made by name for the length of a test.
-struct Held {
-    explicit Held(const char* type) : node(CreateNode(type)) { node->AddRef(); }
-    ~Held() { node->Release(); }
-    CBaseNode* node;
-};
-
-template <class Node>
-struct HeldAs {
-    HeldAs() : node(new Node) { node->AddRef(); }
-    ~HeldAs() { node->Release(); }
-    Node* operator->() const { return node; }
-    Node* node;
-};
+using brell::test::Held;
 
 TEST(GeometryClasses, IdentityAndCommentOfANewNode)
 {
@@ -61,7 +48,7 @@ TEST(GeometryClasses, IdentityAndCommentOfANewNode)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.type);
-        Held held(c.type);
+        Held held(CreateNode(c.type));
         auto* node = static_cast<CGeoBaseNode*>(held.node);
         EXPECT_EQ(node->Type(), c.type);
         EXPECT_EQ(node->IsKindOf(c.base), 1);
@@ -75,13 +62,13 @@ TEST(GeometryClasses, IdentityAndCommentOfANewNode)
 
 TEST(GeometryClasses, DefaultsAndCommentsWithTheirFlags)
 {
-    HeldAs<CGeoPointNode> point;
-    HeldAs<CGeoNormalNode> normal;
+    Held<CGeoPointNode> point;
+    Held<CGeoNormalNode> normal;
     EXPECT_EQ(point->size, 1.0);
     EXPECT_EQ(normal->size, 10.0);
     EXPECT_EQ(point->color.r + point->color.g + point->color.b + point->color.a, 4 * 255);
 
-    HeldAs<CGeoLineNode> line;
+    Held<CGeoLineNode> line;
     EXPECT_EQ(line->Segment(), 2);
     EXPECT_EQ(line->lineWidth, 1.0);
     line->closed = 1;
@@ -89,15 +76,15 @@ TEST(GeometryClasses, DefaultsAndCommentsWithTheirFlags)
     line->Append(2);
     EXPECT_EQ(line->Comment(), "2 lines, 4 vertices, seg = 2<close>");
 
-    HeldAs<CGeoPolyShadeRefNode> shade;
+    Held<CGeoPolyShadeRefNode> shade;
     shade->smooth = shade->texture = 1;
     EXPECT_EQ(shade->Comment(), "0 PolyShades, 0 vertices<smooth><texture>");
 
-    HeldAs<CGeoCameraNode> camera;
+    Held<CGeoCameraNode> camera;
     camera->camera.perspective = 0;
     EXPECT_EQ(camera->Comment(), "Ortho: 0.000000, 0.000000, 0.000000 => 0.000000, 0.000000, -1000.000000");
 
-    HeldAs<CGeoBaseNode> base;
+    Held<CGeoBaseNode> base;
     base->ShowEnable(0);
     base->SetAttributeInt("a", 1);
     EXPECT_EQ(base->Comment(), "Attribute: 1[Hide]");
@@ -105,8 +92,8 @@ TEST(GeometryClasses, DefaultsAndCommentsWithTheirFlags)
 
 TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommon)
 {
-    HeldAs<CGeoPointNode> point;
-    HeldAs<CGeoPointNode> source;
+    Held<CGeoPointNode> point;
+    Held<CGeoPointNode> source;
     source->size = 3.0;
     source->SetName("source");
     source->ShowEnable(0);
@@ -121,8 +108,8 @@ TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommon)
     EXPECT_EQ(point->VertexNumber(), 1);
 
     // From a line node only the vertex store is in common.
-    HeldAs<CGeoPointNode> fromLine;
-    HeldAs<CGeoLineNode> line;
+    Held<CGeoPointNode> fromLine;
+    Held<CGeoLineNode> line;
     line->AppendVertex(5);
     ASSERT_EQ(fromLine->Copy(line.node), 1);
     EXPECT_EQ(fromLine->VertexNumber(), 5);
@@ -130,8 +117,8 @@ TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommon)
     EXPECT_EQ(fromLine->Number(), 0);
 
     // A shaded mesh shares only the texture image; its normals stay its own.
-    HeldAs<CGeoPolyShadeRefNode> shade;
-    HeldAs<CGeoPolyShadeRefNode> shadeSource;
+    Held<CGeoPolyShadeRefNode> shade;
+    Held<CGeoPolyShadeRefNode> shadeSource;
     shadeSource->smooth = 1;
     shadeSource->flatNormals->Append(3);
     shadeSource->indices->Append(2);
@@ -143,8 +130,8 @@ TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommon)
     EXPECT_EQ(shade->Number(), 2);
 
     // A vertex normal node keeps its own length.
-    HeldAs<CGeoVertexNormalNode> vertexNormals;
-    HeldAs<CGeoVertexNormalNode> vertexNormalSource;
+    Held<CGeoVertexNormalNode> vertexNormals;
+    Held<CGeoVertexNormalNode> vertexNormalSource;
     vertexNormalSource->length = 2.0;
     vertexNormalSource->Append(2);
     vertexNormals->Copy(vertexNormalSource.node);
@@ -156,9 +143,9 @@ TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommon)
     EXPECT_EQ(point->Index(0), 42);
 }
 
-TEST(VertexNodes, DeleteByValueAndNormalsFollowTheirIndices)
+TEST(VertexNodes, DeleteByValueWithNormalsFollowingTheirIndicesBoxAndNearestVertex)
 {
-    HeldAs<CGeoNormalNode> normal;
+    Held<CGeoNormalNode> normal;
     ASSERT_EQ(normal->Append(4), 1);
     EXPECT_EQ(normal->normals->Number(), 4);
     const int values[] = {4, 1, 4, 2};
@@ -173,7 +160,7 @@ TEST(VertexNodes, DeleteByValueAndNormalsFollowTheirIndices)
     EXPECT_EQ(normal->Normal(1).x, 3.0);
     EXPECT_EQ(normal->normals->Number(), 2);
 
-    HeldAs<CGeoPolygonNode> polygon;
+    Held<CGeoPolygonNode> polygon;
     polygon->Append(3);
     const int rows[3][3] = {{0, 1, 2}, {2, 3, 4}, {4, 5, 0}};
     for (int i = 0; i < 3; ++i)
@@ -182,11 +169,8 @@ TEST(VertexNodes, DeleteByValueAndNormalsFollowTheirIndices)
     ASSERT_EQ(polygon->Number(), 1);
     EXPECT_EQ(polygon->Index(0, 2), 2);
     EXPECT_EQ(polygon->Index(-1, 0), polygon->Index(-2, 0));  // the spare element
-}
 
-TEST(VertexNodes, BoxAndNearestVertex)
-{
-    HeldAs<CGeoVertexNode> node;
+    Held<CGeoVertexNode> node;
     node->AppendVertex(3);
     node->GetVertex(0) = {0, 0, 0};
     node->GetVertex(1) = {1, 2, 3};
@@ -202,15 +186,21 @@ TEST(VertexNodes, BoxAndNearestVertex)
     EXPECT_EQ(node->FindNearestVertex(0, 0, 0, -5), 0);
     EXPECT_EQ(node->FindNearestVertex(1e30, 0, 0, 0), -1);  // no vertex closer than 1e38 squared
 
-    HeldAs<CGeoVertexNormalNode> normals;
+    Held<CGeoVertexNormalNode> normals;
     normals->AppendVertex(3);
     normals->Append(2);
     EXPECT_EQ(normals->EvalBBoxThis(box[0], box[1], box[2], box[3], box[4], box[5]), 0);
 }
 
-TEST(ReferenceMeshes, IndexTextureCoordinatesAndTheirSpareElements)
+// Exposes the repair of normal counts, which only derived classes may call.
+class CheckedShade : public CGeoPolyShadeRefNode {
+public:
+    using CGeoPolyShadeRefNode::Check;
+};
+
+TEST(ReferenceMeshes, IndexTextureCoordinatesWithSpareElementsAndCheckCorrectsNormalCountsWithAWarningEach)
 {
-    HeldAs<CGeoPolyShadeRefNode> mesh;
+    Held<CGeoPolyShadeRefNode> mesh;
     auto& rows = mesh->polygons->rows;
     rows.push_back({{0, 1, 2, 0}, 3});
     rows.push_back({{2, 3, 4, 5}, 4});
@@ -233,39 +223,30 @@ TEST(ReferenceMeshes, IndexTextureCoordinatesAndTheirSpareElements)
     mesh->AppendVertex(10);
     std::vector<double> box(6);
     EXPECT_EQ(mesh->EvalBBoxThis(box[0], box[1], box[2], box[3], box[4], box[5]), 1);
-}
 
-// Exposes the repair of normal counts, which only derived classes may call.
-class CheckedShade : public CGeoPolyShadeRefNode {
-public:
-    using CGeoPolyShadeRefNode::Check;
-};
-
-TEST(ReferenceMeshes, CheckCorrectsNormalCountsWithAWarningEach)
-{
     brell::test::Recording recording(testing::TempDir() + "brell-geo-check");
-    HeldAs<CheckedShade> mesh;
-    mesh->indices->Append(3);
-    mesh->flatNormals->Append(2);
-    mesh->FlatNormal(1) = {1, 2, 3};
-    mesh->AppendVertex(4);
-    mesh->smoothNormals->Append(4);
-    mesh->Check();
+    Held<CheckedShade> checked;
+    checked->indices->Append(3);
+    checked->flatNormals->Append(2);
+    checked->FlatNormal(1) = {1, 2, 3};
+    checked->AppendVertex(4);
+    checked->smoothNormals->Append(4);
+    checked->Check();
     EXPECT_EQ(recording.Texts(),
               (std::vector<std::string>{
                   "Internal error: CGeoPolyShadeRefNode's flat normal number is error, and will be corrected.\n"}));
-    EXPECT_EQ(mesh->flatNormals->Number(), 3);
-    EXPECT_EQ(mesh->FlatNormal(1).z, 3.0f);
+    EXPECT_EQ(checked->flatNormals->Number(), 3);
+    EXPECT_EQ(checked->FlatNormal(1).z, 3.0f);
 
-    mesh->AppendVertex(1);
-    mesh->Check();
+    checked->AppendVertex(1);
+    checked->Check();
     EXPECT_EQ(recording.Texts().size(), 2u);
-    EXPECT_EQ(mesh->smoothNormals->Number(), 5);
+    EXPECT_EQ(checked->smoothNormals->Number(), 5);
 }
 
 TEST(LightsAndCamera, LightListAndViewPoint)
 {
-    HeldAs<CGeoLightNode> lights;
+    Held<CGeoLightNode> lights;
     EXPECT_EQ(lights->Light(0), nullptr);
     EXPECT_EQ(lights->Delete(0), 0);
     LIGHT_PARAM light{};

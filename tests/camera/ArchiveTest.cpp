@@ -1,8 +1,8 @@
 #include "camera/ShotFixtures.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <string>
 #include <vector>
 
 namespace {
@@ -61,19 +61,12 @@ TEST(Archive, BuffersSmallTransfersAndPassesLargeOnesStraightToTheFile)
 
 TEST(Archive, DeviceFailuresNameThePathAndReasonAndPassThroughCameraOperators)
 {
-    auto message = [](auto operation) -> std::string {
-        try {
-            operation();
-        } catch (const CFileException& e) {
-            return e.what();
-        }
-        return "no exception";
-    };
-    EXPECT_EQ(message([] { CFile("/nonexistent-brell/shot.dat", CFile::modeRead); }),
-              "cannot open /nonexistent-brell/shot.dat: No such file or directory");
+    using testing::ThrowsMessage;
+    EXPECT_THAT([] { CFile("/nonexistent-brell/shot.dat", CFile::modeRead); },
+                ThrowsMessage<CFileException>("cannot open /nonexistent-brell/shot.dat: No such file or directory"));
     uint8_t fixed[8] = {};
-    EXPECT_EQ(message([&] { CMemFile(fixed, 8).Write(fixed, 9); }),
-              "cannot write memory file: the memory file cannot grow");
+    EXPECT_THAT([&] { CMemFile(fixed, 8).Write(fixed, 9); },
+                ThrowsMessage<CFileException>("cannot write memory file: the memory file cannot grow"));
 
     // A 3-D block of 4096 bytes leaves the archive's buffer on the way out.
     CAMERADATA shot;
@@ -81,7 +74,8 @@ TEST(Archive, DeviceFailuresNameThePathAndReasonAndPassThroughCameraOperators)
     ASSERT_EQ(shot.length3D, 4096);
     CFile full("/dev/full", CFile::modeWrite);
     CArchive store(&full, CArchive::store);
-    EXPECT_EQ(message([&] { store << shot; }), "cannot write /dev/full: No space left on device");
+    EXPECT_THAT([&] { store << shot; },
+                ThrowsMessage<CFileException>("cannot write /dev/full: No space left on device"));
 }
 
 }  // namespace

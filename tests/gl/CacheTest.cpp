@@ -28,7 +28,7 @@ struct Referenced {
     Scene scene;
 };
 
-TEST_F(GlTest, ASecondFrameOfAnUnchangedSceneUploadsNothing)
+TEST_F(GlTest, AnUnchangedSceneUploadsNothingAgainUntilItsCacheIsReleased)
 {
     Referenced referenced;
     Render(referenced.scene.root);
@@ -42,6 +42,11 @@ TEST_F(GlTest, ASecondFrameOfAnUnchangedSceneUploadsNothing)
     EXPECT_EQ(renderer->Uploads(), first);
     EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
     EXPECT_EQ(AtWorld(-0.5, 0.5), kBlue);
+
+    referenced.reference->ReleaseCache();
+    Render(referenced.scene.root);
+    EXPECT_EQ(renderer->Uploads(), 2 * first);
+    EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
 }
 
 TEST_F(GlTest, NodesOutsideReferencesUploadEveryFrame)
@@ -54,44 +59,25 @@ TEST_F(GlTest, NodesOutsideReferencesUploadEveryFrame)
     EXPECT_EQ(renderer->Uploads(), 2 * first);
 }
 
-TEST_F(GlTest, ReleasedCachesAreRebuiltOnTheNextFrame)
-{
-    Referenced referenced;
-    Render(referenced.scene.root);
-    const uint64_t first = renderer->Uploads();
-    referenced.reference->ReleaseCache();
-    Render(referenced.scene.root);
-    EXPECT_EQ(renderer->Uploads(), 2 * first);
-    EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
-}
-
-TEST_F(GlTest, EachCacheGoesWithItsNodeOnce)
+TEST_F(GlTest, EachCacheOutlivesItsRendererAndGoesWithItsNodeOnce)
 {
     const int before = GlCacheCount();
     {
         Referenced referenced;
-        auto* second = Add(referenced.scene.root, new CGeoRefNode);
-        second->SetRefNode(referenced.subtree);
+        Add(referenced.scene.root, new CGeoRefNode)->SetRefNode(referenced.subtree);
         Render(referenced.scene.root);
+        EXPECT_EQ(GlCacheCount(), before + 2);
+        renderer.reset();
+        EXPECT_EQ(GlCacheCount(), before + 2);
+
+        // Another renderer cannot use the caches of the first and makes its own.
+        renderer = std::make_unique<CGlRenderer>(kSize, kSize);
+        Render(referenced.scene.root);
+        EXPECT_GT(renderer->Uploads(), 0u);
+        EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
         EXPECT_EQ(GlCacheCount(), before + 2);
     }
     EXPECT_EQ(GlCacheCount(), before);
-}
-
-TEST_F(GlTest, CachesOutliveTheirRenderer)
-{
-    const int before = GlCacheCount();
-    Referenced referenced;
-    Render(referenced.scene.root);
-    renderer.reset();
-    EXPECT_EQ(GlCacheCount(), before + 1);
-
-    // Another renderer cannot use the cache of the first and makes its own.
-    renderer = std::make_unique<CGlRenderer>(kSize, kSize);
-    Render(referenced.scene.root);
-    EXPECT_GT(renderer->Uploads(), 0u);
-    EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
-    EXPECT_EQ(GlCacheCount(), before + 1);
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // Geometry procedures turn scan data into drawable nodes sharing its stores.
 
 #include "gl/GlScenes.h"
+#include "support/Held.h"
 
 #include <brelldata/core/Walk.h>
 #include <brelldata/scan/LineNodes.h>
@@ -16,12 +17,11 @@ protected:
     void SetUp() override
     {
         GlTest::SetUp();
-        element->AddRef();
-        auto* model = Add(element, new CModelNode);
+        auto* model = Add(element.node, new CModelNode);
         model->AppendVertex(1);
         *model->GetVertex(0) = {0.0, 0.0, 0.5};
 
-        mesh = Add(element, new CMeshNode);
+        mesh = Add(element.node, new CMeshNode);
         mesh->AppendVertex(4);
         const VERTEX corners[] = {{-1.0, 1.0, 0.0}, {1.0, 1.0, 0.0}, {1.0, -1.0, 0.0}, {-1.0, -1.0, 0.0}};
         for (int i = 0; i < 4; ++i) *mesh->GetVertex(i) = corners[i];
@@ -36,16 +36,10 @@ protected:
         image->Element(1, 1) = kYellow;
         mesh->AppendImage(image);
 
-        auto* line = Add(element, new CLinearLineNode);
+        auto* line = Add(element.node, new CLinearLineNode);
         line->lines->lines.push_back({{-1.55, -1.55, 0.0}, {1.55, -1.55, 0.0}, {1.55, 1.55, 0.0}});
         Add(output.root, OrthoCamera());
     }
-    void TearDown() override
-    {
-        element->Release();
-        GlTest::TearDown();
-    }
-
     template <class Node>
     Node* Built()
     {
@@ -54,7 +48,7 @@ protected:
             SearchNode(output.root, IsSameType, counter, const_cast<char*>(Node::TypeId().c_str())));
     }
 
-    CElementNode* element = new CElementNode;
+    Held<CElementNode> element;
     CMeshNode* mesh = nullptr;
     Scene output;
 };

@@ -5,6 +5,7 @@
 #include <brelldata/geo/LightCameraNodes.h>
 #include <brelldata/geo/OverlayNodes.h>
 
+#include <gmock/gmock.h>
 #include <png.h>
 
 #include <cstdio>
@@ -63,35 +64,20 @@ protected:
     CGeoModeNode* mode = nullptr;
 };
 
-TEST_F(Quarters, FrontTriangleHidesTheBackOneWhateverTheOrder)
+TEST_F(Quarters, EachQuarterShowsWhatItsNodesDraw)
 {
     Render(scene.root);
-    EXPECT_EQ(AtWorld(-1.0, 0.75), kRed);
+    EXPECT_EQ(AtWorld(-1.0, 0.75), kRed);  // the front triangle hides the back one whatever the order
     EXPECT_EQ(AtWorld(-1.0, 0.2), kBlue);
     EXPECT_EQ(AtWorld(-1.9, 1.9), kBlack);
-}
-
-TEST_F(Quarters, TexturedQuadShowsItsImageFromTheTopLeft)
-{
-    Render(scene.root);
-    EXPECT_EQ(AtWorld(0.6, 1.4), kRed);
+    EXPECT_EQ(AtWorld(0.6, 1.4), kRed);  // the texture from its top left
     EXPECT_EQ(AtWorld(1.4, 1.4), kGreen);
     EXPECT_EQ(AtWorld(0.6, 0.6), kBlue);
     EXPECT_EQ(AtWorld(1.4, 0.6), kYellow);
-}
-
-TEST_F(Quarters, HiddenNodesAndDisabledChildrenDrawNothing)
-{
-    Render(scene.root);
-    EXPECT_EQ(AtWorld(-1.0, -1.0), kYellow);
+    EXPECT_EQ(AtWorld(-1.0, -1.0), kYellow);  // hidden nodes and disabled children draw nothing
     EXPECT_EQ(AtWorld(-1.0, -0.7), kBlack);
     EXPECT_EQ(AtWorld(-1.5, -1.7), kBlack);
-}
-
-TEST_F(Quarters, ModeNodeDrawsTheWireframeOrTheShadedMember)
-{
-    Render(scene.root);
-    EXPECT_EQ(AtWorld(0.21, -1.0), kWhite);
+    EXPECT_EQ(AtWorld(0.21, -1.0), kWhite);  // the mode node's wireframe
     EXPECT_EQ(AtWorld(1.0, -1.0), kBlack);
 
     mode->SetMode(CGeoModeNode::kShading);
@@ -262,18 +248,10 @@ TEST_F(GlTest, RenderToPngWritesThePicture)
 
 TEST(GlErrors, NameWhatFailed)
 {
-    try {
-        CGlRenderer renderer(0, 10);
-        FAIL() << "a renderer of no pixels";
-    } catch (const CGlError& error) {
-        EXPECT_NE(std::string(error.what()).find("size"), std::string::npos) << error.what();
-    }
-    try {
-        WritePng("/nonexistent/folder/picture.png", 1, 1, {kRed});
-        FAIL() << "a picture in a missing folder";
-    } catch (const CGlError& error) {
-        EXPECT_NE(std::string(error.what()).find("/nonexistent/folder/picture.png"), std::string::npos);
-    }
+    using testing::HasSubstr;
+    EXPECT_THAT([] { CGlRenderer(0, 10); }, testing::ThrowsMessage<CGlError>(HasSubstr("size")));
+    EXPECT_THAT([] { WritePng("/nonexistent/folder/picture.png", 1, 1, {kRed}); },
+                testing::ThrowsMessage<CGlError>(HasSubstr("/nonexistent/folder/picture.png")));
 }
 
 }  // namespace

@@ -14,7 +14,6 @@
 #include <xxhash.h>
 
 #include <csignal>
-#include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <iterator>

@@ -175,7 +175,7 @@ void ExpectBlock(const DataStore& store, DataStore& reader, const Bytes& expecte
     EXPECT_EQ(block, expected.Data());
 }
 
-TEST(StoreBlocks, EachStoreWritesItsCountsThenItsItemsAndReadsThemBack)
+TEST(StoreBlocks, EachStoreWritesItsCountsThenItsItemsReadsThemBackAndRefusesBadBlocksUnchanged)
 {
     ExpectBlock(*Store<int>({0, 1, 2}), *Store<int>({9, 9, 9, 9}), Bytes().I32(3).I32(0).I32(1).I32(2));
 
@@ -200,22 +200,21 @@ TEST(StoreBlocks, EachStoreWritesItsCountsThenItsItemsAndReadsThemBack)
     ASSERT_EQ(lines.Assign(lineSource), 1);
     lineReader.lines.resize(4);
     ExpectBlock(lines, lineReader, Bytes().I32(2).I32(1).F64(1.0).F64(2.0).F64(0.5).I32(0));
-}
 
-TEST(StoreBlocks, BadBlocksAreRejectedWithTheStoreUnchanged)
-{
+    // Bad blocks are refused with the store unchanged.
     CArrayDataStore<int> array;
-    CMatrixDataStore<int> matrix;
-    CPolygonDataStore<int> polygons;
-    CLineDataStore<int> lines;
-    polygons.rows.resize(2);
+    CMatrixDataStore<int> badMatrix;
+    CPolygonDataStore<int> badPolygons;
+    CLineDataStore<int> badLines;
+    badPolygons.rows.resize(2);
     const Bytes negativeCount = Bytes().I32(-1).I32(3).I32(0);
     const void* block = negativeCount.Data().data();
-    EXPECT_EQ(array.Read(block) + matrix.Read(block) + polygons.Read(block) + lines.Read(block), 0);
-    EXPECT_EQ(array.Read(nullptr) + matrix.Read(nullptr) + polygons.Read(nullptr) + lines.Read(nullptr), 0);
-    EXPECT_EQ(polygons.Read(Bytes().I32(1).I32(5).I32(1).I32(2).I32(3).I32(4).I32(5).Data().data()), 0) << "5 corners";
-    EXPECT_EQ(matrix.width, 1);
-    EXPECT_EQ(polygons.Number(), 2);
+    EXPECT_EQ(array.Read(block) + badMatrix.Read(block) + badPolygons.Read(block) + badLines.Read(block), 0);
+    EXPECT_EQ(array.Read(nullptr) + badMatrix.Read(nullptr) + badPolygons.Read(nullptr) + badLines.Read(nullptr), 0);
+    EXPECT_EQ(badPolygons.Read(Bytes().I32(1).I32(5).I32(1).I32(2).I32(3).I32(4).I32(5).Data().data()), 0)
+        << "5 corners";
+    EXPECT_EQ(badMatrix.width, 1);
+    EXPECT_EQ(badPolygons.Number(), 2);
 }
 
 TEST(FaceNormal, IsTheRightHandedUnitNormalOfTheFirstThreeCornersAndDegenerateInputComesBackUnscaled)

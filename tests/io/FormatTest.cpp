@@ -64,69 +64,44 @@ const char* xyzFile =
 
 TEST(ScanFormats, AnAsciiPlyGivesPositionsColoursPerCornerTexCoordsAndFansAPentagon)
 {
-    const ScanGeometry g = ReadPly(asciiPly, "two.ply");
-    ASSERT_EQ(g.positions.size(), 5u);
-    EXPECT_EQ(g.positions[4].y, 2.0);
-    EXPECT_EQ(g.positions[4].z, -1e-3);
-    EXPECT_EQ(g.positions[3].z, 0.5);
-    ASSERT_EQ(g.colors.size(), 5u);
-    EXPECT_EQ(g.colors[3].b, 3);
-    EXPECT_EQ(g.colors[3].a, 255);
-    EXPECT_TRUE(g.normals.empty());
-    ASSERT_EQ(g.faces.size(), 4u);  // a triangle and the pentagon's three
-    EXPECT_EQ(g.faces[3].count, 3);
-    EXPECT_EQ(g.faces[3].items[0], 0);
-    EXPECT_EQ(g.faces[3].items[1], 4);
-    EXPECT_EQ(g.faces[3].items[2], 3);
-    ASSERT_EQ(g.texCoords.size(), 4u);
-    EXPECT_EQ(g.texCoords[3].items[1].y, 0.75f);
+    ExpectSameGeometry(ReadPly(asciiPly, "two.ply"),
+                       {{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0.5}, {0.5, 2, -1e-3}},
+                        {},
+                        {{255, 0, 0, 255}, {0, 255, 0, 255}, {0, 0, 255, 255}, {1, 2, 3, 255}, {4, 5, 6, 255}},
+                        {{{0, 1, 2}, 3}, {{0, 1, 2}, 3}, {{0, 2, 4}, 3}, {{0, 4, 3}, 3}},
+                        {{{{0, 0}, {1, 0}, {1, 1}}, 3},
+                         {{{0, 0}, {1, 0}, {1, 1}}, 3},
+                         {{{0, 0}, {1, 1}, {0.5f, 0.75f}}, 3},
+                         {{{0, 0}, {0.5f, 0.75f}, {0, 1}}, 3}}});
 }
 
 TEST(ScanFormats, AnOffReadsColoursAsIntegersOrFractionsAndSkipsFaceColours)
 {
-    const ScanGeometry g = ReadOff(offFile, "two.off");
-    ASSERT_EQ(g.positions.size(), 5u);
-    ASSERT_EQ(g.colors.size(), 5u);
-    EXPECT_EQ(g.colors[1].g, 255);
-    EXPECT_EQ(g.colors[1].a, 128);
-    EXPECT_EQ(g.colors[2].a, 128);
-    EXPECT_EQ(g.colors[3].r, 1);
-    ASSERT_EQ(g.faces.size(), 2u);
-    EXPECT_EQ(g.faces[0].count, 4);
-    EXPECT_EQ(g.faces[1].items[2], 4);
+    ExpectSameGeometry(ReadOff(offFile, "two.off"),
+                       {{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {2, 2, 2}},
+                        {},
+                        {{255, 0, 0, 255}, {0, 255, 0, 128}, {0, 0, 255, 128}, {1, 1, 1, 255}, {9, 9, 9, 255}},
+                        {{{0, 1, 2, 3}, 4}, {{3, 2, 4}, 3}},
+                        {}});
 }
 
+// Untextured faces get rows of zeros; the last face gives vertices 1 and 2
+// normal 2 after normal 1, so each is copied.
 TEST(ScanFormats, AnObjResolvesEveryCornerFormAndCopiesAVertexWithASecondNormal)
 {
     const ScanGeometry g = ReadObj(objFile, "forms.obj");
     EXPECT_EQ(g.skippedStatements, 2u);
-    ASSERT_EQ(g.faces.size(), 4u);
-    ASSERT_EQ(g.texCoords.size(), 4u);  // rows of zeros for the untextured faces
-    EXPECT_EQ(g.texCoords[0].items[2].x, 0.0f);
-    EXPECT_EQ(g.texCoords[1].items[2].y, 1.0f);
-    EXPECT_EQ(g.faces[2].items[1], 1);  // -3 of four vertices
-    // The last face gives vertices 1 and 2 (indices 0 and 1) normal 2 after
-    // normal 1: each is copied.
-    ASSERT_EQ(g.positions.size(), 6u);
-    EXPECT_EQ(g.faces[3].count, 4);
-    EXPECT_EQ(g.faces[3].items[0], 4);
-    EXPECT_EQ(g.faces[3].items[1], 5);
-    EXPECT_EQ(g.faces[3].items[2], 2);
-    EXPECT_EQ(g.positions[5].x, 1.0);
-    ASSERT_EQ(g.normals.size(), 6u);
-    EXPECT_EQ(g.normals[1].z, 1.0f);
-    EXPECT_EQ(g.normals[5].z, -1.0f);
-    EXPECT_EQ(g.texCoords[3].items[1].x, 1.0f);
+    ExpectSameGeometry(g, {{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {0, 0, 0}, {1, 0, 0}},
+                           {{0, 0, 1}, {0, 0, 1}, {0, 0, 1}, {0, 0, 1}, {0, 0, -1}, {0, 0, -1}},
+                           {},
+                           {{{0, 1, 2}, 3}, {{0, 1, 2}, 3}, {{0, 1, 2}, 3}, {{4, 5, 2, 3}, 4}},
+                           {{{}, 3}, {{{0, 0}, {1, 0}, {1, 1}}, 3}, {{}, 3}, {{{0, 0}, {1, 0}, {1, 1}, {0, 0}}, 4}}});
 }
 
 TEST(ScanFormats, AnXyzWithNormalsGivesOnePointALine)
 {
-    const ScanGeometry g = ReadXyz(xyzFile, "points.xyz");
-    ASSERT_EQ(g.positions.size(), 3u);
-    ASSERT_EQ(g.normals.size(), 3u);
-    EXPECT_EQ(g.positions[2].z, 600.0);
-    EXPECT_EQ(g.normals[1].x, 1.0f);
-    EXPECT_TRUE(g.faces.empty());
+    ExpectSameGeometry(ReadXyz(xyzFile, "points.xyz"),
+                       {{{0, 0, 0}, {1, 2, 3}, {-4.5, 5, 600}}, {{0, 0, 1}, {1, 0, 0}, {0, 1, 0}}, {}, {}, {}});
 }
 
 TEST(ScanFormats, EachFormatRoundTripsWhatItHoldsAndPlyEverythingInEachEncoding)

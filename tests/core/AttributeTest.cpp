@@ -50,7 +50,7 @@ TEST(AttributeBlock, StoreWithSeveralAttributesWritesThemInByteOrderOfTheirNames
     EXPECT_EQ(WriteBlock(*std::make_unique<CStandardAttribute>()), Bytes().I32(0).Data());
 }
 
-TEST(AttributeBlock, ReadingReplacesTheStoreAndWritesBackTheSameBytes)
+TEST(AttributeBlock, ReadingReplacesTheStoreAndWritesBackTheSameBytesAndDropsBadEntries)
 {
     Bytes block;
     block.I32(2)
@@ -72,18 +72,15 @@ TEST(AttributeBlock, ReadingReplacesTheStoreAndWritesBackTheSameBytes)
     CStandardAttribute copy;
     copy.Read(again.data());
     EXPECT_EQ(WriteBlock(copy), again);
-}
 
-TEST(AttributeBlock, BadEntriesAreDroppedAndBadCountsReadAsEmpty)
-{
-    Bytes block;
-    block.I32(4)
+    // Bad entries are dropped and bad counts read as empty.
+    Bytes bad;
+    bad.I32(4)
         .Attribute("", 1, VALUE_INT, Bytes().I32(1))
         .Attribute("d", 1, VALUE_INT, Bytes().I32(2))
         .Attribute("d", 1, VALUE_INT, Bytes().I32(3))
         .Attribute("e", 1, VALUE_INT, Bytes().I32(4));
-    CStandardAttribute store;
-    ASSERT_EQ(store.Read(block.Mutable()), 1);
+    ASSERT_EQ(store.Read(bad.Mutable()), 1);
     EXPECT_EQ(store.AttributeNumber(), 2);
     EXPECT_EQ(StoredInt(store, "d"), 2);  // the first of two equal names stays
     EXPECT_EQ(store.Read(nullptr), 0);

@@ -86,7 +86,7 @@ std::string BoundedRead(Bytes& stream, size_t size, CTree& into)
     return bounds.Failed() ? "byte " + std::to_string(bounds.failureOffset) + ": " + bounds.failure : "";
 }
 
-TEST(CheckedNodeStream, EveryPrefixIsRefusedWithItsOffsetAndNothingIsKept)
+TEST(CheckedNodeStream, EveryPrefixUnknownTypeNegativeCountAndBlockPastItsRecordIsRefusedWithItsOffset)
 {
     Bytes stream = TwoLevelTreeAndStream().second;
     CTree tree;
@@ -97,10 +97,7 @@ TEST(CheckedNodeStream, EveryPrefixIsRefusedWithItsOffsetAndNothingIsKept)
     EXPECT_EQ(BoundedRead(stream, 96, tree), "byte 92: a string of 10 bytes runs past the end (4 bytes remain)");
     EXPECT_EQ(BoundedRead(stream, stream.Data().size(), tree), "");
     EXPECT_EQ(tree.Root()->GetChildNum(), 2u);
-}
 
-TEST(CheckedNodeStream, RefusesUnknownTypesNegativeCountsAndBlocksPastTheirRecord)
-{
     struct Case {
         Bytes stream;
         const char* failure;
@@ -113,10 +110,7 @@ TEST(CheckedNodeStream, RefusesUnknownTypesNegativeCountsAndBlocksPastTheirRecor
         {Bytes().I32(35).I32(0).Str("CBaseNode").Str("").I32(4).I32(2000000000),
          "byte 35: attributes of 2000000000 items of 17 bytes runs past the end (0 bytes remain)"},
     };
-    for (Case& c : cases) {
-        CTree tree;
-        EXPECT_EQ(BoundedRead(c.stream, c.stream.Data().size(), tree), c.failure);
-    }
+    for (Case& c : cases) EXPECT_EQ(BoundedRead(c.stream, c.stream.Data().size(), tree), c.failure);
 }
 
 }  // namespace

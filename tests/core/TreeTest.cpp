@@ -15,7 +15,7 @@ namespace {
 
 using namespace brell::test;
 
-TEST(TreePositions, OrdersMirrorEachOtherAndEndPositionsBelongToOneTreeAndOrderAndStayPut)
+TEST(Tree, OrdersMirrorEachOtherEndPositionsStayPutAndParentsAndSiblingsAreFoundFromTheRootOrTheStart)
 {
     StandardTree s;
     EXPECT_EQ(WalkNames(s.tree, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
@@ -33,11 +33,7 @@ TEST(TreePositions, OrdersMirrorEachOtherAndEndPositionsBelongToOneTreeAndOrderA
     const auto unknown = static_cast<CTree::TRAVEL_ORDER>(2);  // ends the walk at once
     CTree::POS odd(&s.tree, s.r, unknown);
     EXPECT_EQ(++odd, s.tree.End(unknown));
-}
 
-TEST(TreeStructure, ParentsAndSiblingsAreFoundFromTheRootOrTheStart)
-{
-    StandardTree s;
     EXPECT_EQ(s.tree.FindParent(s.a1), s.a);
     EXPECT_EQ(s.tree.FindParent(s.a2, s.a), s.a);
     EXPECT_EQ(s.tree.FindParent(s.a1, s.b), nullptr);
@@ -58,7 +54,7 @@ TEST(TreeStructure, ParentsAndSiblingsAreFoundFromTheRootOrTheStart)
     EXPECT_EQ(s.tree.FindNext(s.a2), s.a1);
 }
 
-TEST(TreeOwnership, EachTreeHoldsOneReferenceAndTheLastReleaseDestroysTheSubtree)
+TEST(Tree, HoldsOneReferenceAndTheLastReleaseDestroysTheSubtree)
 {
     const int before = CTestCountedNode::live;
     CBaseNode* root = CTestCountedNode::Create();
@@ -84,7 +80,7 @@ int RecordVisit(CBaseNode* node, int value, void* data)
     return node->Name() == visits->stopAt ? 1 : 0;
 }
 
-TEST(ForEachNode, StopRulesGiveTheseExactVisitsAndResults)
+TEST(ForEachNode, StopRulesGiveTheseExactVisitsAndResultsAndSecondFormsAskOnlyTheTopNode)
 {
     // Where the callback stops, stop-all, the nodes visited and the result.
     const std::tuple<const char*, int, NameList, int> cases[] = {
@@ -101,20 +97,18 @@ TEST(ForEachNode, StopRulesGiveTheseExactVisitsAndResults)
         EXPECT_EQ(ForEachNode(s.r, &RecordVisit, 42, &visits, stopAll), result) << stopAt << stopAll;
         EXPECT_EQ(visits.names, visited) << stopAt << stopAll;
     }
-}
 
-TEST(ForEachNode, SecondFormsAskOnlyTheTopNodeWhichChildrenToEnter)
-{
-    StandardTree s(&CTestGateNode::Create);  // each node rejects its first child
-    s.b->AppendChild(Named("B1"));
-    s.b->AppendChild(Named("B2"));
+    // The second forms ask only the top node which children to enter.
+    StandardTree gated(&CTestGateNode::Create);  // each node rejects its first child
+    gated.b->AppendChild(Named("B1"));
+    gated.b->AppendChild(Named("B2"));
     Visits visits;
-    EXPECT_EQ(ForEachNode2(s.r, &RecordVisit, 42, &visits, 0), 0);
+    EXPECT_EQ(ForEachNode2(gated.r, &RecordVisit, 42, &visits, 0), 0);
     EXPECT_EQ(visits.names, (NameList{"R", "B", "B1", "B2"}));
     char hidden[] = "A1", visible[] = "B1";
     int counter = 0;
-    EXPECT_EQ(SearchNode2(s.r, &IsSameName, counter, hidden), nullptr);
-    EXPECT_EQ(SearchNode2(s.r, &IsSameName, counter, visible), s.b->GetChild(0));
+    EXPECT_EQ(SearchNode2(gated.r, &IsSameName, counter, hidden), nullptr);
+    EXPECT_EQ(SearchNode2(gated.r, &IsSameName, counter, visible), gated.b->GetChild(0));
 }
 
 TEST(SearchNode, CounterSelectsWhichMatchIsReturnedAndTypesMustMatchExactly)

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -86,11 +87,8 @@ TEST(DataManagerLettingGo, OwnedObjectsAreReportedOnceAndUnownedOnesDeletedOnlyA
         EXPECT_EQ(manager.UnRegister("u"), unregistered);
         ASSERT_EQ(notify.reports.size(), 1u);
         const Report& r = notify.reports[0];
-        EXPECT_EQ(r.manager, &manager);
-        EXPECT_EQ(r.name, "u");
-        EXPECT_EQ(r.object, unregistered);
-        EXPECT_EQ(r.event, 1);
-        EXPECT_EQ(r.owner, "me");
+        EXPECT_EQ(std::tie(r.manager, r.name, r.object, r.event, r.owner),
+                  std::make_tuple(&manager, "u", static_cast<CDataObjectBase*>(unregistered), 1, "me"));
 
         EXPECT_EQ(manager.UnRegister("n"), unowned);  // still alive: it is the caller's now
         EXPECT_EQ(CTestObject::live, before + 3);

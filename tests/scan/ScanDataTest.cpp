@@ -105,7 +105,7 @@ TEST(AllocationFailure, LeavesTheStoreUnchangedAndReturnsZero)
     EXPECT_EQ(image.Capacity(), 1024 * 640);
 }
 
-TEST(Edits, InsertAndDeleteMoveWholeElementsAndRows)
+TEST(Edits, InsertAndDeleteMoveWholeElementsAndRowsAndOutOfRangeAccessTakesTheSpare)
 {
     auto array = Store<int>({0, 1, 2, 3, 4});
     ASSERT_EQ(array->Insert(2, 2) + array->Insert(-3, 1), 2) << "a negative position inserts at the front";
@@ -121,11 +121,8 @@ TEST(Edits, InsertAndDeleteMoveWholeElementsAndRows)
     std::iota(matrix.Buffer(), matrix.Buffer() + 6, 0);
     ASSERT_EQ(matrix.InsertRows(1, 1) + matrix.DeleteRows(0, 1), 2);
     EXPECT_EQ(Items(matrix.Buffer() + 2, 4), (std::vector<int>{2, 3, 4, 5}));
-}
 
-TEST(SpareElement, TakesOutOfRangeAccessInEveryStore)
-{
-    auto array = Store<int>({0, 1, 2});
+    // Out-of-range access takes the spare element in every store.
     EXPECT_EQ(&array->Element(3), &array->Element(-1));
     CPolygonDataStore<int> polygons;
     polygons.rows = {{{7, 8, 9, 0}, 3}};
@@ -217,7 +214,7 @@ TEST(StoreBlocks, EachStoreWritesItsCountsThenItsItemsReadsThemBackAndRefusesBad
     EXPECT_EQ(badPolygons.Number(), 2);
 }
 
-TEST(FaceNormal, IsTheRightHandedUnitNormalOfTheFirstThreeCornersAndDegenerateInputComesBackUnscaled)
+TEST(Normals, FaceNormalsAreRightHandedOfTheFirstThreeCornersUnitNormalsMarkShortVectors)
 {
     auto vertices =
         Store<VERTEX>({{0, 0, 0}, {10, 0, 0}, {0, 10, 0}, {0, 0, 5}, {1, 1, 1}, {2, 2, 2}, {1e-6, 0, 0}, {0, 1, 0}});
@@ -237,10 +234,8 @@ TEST(FaceNormal, IsTheRightHandedUnitNormalOfTheFirstThreeCornersAndDegenerateIn
                      c.normal.z);
     }
     ExpectVector(CalcNormal(vertices, nullptr, 3), 0, 0, 0);
-}
 
-TEST(UnitNormals, ScaleToLengthOneAndMarkShortVectorsInDoubleAndFloat)
-{
+    // Unit normals have length one; short vectors are marked, in double and float.
     auto normals = Store<CVector_3<double>>({{3, 0, 4}, {0, 0, 0}, {1e-7, 2e-7, 0}, {0, 1e-6, 0}});
     UnitNormal(normals);
     ExpectVector(normals->Element(0), 0.6, 0, 0.8);

@@ -56,7 +56,7 @@ TEST(NameListBlock, TheNamesAEmptyAndBcWriteTheseBytesAndReadBackAndNullBlocksGi
     EXPECT_EQ(list.SizeOfByte(), 4);
 }
 
-TEST(NameListPositions, StepRoundThroughTheEndInBothDirections)
+TEST(NameList, PositionsStepRoundThroughTheEndAndCopiesTakeEveryNameInOrder)
 {
     CNameList list = ListOf({"a", "b", nullptr});
     CNameList::POS pos = list.End();
@@ -76,10 +76,8 @@ TEST(NameListPositions, StepRoundThroughTheEndInBothDirections)
     EXPECT_EQ(list.Size(), 2u);
     const CNameList& constant = list;
     EXPECT_EQ(CNameList::CONST_POS(list.Begin()), constant.Begin());
-}
 
-TEST(NameListCopies, CopyAndAssignmentCopyEveryNameInOrder)
-{
+    // Copies and assignments copy every name in order.
     CNameList source = ListOf({"x", "", "x"});
     CNameList copy(source);
     CNameList assigned = ListOf({"old"});

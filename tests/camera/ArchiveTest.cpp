@@ -29,7 +29,7 @@ public:
     std::vector<Call> reads, writes;
 };
 
-TEST(Archive, BuffersSmallTransfersAndPassesLargeOnesStraightToTheFile)
+TEST(Archive, BuffersSmallTransfersPassesLargeOnesStraightToTheFileAndNamesDeviceFailures)
 {
     const Buffer bytes = Pattern(10024, 1);
     SpyFile file;
@@ -57,25 +57,23 @@ TEST(Archive, BuffersSmallTransfersAndPassesLargeOnesStraightToTheFile)
     EXPECT_EQ(load.Read(read.data(), 1), 1u);
     load.Close();
     EXPECT_EQ(file.Seek(0, CFile::current), 5u) << "closing a loading archive gives back what it read ahead";
-}
 
-TEST(Archive, DeviceFailuresNameThePathAndReasonAndPassThroughCameraOperators)
-{
-    using testing::ThrowsMessage;
-    EXPECT_THAT([] { CFile("/nonexistent-brell/shot.dat", CFile::modeRead); },
-                ThrowsMessage<CFileException>("cannot open /nonexistent-brell/shot.dat: No such file or directory"));
+    // Device failures name the path and the reason, and pass through the camera operators.
+    EXPECT_THAT(
+        [] { CFile("/nonexistent-brell/shot.dat", CFile::modeRead); },
+        testing::ThrowsMessage<CFileException>("cannot open /nonexistent-brell/shot.dat: No such file or directory"));
     uint8_t fixed[8] = {};
     EXPECT_THAT([&] { CMemFile(fixed, 8).Write(fixed, 9); },
-                ThrowsMessage<CFileException>("cannot write memory file: the memory file cannot grow"));
+                testing::ThrowsMessage<CFileException>("cannot write memory file: the memory file cannot grow"));
 
     // A 3-D block of 4096 bytes leaves the archive's buffer on the way out.
     CAMERADATA shot;
     ReadShot(Join({HeaderBytes<FirstLayout>({64, 64, 1, 8}, {0, 0, 0, 0}), Pattern(4096, 5)}), shot);
     ASSERT_EQ(shot.length3D, 4096);
     CFile full("/dev/full", CFile::modeWrite);
-    CArchive store(&full, CArchive::store);
-    EXPECT_THAT([&] { store << shot; },
-                ThrowsMessage<CFileException>("cannot write /dev/full: No space left on device"));
+    CArchive toFull(&full, CArchive::store);
+    EXPECT_THAT([&] { toFull << shot; },
+                testing::ThrowsMessage<CFileException>("cannot write /dev/full: No space left on device"));
 }
 
 }  // namespace

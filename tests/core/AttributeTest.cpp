@@ -97,7 +97,7 @@ TEST(AttributeBlock, ReadingReplacesTheStoreAndWritesBackTheSameBytesAndDropsBad
     EXPECT_EQ(store.AttributeNumber(), 0);
 }
 
-TEST(AttributeStore, SetReplacesOrRefusesAndKeepsTheOlderValue)
+TEST(AttributeStore, SetReplacesOrRefusesAndNodesTypedQueriesMatchOnlyTheirOwnType)
 {
     CStandardAttribute store;
     int value = 5, other = 6;
@@ -122,10 +122,8 @@ TEST(AttributeStore, SetReplacesOrRefusesAndKeepsTheOlderValue)
     size = type = 3;
     EXPECT_EQ(store.QueryAttribute("big", &size, &type), nullptr);
     EXPECT_EQ(std::make_tuple(size, type), std::make_tuple(0, 0));
-}
 
-TEST(NodeAttributes, TypedQueriesMatchOnlyTheirOwnTypeAndStringsShareTheStructType)
-{
+    // On nodes, typed queries match only their own type, and strings share the struct type.
     CBaseNode node;
     node.SetAttributeInt("i", 5);
     node.SetAttributeFloat("f", 1.25f);
@@ -145,7 +143,7 @@ TEST(NodeAttributes, TypedQueriesMatchOnlyTheirOwnTypeAndStringsShareTheStructTy
 
     const char text[] = "scan";
     node.SetAttributeString("s", text, sizeof text);
-    int size = 0;
+    size = 0;
     EXPECT_STREQ(static_cast<char*>(node.QueryAttributeStruct("s", &size)), "scan");
     EXPECT_EQ(size, 5);
     EXPECT_EQ(node.QueryAttributeString("i", &size), nullptr);

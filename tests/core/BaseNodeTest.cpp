@@ -36,7 +36,7 @@ TEST(TypeIdentity, FollowsTheChainOfBases)
     EXPECT_EQ(Held(CTestBoxNode::Create())->IsKindOf("CTestCubeNode"), 0);
 }
 
-TEST(ReferenceCounts, ReleaseBelowOneDestroysNodesAndRefObjects)
+TEST(ReferenceCounts, ReleaseBelowOneDestroysNodesAndRefObjectsAndParentsReleaseChildrenLastFirst)
 {
     destroyed.clear();
     Logged("unowned")->Release();
@@ -58,6 +58,16 @@ TEST(ReferenceCounts, ReleaseBelowOneDestroysNodesAndRefObjects)
     EXPECT_EQ(shared->RefCount(), 1);
     shared->Release();
     EXPECT_EQ(destroyed.back(), "ref");
+
+    // Destroying a parent releases its children last first; shared ones survive.
+    destroyed.clear();
+    Held keeper(CBaseNode::Create());
+    CBaseNode* parent = Logged("parent");
+    for (const char* name : {"a", "b", "c"}) parent->AppendChild(Logged(name));
+    keeper->AppendChild(parent->GetChild(1));
+    parent->Release();
+    EXPECT_EQ(destroyed, (NameList{"parent", "c", "a"}));
+    EXPECT_EQ(keeper->GetChild(0)->RefCount(), 1);
 }
 
 TEST(Children, RemovalDropsOneEntryInsertTakesPositionsUpToTheCountAndNullIsIgnored)
@@ -93,18 +103,6 @@ TEST(Children, RemovalDropsOneEntryInsertTakesPositionsUpToTheCountAndNullIsIgno
     EXPECT_EQ(parent->ChildIndex(nullptr), -1);
     EXPECT_EQ(parent->IsChild(outsider.node), 0);
     EXPECT_EQ(outsider->GetLastChild(), nullptr);
-}
-
-TEST(Children, DestroyingAParentReleasesChildrenLastFirstAndSharedOnesSurvive)
-{
-    destroyed.clear();
-    Held keeper(CBaseNode::Create());
-    CBaseNode* parent = Logged("parent");
-    for (const char* name : {"a", "b", "c"}) parent->AppendChild(Logged(name));
-    keeper->AppendChild(parent->GetChild(1));
-    parent->Release();
-    EXPECT_EQ(destroyed, (NameList{"parent", "c", "a"}));
-    EXPECT_EQ(keeper->GetChild(0)->RefCount(), 1);
 }
 
 TEST(NodeCopy, CopyTakesNameAndAttributesOnlyAndCopiesTakeTheirOwnReferences)

@@ -87,7 +87,7 @@ TEST(Drawing, AsksEachNodesChainInOrderAndSkipsHiddenAndDisabledNodes)
 
 // The two variants of Draw differ in how a failing non-geometry child counts,
 // and in where the result starts.
-TEST(Drawing, ResultsOfTheBaseAndTheDerivedVariant)
+TEST(Drawing, ResultsOfTheBaseAndTheDerivedVariantMissingProceduresAndHiddenTrees)
 {
     struct Case {
         const char* title;
@@ -110,10 +110,8 @@ TEST(Drawing, ResultsOfTheBaseAndTheDerivedVariant)
         Make<CGeoLineNode>("l", Make<CBaseNode>("plain", tree.Root()));
         EXPECT_EQ(static_cast<CGeoBaseNode*>(tree.Root())->Draw("R", nullptr), c.expected);
     }
-}
 
-TEST(Drawing, MissingProceduresFailAndHiddenTreesCallNothing)
-{
+    // Missing procedures fail, and hidden trees call nothing.
     CTree tree(Make("root"));
     Make<CGeoSwitchNode>("a", tree.Root());
     Make<CGeoPointNode>("b", tree.Root());

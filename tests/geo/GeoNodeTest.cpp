@@ -19,7 +19,7 @@ namespace {
 
 using brell::test::Held;
 
-TEST(GeometryClasses, IdentityAndCommentOfANewNode)
+TEST(GeometryClasses, IdentityDefaultsAndCommentsWithTheirFlags)
 {
     struct Case {
         const char* type;
@@ -58,10 +58,7 @@ TEST(GeometryClasses, IdentityAndCommentOfANewNode)
         EXPECT_EQ(node->ShowEnable(0), 1);
         EXPECT_EQ(node->ShowEnable(0), 0);
     }
-}
 
-TEST(GeometryClasses, DefaultsAndCommentsWithTheirFlags)
-{
     Held<CGeoPointNode> point;
     Held<CGeoNormalNode> normal;
     EXPECT_EQ(point->size, 1.0);

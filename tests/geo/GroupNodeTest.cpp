@@ -135,7 +135,7 @@ private:
     int& discards_;
 };
 
-TEST(GeoRefNode, DiscardsItsCacheExactlyOnceOnEveryPath)
+TEST(GeoRefNode, DiscardsItsCacheExactlyOnceOnEveryPathAndFollowsMixedChains)
 {
     CBaseNode target;
     struct Path {
@@ -168,10 +168,8 @@ TEST(GeoRefNode, DiscardsItsCacheExactlyOnceOnEveryPath)
         EXPECT_EQ(discards, 1);
     }
     EXPECT_EQ(target.RefCount(), 0);
-}
 
-TEST(GeoRefNode, ReferencesFollowMixedChainsAndAreFoundBySearch)
-{
+    // References follow mixed chains and are found by search.
     CTree tree(new CBaseNode);
     auto* polygon = new CGeoPolygonNode;
     auto* toPolygon = new CRefNode;

@@ -41,7 +41,7 @@ TEST(OverlayNodes, IdentityAndNoBoxForAnyOfTheSix)
     EXPECT_EQ(box, std::vector<double>(6, 7));
 }
 
-TEST(OverlayNodes, ConstructorsStoreTheirFiguresAndDefaults)
+TEST(OverlayNodes, ConstructorsStoreTheirFiguresDefaultsAndRegions)
 {
     const POINT corners[] = {{0, 0}, {10, 0}, {10, 10}};
     CGeoLine2DNode open(corners, 3, 0x0000FFu, 0, 9);
@@ -77,10 +77,8 @@ TEST(OverlayNodes, ConstructorsStoreTheirFiguresAndDefaults)
     EXPECT_EQ(chain.NumCtrlPoints(), 1);
     plain.SetColor(1, 2, 3);
     EXPECT_EQ(plain.color3, 3u);
-}
 
-TEST(OverlayNodes, RegionsAreCopiedInOrTakenFromAPath)
-{
+    // Regions are copied in or taken from a path.
     CRgn square;
     square.CreateRectRgn(0, 0, 4, 4);
     CGeoRegion2DNode copied(square, 0x00FF00u, 3, 0x0000FFu);

@@ -193,7 +193,7 @@ TEST_F(GlTest, EveryVertexClassDraws)
                   {25, 45, kBlack}});
 }
 
-TEST_F(GlTest, WithoutACameraTheBoxFillsTheView)
+TEST_F(GlTest, WithoutACameraTheBoxFillsTheViewAndSceneLightsReplaceTheLightAtTheEye)
 {
     Scene scene;
     Add(scene.root, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
@@ -204,19 +204,17 @@ TEST_F(GlTest, WithoutACameraTheBoxFillsTheView)
     // sides reach about two thirds of the way to the picture's edges.
     EXPECT_EQ(At(kSize / 2 + kSize / 4, kSize / 2), kRed);
     EXPECT_EQ(At(kSize - 4, kSize / 2), kBlack);
-}
 
-TEST_F(GlTest, SceneLightsReplaceTheLightAtTheEye)
-{
-    Scene scene;
-    Add(scene.root, OrthoCamera());
+    // Scene lights replace the light at the eye.
+    Scene lit;
+    Add(lit.root, OrthoCamera());
     LIGHT_PARAM dim{};
     dim.enabled = 1;
     dim.ambient[0] = dim.ambient[1] = dim.ambient[2] = 0.5;
-    auto* lights = Add(scene.root, new CGeoLightNode);
+    auto* lights = Add(lit.root, new CGeoLightNode);
     lights->Append(dim);
-    Add(scene.root, ShadedQuad(-1.0, -1.0, 1.0, 1.0, 0.0, kWhite));
-    Render(scene.root);
+    Add(lit.root, ShadedQuad(-1.0, -1.0, 1.0, 1.0, 0.0, kWhite));
+    Render(lit.root);
     const RGBA gray = At(kSize / 2, kSize / 2);
     EXPECT_NEAR(gray.r, 128, 1);
     EXPECT_EQ(gray.r, gray.b);

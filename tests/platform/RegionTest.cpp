@@ -150,7 +150,7 @@ TEST(PathRegion, PathsFillByTheEvenOddRuleWithin27BitCoordinates)
     DeleteObject(huge);
 }
 
-TEST(PathRegion, OnlyAClosedPathGivesARegionAndIsConsumed)
+TEST(RegionObject, OnlyAClosedPathGivesOneAndAnObjectHoldsOneRegionAndDeletesWhatItStillHolds)
 {
     CDC dc;
     EXPECT_EQ(PathToRegion(dc.m_hDC), nullptr) << "no path";
@@ -177,10 +177,8 @@ TEST(PathRegion, OnlyAClosedPathGivesARegionAndIsConsumed)
     source.CreateRectRgn(0, 0, 2, 2);
     EXPECT_EQ(none.CopyRgn(&source), 0) << "nothing to copy into";
     EXPECT_EQ(none.DeleteObject(), 0);
-}
 
-TEST(RegionObject, HoldsOneRegionAndDeletesWhatItStillHolds)
-{
+    // A region object holds one region and deletes what it still holds.
     CRgn a, b, c;
     EXPECT_EQ(a.CreateRectRgn(0, 0, 4, 4), 1);
     EXPECT_EQ(a.CreateRectRgn(0, 0, 1, 1), 0);

@@ -38,7 +38,7 @@ void ExpectVector(const CVector_3<double>& actual, double x, double y, double z)
     EXPECT_DOUBLE_EQ(actual.z, z);
 }
 
-TEST(ArrayCapacity, FollowsTheGrowthAndShrinkRules)
+TEST(Capacity, ArraysAndMatricesFollowTheirGrowthAndShrinkRules)
 {
     struct Case {
         const char* rule;
@@ -69,10 +69,8 @@ TEST(ArrayCapacity, FollowsTheGrowthAndShrinkRules)
         EXPECT_EQ(array.Number(), c.count);
         EXPECT_EQ(array.Capacity(), c.capacity);
     }
-}
 
-TEST(MatrixCapacity, GrowsBy1024RowsAndShrinksBy64RowsWithNoMinimum)
-{
+    // Matrices grow by 1024 rows and shrink by 64 rows with no minimum.
     CMatrixDataStore<int> matrix;
     matrix.width = 100;
     matrix.Element(99, 0) = 7;

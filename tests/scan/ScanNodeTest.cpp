@@ -112,7 +112,7 @@ TEST(ScanNodeClasses, HaveTheirTypeIdentityCommentsAndExactDataBlocksThatReadBac
     }
 }
 
-TEST(NodeStream, ASceneWrittenReadAndWrittenAgainGivesTheSameBytes)
+TEST(NodeStream, ASceneRoundTripsByteForByteAndCheckedLoadsRefuseLengthsPastTheDataBlock)
 {
     Scene scene;
     const int size = scene.tree.SizeOfByte();
@@ -129,6 +129,28 @@ TEST(NodeStream, ASceneWrittenReadAndWrittenAgainGivesTheSameBytes)
     CCharLineNode* charLine = static_cast<CCharLineNode*>(element->GetNode(0, "CCharLineNode"));
     EXPECT_EQ(charLine->intParam2, 19);
     EXPECT_EQ(charLine->transient, 0) << "not streamed";
+
+    // Under the bounds of a checked load, a data block whose inner lengths or
+    // counts run past its end is refused, and nothing read is kept.
+    CTree mesh(MakeMesh());
+    const int modelPart = static_cast<CMeshNode*>(mesh.Root())->CModelNode::SizeOfByte();
+    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(mesh.Root())));
+    WriteNode(stream.data(), mesh.Root());
+    const size_t data = stream.size() - static_cast<size_t>(mesh.Root()->SizeOfByte());
+    const size_t vertexCount = stream.size() - static_cast<size_t>(modelPart) + 4;
+    for (size_t field : {data, vertexCount}) {
+        SCOPED_TRACE(field);
+        std::vector<uint8_t> bad = stream;
+        bad[field + 3] = 0x70;
+        brell::BlockBounds bounds;
+        bounds.begin = bad.data();
+        bounds.end = bounds.begin + bad.size();
+        brell::ActiveBlockBounds() = &bounds;
+        CTree read(ReadNode(bad.data()));
+        brell::ActiveBlockBounds() = nullptr;
+        EXPECT_EQ(read.Root(), nullptr);
+        EXPECT_TRUE(bounds.Failed());
+    }
 }
 
 // Private: the store is the copy's alone and equal to the source's. Shared: one store, two holders.
@@ -233,7 +255,7 @@ TEST(MeshImages, AreTheImageChildrenCountedInChildOrder)
     EXPECT_EQ(mesh->GetChildNum(), 4u);
 }
 
-TEST(Elements, CountAndFindChildrenByKindAndScenesAreTheElementsAmongTheRootsChildren)
+TEST(Elements, CountAndFindChildrenByKindScenesAreTheElementsAmongTheRootsChildrenAndModelsEditVertices)
 {
     Scene scene;
     CElementNode* element = scene.element;
@@ -264,45 +286,16 @@ TEST(Elements, CountAndFindChildrenByKindAndScenesAreTheElementsAmongTheRootsChi
     EXPECT_EQ(ElementNumber(&empty) + ElementNumber(nullptr), 0);
     EXPECT_EQ(GetElement(0, nullptr), nullptr);
     EXPECT_EQ(second->RefCount(), 1);
-}
 
-TEST(ModelVertices, AreEditedThroughTheVertexStore)
-{
-    CTree tree(MakeModel());
-    auto* model = static_cast<CModelNode*>(tree.Root());
-    EXPECT_EQ(model->GetVertex(2), nullptr);
-    EXPECT_EQ(model->GetVertex(-1), nullptr);
-    EXPECT_EQ(model->InsertVertex(0, 1), 1);
-    EXPECT_EQ(model->GetVertex(1)->x, 1.0);
-    EXPECT_EQ(model->DeleteVertex(0, 2), 1);
-    EXPECT_EQ(model->GetVertex(0)->x, 4.0);
-    EXPECT_EQ(model->ClearVertex(), 1);
-    EXPECT_EQ(model->VertexNumber(), 0);
-}
-
-// Under the bounds of a checked load, a data block whose inner lengths or
-// counts run past its end is refused, and nothing read is kept.
-TEST(CheckedNodeStream, RefusesLengthsAndCountsPastTheDataBlock)
-{
-    CTree mesh(MakeMesh());
-    const int modelPart = static_cast<CMeshNode*>(mesh.Root())->CModelNode::SizeOfByte();
-    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(mesh.Root())));
-    WriteNode(stream.data(), mesh.Root());
-    const size_t data = stream.size() - static_cast<size_t>(mesh.Root()->SizeOfByte());
-    const size_t vertexCount = stream.size() - static_cast<size_t>(modelPart) + 4;
-    for (size_t field : {data, vertexCount}) {
-        SCOPED_TRACE(field);
-        std::vector<uint8_t> bad = stream;
-        bad[field + 3] = 0x70;
-        brell::BlockBounds bounds;
-        bounds.begin = bad.data();
-        bounds.end = bounds.begin + bad.size();
-        brell::ActiveBlockBounds() = &bounds;
-        CTree read(ReadNode(bad.data()));
-        brell::ActiveBlockBounds() = nullptr;
-        EXPECT_EQ(read.Root(), nullptr);
-        EXPECT_TRUE(bounds.Failed());
-    }
+    // Model vertices are edited through the vertex store.
+    EXPECT_EQ(scene.model->GetVertex(2), nullptr);
+    EXPECT_EQ(scene.model->GetVertex(-1), nullptr);
+    EXPECT_EQ(scene.model->InsertVertex(0, 1), 1);
+    EXPECT_EQ(scene.model->GetVertex(1)->x, 1.0);
+    EXPECT_EQ(scene.model->DeleteVertex(0, 2), 1);
+    EXPECT_EQ(scene.model->GetVertex(0)->x, 4.0);
+    EXPECT_EQ(scene.model->ClearVertex(), 1);
+    EXPECT_EQ(scene.model->VertexNumber(), 0);
 }
 
 }  // namespace

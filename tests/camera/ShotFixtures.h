@@ -91,13 +91,6 @@ Buffer HeaderBytes(Planes pitch, Planes color, float pitchOfPixels1 = 0.25f, flo
     return header;
 }
 
-template <class Header>
-Header FileOrder(Header header)
-{
-    ReverseOrder(header);
-    return header;
-}
-
 // Pitch 4 x 4, two planes of 16 bits; colour 4 x 4, one plane of 8 bits.
 constexpr Planes kSmallPitch = {4, 4, 2, 16}, kSmallColor = {4, 4, 1, 8};
 

@@ -10,20 +10,18 @@ namespace {
 struct Referenced {
     Referenced()
     {
-        subtree->AddRef();
-        Add(subtree, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
-        CGeoPolyShadeRefNode* quad = Add(subtree, ShadedQuad(-1.0, -1.0, 1.0, 1.0, -0.5, kWhite));
+        Add(subtree.node, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
+        CGeoPolyShadeRefNode* quad = Add(subtree.node, ShadedQuad(-1.0, -1.0, 1.0, 1.0, -0.5, kWhite));
         quad->texture = 1;
         quad->textureImage->width = 1;
         quad->textureImage->AppendRows(1);
         quad->textureImage->Element(0, 0) = kBlue;
-        reference->SetRefNode(subtree);
-        Add(scene.root, OrthoCamera());
-        Add(scene.root, reference);
+        reference->SetRefNode(subtree.node);
+        Add(scene.node, OrthoCamera());
+        Add(scene.node, reference);
     }
-    ~Referenced() { subtree->Release(); }
 
-    CGeoBaseNode* subtree = new CGeoBaseNode;
+    Scene subtree;
     CGeoRefNode* reference = new CGeoRefNode;
     Scene scene;
 };
@@ -31,20 +29,20 @@ struct Referenced {
 TEST_F(GlTest, AnUnchangedSceneUploadsNothingAgainUntilItsCacheIsReleased)
 {
     Referenced referenced;
-    Render(referenced.scene.root);
+    Render(referenced.scene.node);
     const uint64_t first = renderer->Uploads();
     EXPECT_GT(first, 0u);
     EXPECT_NE(referenced.reference->GetCache(), nullptr);
     EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
     EXPECT_EQ(AtWorld(-0.5, 0.5), kBlue);
 
-    Render(referenced.scene.root);
+    Render(referenced.scene.node);
     EXPECT_EQ(renderer->Uploads(), first);
     EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
     EXPECT_EQ(AtWorld(-0.5, 0.5), kBlue);
 
     referenced.reference->ReleaseCache();
-    Render(referenced.scene.root);
+    Render(referenced.scene.node);
     EXPECT_EQ(renderer->Uploads(), 2 * first);
     EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
 }
@@ -52,10 +50,10 @@ TEST_F(GlTest, AnUnchangedSceneUploadsNothingAgainUntilItsCacheIsReleased)
 TEST_F(GlTest, NodesOutsideReferencesUploadEveryFrame)
 {
     Scene scene;
-    Add(scene.root, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
-    Render(scene.root);
+    Add(scene.node, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
+    Render(scene.node);
     const uint64_t first = renderer->Uploads();
-    Render(scene.root);
+    Render(scene.node);
     EXPECT_EQ(renderer->Uploads(), 2 * first);
 }
 
@@ -64,15 +62,15 @@ TEST_F(GlTest, EachCacheOutlivesItsRendererAndGoesWithItsNodeOnce)
     const int before = GlCacheCount();
     {
         Referenced referenced;
-        Add(referenced.scene.root, new CGeoRefNode)->SetRefNode(referenced.subtree);
-        Render(referenced.scene.root);
+        Add(referenced.scene.node, new CGeoRefNode)->SetRefNode(referenced.subtree.node);
+        Render(referenced.scene.node);
         EXPECT_EQ(GlCacheCount(), before + 2);
         renderer.reset();
         EXPECT_EQ(GlCacheCount(), before + 2);
 
         // Another renderer cannot use the caches of the first and makes its own.
         renderer = std::make_unique<CGlRenderer>(kSize, kSize);
-        Render(referenced.scene.root);
+        Render(referenced.scene.node);
         EXPECT_GT(renderer->Uploads(), 0u);
         EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
         EXPECT_EQ(GlCacheCount(), before + 2);

@@ -1,7 +1,6 @@
 // Geometry procedures turn scan data into drawable nodes sharing its stores.
 
 #include "gl/GlScenes.h"
-#include "support/Held.h"
 
 #include <brelldata/core/Walk.h>
 #include <brelldata/scan/LineNodes.h>
@@ -38,14 +37,14 @@ protected:
 
         auto* line = Add(element.node, new CLinearLineNode);
         line->lines->lines.push_back({{-1.55, -1.55, 0.0}, {1.55, -1.55, 0.0}, {1.55, 1.55, 0.0}});
-        Add(output.root, OrthoCamera());
+        Add(output.node, OrthoCamera());
     }
     template <class Node>
     Node* Built()
     {
         int counter = 0;
         return static_cast<Node*>(
-            SearchNode(output.root, IsSameType, counter, const_cast<char*>(Node::TypeId().c_str())));
+            SearchNode(output.node, IsSameType, counter, const_cast<char*>(Node::TypeId().c_str())));
     }
 
     Held<CElementNode> element;
@@ -55,7 +54,7 @@ protected:
 
 TEST_F(ScanGeometry, TexturedMeshesShareTheScanStoresAndShowTheImage)
 {
-    ASSERT_EQ(element->GeoCalc(kGlTexture, output.root), 1);
+    ASSERT_EQ(element->GeoCalc(kGlTexture, output.node), 1);
     auto* shade = Built<CGeoPolyShadeRefNode>();
     ASSERT_NE(shade, nullptr);
     EXPECT_EQ(&*shade->vertices, &*mesh->vertices);
@@ -71,7 +70,7 @@ TEST_F(ScanGeometry, TexturedMeshesShareTheScanStoresAndShowTheImage)
     ASSERT_NE(Built<CGeoLineNode>(), nullptr);
     EXPECT_EQ(Built<CGeoLineNode>()->Number(), 2);
 
-    Render(output.root);
+    Render(output.node);
     // Between the texel centres and the edges, where filtering mixes nothing.
     EXPECT_EQ(AtWorld(-0.8, 0.8), kRed);
     EXPECT_EQ(AtWorld(0.8, 0.8), kGreen);
@@ -82,16 +81,16 @@ TEST_F(ScanGeometry, TexturedMeshesShareTheScanStoresAndShowTheImage)
 
 TEST_F(ScanGeometry, WireAndPointProceduresBuildTheirOwnNodes)
 {
-    ASSERT_EQ(element->GeoCalc(kGlWire, output.root), 1);
+    ASSERT_EQ(element->GeoCalc(kGlWire, output.node), 1);
     auto* wire = Built<CGeoWireFrameNode>();
     ASSERT_NE(wire, nullptr);
     EXPECT_EQ(&*wire->polygons, &*mesh->polygons);
     EXPECT_EQ(wire->Number(), 1);
     EXPECT_EQ(Built<CGeoPolyShadeRefNode>(), nullptr);
 
-    ASSERT_EQ(element->GeoCalc(kGlSmooth, output.root), 1);
+    ASSERT_EQ(element->GeoCalc(kGlSmooth, output.node), 1);
     EXPECT_EQ(Built<CGeoPolyShadeRefNode>()->smooth, 1);
-    Render(output.root);
+    Render(output.node);
     EXPECT_EQ(AtWorld(0.0, 0.0).r, AtWorld(0.0, 0.0).b);
     EXPECT_GT(AtWorld(0.0, 0.0).r, 150);
 }

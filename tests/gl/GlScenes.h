@@ -3,6 +3,8 @@
 // Renderers that skip a test when this machine has no EGL or OpenGL, and
 // small scenes built from a few geometry nodes.
 
+#include "support/Held.h"
+
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/gl/Picture.h>
@@ -83,11 +85,7 @@ protected:
 };
 
 // A node that holds its scene for the test and releases it at the end.
-struct Scene {
-    Scene() { root->AddRef(); }
-    ~Scene() { root->Release(); }
-    CGeoBaseNode* root = new CGeoBaseNode;
-};
+using Scene = Held<CGeoBaseNode>;
 
 template <class Node>
 Node* Add(CBaseNode* parent, Node* node)

@@ -23,12 +23,12 @@ protected:
     void SetUp() override
     {
         GlTest::SetUp();
-        Add(scene.root, OrthoCamera());
+        Add(scene.node, OrthoCamera());
         // The red one comes first: depth, not order, puts it in front.
-        Add(scene.root, Polygon({{-1.5, 0.4, 0.0}, {-0.5, 0.4, 0.0}, {-1.0, 1.4, 0.0}}, kRed));
-        Add(scene.root, Polygon({{-1.9, 0.1, -1.0}, {-0.1, 0.1, -1.0}, {-1.0, 1.9, -1.0}}, kBlue));
+        Add(scene.node, Polygon({{-1.5, 0.4, 0.0}, {-0.5, 0.4, 0.0}, {-1.0, 1.4, 0.0}}, kRed));
+        Add(scene.node, Polygon({{-1.9, 0.1, -1.0}, {-0.1, 0.1, -1.0}, {-1.0, 1.9, -1.0}}, kBlue));
 
-        CGeoPolyShadeRefNode* textured = Add(scene.root, ShadedQuad(0.2, 0.2, 1.8, 1.8, 0.0, kWhite));
+        CGeoPolyShadeRefNode* textured = Add(scene.node, ShadedQuad(0.2, 0.2, 1.8, 1.8, 0.0, kWhite));
         textured->texture = 1;
         textured->textureImage->width = 2;
         textured->textureImage->AppendRows(2);
@@ -37,8 +37,8 @@ protected:
         textured->textureImage->Element(1, 0) = kBlue;
         textured->textureImage->Element(1, 1) = kYellow;
 
-        Add(scene.root, Polygon({{-1.5, -1.5, 1.0}, {-0.5, -1.5, 1.0}, {-1.0, -0.5, 1.0}}, kGreen))->ShowEnable(0);
-        auto* switchNode = Add(scene.root, new CGeoSwitchNode);
+        Add(scene.node, Polygon({{-1.5, -1.5, 1.0}, {-0.5, -1.5, 1.0}, {-1.0, -0.5, 1.0}}, kGreen))->ShowEnable(0);
+        auto* switchNode = Add(scene.node, new CGeoSwitchNode);
         auto* point = Add(switchNode, new CGeoPointNode);
         SetVertices(point, {{-1.0, -1.0, 0.0}});
         point->Append(1);
@@ -48,7 +48,7 @@ protected:
         Add(switchNode, Polygon({{-1.9, -1.9, 1.0}, {-0.1, -1.9, 1.0}, {-1.0, -0.1, 1.0}}, kGreen));
         switchNode->Enable(1, 0);
 
-        mode = Add(scene.root, new CGeoModeNode);
+        mode = Add(scene.node, new CGeoModeNode);
         CGeoPolyShadeRefNode* faces = ShadedQuad(0.2, -1.8, 1.8, -0.2, 0.0, kMagenta);
         auto* wire = new CGeoWireFrameNode;
         wire->vertices = faces->vertices;
@@ -66,7 +66,7 @@ protected:
 
 TEST_F(Quarters, EachQuarterShowsWhatItsNodesDraw)
 {
-    Render(scene.root);
+    Render(scene.node);
     EXPECT_EQ(AtWorld(-1.0, 0.75), kRed);  // the front triangle hides the back one whatever the order
     EXPECT_EQ(AtWorld(-1.0, 0.2), kBlue);
     EXPECT_EQ(AtWorld(-1.9, 1.9), kBlack);
@@ -81,7 +81,7 @@ TEST_F(Quarters, EachQuarterShowsWhatItsNodesDraw)
     EXPECT_EQ(AtWorld(1.0, -1.0), kBlack);
 
     mode->SetMode(CGeoModeNode::kShading);
-    Render(scene.root);
+    Render(scene.node);
     EXPECT_EQ(AtWorld(1.0, -1.0), kMagenta);
     EXPECT_EQ(AtWorld(0.21, -1.0), kMagenta);
 }
@@ -89,13 +89,13 @@ TEST_F(Quarters, EachQuarterShowsWhatItsNodesDraw)
 TEST_F(Quarters, OverlaysCoverThe3DPictureWhateverTheOrder)
 {
     const RECT square{46, 46, 51, 51};
-    scene.root->InsertChild(0, new CGeoRectangle2DNode(&square, 1, 0xFFFF00, 0));
+    scene.node->InsertChild(0, new CGeoRectangle2DNode(&square, 1, 0xFFFF00, 0));
     CRgn rectangles;
     rectangles.CreateRectRgn(4, 4, 8, 8);
-    auto* region = Add(scene.root, new CGeoRegion2DNode(rectangles, 0x0000FF, 0, 0));
+    auto* region = Add(scene.node, new CGeoRegion2DNode(rectangles, 0x0000FF, 0, 0));
     region->SetOffset({2, 0});
     mode->SetMode(CGeoModeNode::kShading);
-    Render(scene.root);
+    Render(scene.node);
     const RGBA cyan{0, 255, 255, 255};
     ExpectPixels({{48, 48, cyan},
                   {50, 50, cyan},
@@ -110,14 +110,14 @@ TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixels)
 {
     Scene scene;
     const POINT point{60, 2}, line[] = {{2, 60}, {20, 60}};
-    Add(scene.root, new CGeoPoint2DNode(&point, 1, 0xFFFFFF));
-    Add(scene.root, new CGeoLine2DNode(line, 2, 0xFFFFFF, 0, 1));
-    Add(scene.root, new CGeoCrossLine2DNode({32, 32}, 0xFFFFFF, 5, 1));
+    Add(scene.node, new CGeoPoint2DNode(&point, 1, 0xFFFFFF));
+    Add(scene.node, new CGeoLine2DNode(line, 2, 0xFFFFFF, 0, 1));
+    Add(scene.node, new CGeoCrossLine2DNode({32, 32}, 0xFFFFFF, 5, 1));
     // Anchors at (40, 10) and (60, 10) with their handles on the line between.
     const BEZIER_POINT2D curve[] = {{{40, 10, 40, 10, 45, 10, 0}}, {{60, 10, 55, 10, 60, 10, 0}}};
-    auto* bezier = Add(scene.root, new CGeoBezier2DNode(curve, 2, 0, 1, 1));
+    auto* bezier = Add(scene.node, new CGeoBezier2DNode(curve, 2, 0, 1, 1));
     bezier->SetColor(0x0000FF, 0x0000FF, 0x0000FF);
-    Render(scene.root);
+    Render(scene.node);
     ExpectPixels({{60, 2, kWhite},
                   {10, 60, kWhite},
                   {36, 32, kWhite},
@@ -149,17 +149,17 @@ Node* ReferencedSquare(int left, int top, int right, int bottom, RGBA color)
 TEST_F(GlTest, EveryVertexClassDraws)
 {
     Scene scene;
-    Add(scene.root, OrthoCamera());
-    SetVertices(Add(scene.root, new CGeoVertexNode), {Centre(8, 8)});
+    Add(scene.node, OrthoCamera());
+    SetVertices(Add(scene.node, new CGeoVertexNode), {Centre(8, 8)});
 
-    auto* line = Add(scene.root, new CGeoLineNode);
+    auto* line = Add(scene.node, new CGeoLineNode);
     SetVertices(line, {Centre(2, 20), Centre(14, 20)});
     line->Append(1);
     line->Index(0, 0) = 0;
     line->Index(0, 1) = 1;
     line->color = kRed;
 
-    auto* normals = Add(scene.root, new CGeoNormalNode);
+    auto* normals = Add(scene.node, new CGeoNormalNode);
     SetVertices(normals, {Centre(20, 8)});
     normals->Append(1);
     normals->Index(0) = 0;
@@ -167,7 +167,7 @@ TEST_F(GlTest, EveryVertexClassDraws)
     normals->size = 0.5;
     normals->color = kGreen;
 
-    auto* vertexNormals = Add(scene.root, new CGeoVertexNormalNode);
+    auto* vertexNormals = Add(scene.node, new CGeoVertexNormalNode);
     SetVertices(vertexNormals, {Centre(36, 8)});
     vertexNormals->Append(1);
     vertexNormals->Normal(0) = {0.0f, -1.0f, 0.0f};
@@ -175,13 +175,13 @@ TEST_F(GlTest, EveryVertexClassDraws)
     vertexNormals->color = kBlue;
 
     auto* outline = Polygon({Centre(44, 4), Centre(56, 4), Centre(56, 14), Centre(44, 14)}, kYellow);
-    auto* polyWire = Add(scene.root, new CGeoPolyWireNode);
+    auto* polyWire = Add(scene.node, new CGeoPolyWireNode);
     polyWire->Copy(outline);
     outline->Release();
-    Add(scene.root, ReferencedSquare<CGeoPolygonRefNode>(4, 40, 14, 50, kMagenta));
-    Add(scene.root, ReferencedSquare<CGeoPolyWireRefNode>(20, 40, 30, 50, kWhite));
+    Add(scene.node, ReferencedSquare<CGeoPolygonRefNode>(4, 40, 14, 50, kMagenta));
+    Add(scene.node, ReferencedSquare<CGeoPolyWireRefNode>(20, 40, 30, 50, kWhite));
 
-    Render(scene.root);
+    Render(scene.node);
     ExpectPixels({{8, 8, kWhite},
                   {8, 20, kRed},
                   {24, 8, kGreen},
@@ -196,8 +196,8 @@ TEST_F(GlTest, EveryVertexClassDraws)
 TEST_F(GlTest, WithoutACameraTheBoxFillsTheViewAndSceneLightsReplaceTheLightAtTheEye)
 {
     Scene scene;
-    Add(scene.root, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
-    Render(scene.root);
+    Add(scene.node, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
+    Render(scene.node);
     EXPECT_EQ(At(kSize / 2, kSize / 2), kRed);
     EXPECT_EQ(At(1, 1), kBlack);
     // The sphere through the square's corners just fills the view, so its
@@ -207,14 +207,14 @@ TEST_F(GlTest, WithoutACameraTheBoxFillsTheViewAndSceneLightsReplaceTheLightAtTh
 
     // Scene lights replace the light at the eye.
     Scene lit;
-    Add(lit.root, OrthoCamera());
+    Add(lit.node, OrthoCamera());
     LIGHT_PARAM dim{};
     dim.enabled = 1;
     dim.ambient[0] = dim.ambient[1] = dim.ambient[2] = 0.5;
-    auto* lights = Add(lit.root, new CGeoLightNode);
+    auto* lights = Add(lit.node, new CGeoLightNode);
     lights->Append(dim);
-    Add(lit.root, ShadedQuad(-1.0, -1.0, 1.0, 1.0, 0.0, kWhite));
-    Render(lit.root);
+    Add(lit.node, ShadedQuad(-1.0, -1.0, 1.0, 1.0, 0.0, kWhite));
+    Render(lit.node);
     const RGBA gray = At(kSize / 2, kSize / 2);
     EXPECT_NEAR(gray.r, 128, 1);
     EXPECT_EQ(gray.r, gray.b);
@@ -223,13 +223,13 @@ TEST_F(GlTest, WithoutACameraTheBoxFillsTheViewAndSceneLightsReplaceTheLightAtTh
 TEST_F(GlTest, RenderToPngWritesThePicture)
 {
     Scene scene;
-    Add(scene.root, OrthoCamera());
-    Add(scene.root, Polygon({{-2.0, -2.0, 0.0}, {2.0, -2.0, 0.0}, {2.0, 2.0, 0.0}}, kBlue));
+    Add(scene.node, OrthoCamera());
+    Add(scene.node, Polygon({{-2.0, -2.0, 0.0}, {2.0, -2.0, 0.0}, {2.0, 2.0, 0.0}}, kBlue));
     const std::string path = ::testing::TempDir() + "brell_gl_picture.png";
     RenderOptions options;
     options.width = 40;
     options.height = 20;
-    RenderToPng(scene.root, options, path.c_str());
+    RenderToPng(scene.node, options, path.c_str());
 
     png_image image{};
     image.version = PNG_IMAGE_VERSION;

@@ -62,8 +62,9 @@ const char* xyzFile =
     "\n"
     "-4.5 5 6e2 0 1 0\n";
 
-TEST(ScanFormats, AnAsciiPlyGivesPositionsColoursPerCornerTexCoordsAndFansAPentagon)
+TEST(ScanFormats, EachReaderGivesTheWholeGeometryOfItsFile)
 {
+    // An ASCII PLY file gives colours and texture coordinates per corner, and its pentagon as a fan.
     ExpectSameGeometry(ReadPly(asciiPly, "two.ply"),
                        {{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0.5}, {0.5, 2, -1e-3}},
                         {},
@@ -73,22 +74,17 @@ TEST(ScanFormats, AnAsciiPlyGivesPositionsColoursPerCornerTexCoordsAndFansAPenta
                          {{{0, 0}, {1, 0}, {1, 1}}, 3},
                          {{{0, 0}, {1, 1}, {0.5f, 0.75f}}, 3},
                          {{{0, 0}, {0.5f, 0.75f}, {0, 1}}, 3}}});
-}
 
-TEST(ScanFormats, AnOffReadsColoursAsIntegersOrFractionsAndSkipsFaceColours)
-{
+    // An OFF file has colours as integers or fractions; face colours are skipped.
     ExpectSameGeometry(ReadOff(offFile, "two.off"),
                        {{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {2, 2, 2}},
                         {},
                         {{255, 0, 0, 255}, {0, 255, 0, 128}, {0, 0, 255, 128}, {1, 1, 1, 255}, {9, 9, 9, 255}},
                         {{{0, 1, 2, 3}, 4}, {{3, 2, 4}, 3}},
                         {}});
-}
 
-// Untextured faces get rows of zeros; the last face gives vertices 1 and 2
-// normal 2 after normal 1, so each is copied.
-TEST(ScanFormats, AnObjResolvesEveryCornerFormAndCopiesAVertexWithASecondNormal)
-{
+    // Every OBJ corner form; untextured faces get rows of zeros, and the last face gives
+    // vertices 1 and 2 normal 2 after normal 1, so each is copied.
     const ScanGeometry g = ReadObj(objFile, "forms.obj");
     EXPECT_EQ(g.skippedStatements, 2u);
     ExpectSameGeometry(g, {{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {0, 0, 0}, {1, 0, 0}},
@@ -96,10 +92,8 @@ TEST(ScanFormats, AnObjResolvesEveryCornerFormAndCopiesAVertexWithASecondNormal)
                            {},
                            {{{0, 1, 2}, 3}, {{0, 1, 2}, 3}, {{0, 1, 2}, 3}, {{4, 5, 2, 3}, 4}},
                            {{{}, 3}, {{{0, 0}, {1, 0}, {1, 1}}, 3}, {{}, 3}, {{{0, 0}, {1, 0}, {1, 1}, {0, 0}}, 4}}});
-}
 
-TEST(ScanFormats, AnXyzWithNormalsGivesOnePointALine)
-{
+    // An XYZ file with normals gives one point a line.
     ExpectSameGeometry(ReadXyz(xyzFile, "points.xyz"),
                        {{{0, 0, 0}, {1, 2, 3}, {-4.5, 5, 600}}, {{0, 0, 1}, {1, 0, 0}, {0, 1, 0}}, {}, {}, {}});
 }

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -27,12 +28,6 @@ Bytes& BezierBytes(Bytes& bytes, double first, int tag)
 {
     for (int i = 0; i < 9; ++i) bytes.F64(first + i);
     return bytes.I32(tag).I32(0);
-}
-
-template <auto make>
-CBaseNode* Filled()
-{
-    return make();
 }
 
 TEST(ScanNodeClasses, HaveTheirTypeIdentityCommentsAndExactDataBlocksThatReadBack)
@@ -57,26 +52,26 @@ TEST(ScanNodeClasses, HaveTheirTypeIdentityCommentsAndExactDataBlocksThatReadBac
         const char* base;
         const std::string& (*baseTypeId)();
         const char* newComment;
-        int newSize;             // of the new node's block, empty stores and attributes
-        CBaseNode* (*filled)();  // made by the fixtures; none for classes without a data block
+        int newSize;                         // of the new node's block, empty stores and attributes
+        std::function<CBaseNode*()> filled;  // made by the fixtures; none for classes without a data block
         const char* filledComment;
         Bytes block;  // the filled node's data block before its attributes
     };
     const Case cases[] = {
         {"CObjectNode", "CBaseNode", &CObjectNode::BaseTypeId, "Attribute: 0", 4, nullptr, nullptr, {}},
         {"CElementNode", "CObjectNode", &CElementNode::BaseTypeId, "Attribute: 0", 4, nullptr, nullptr, {}},
-        {"CLodNode", "CObjectNode", &CLodNode::BaseTypeId, "LOD level = 0", 8, &Filled<MakeLod>, "LOD level = -3",
+        {"CLodNode", "CObjectNode", &CLodNode::BaseTypeId, "LOD level = 0", 8, MakeLod, "LOD level = -3",
          Bytes().I32(-3)},
-        {"CModelNode", "CObjectNode", &CModelNode::BaseTypeId, "0 vertices", 12, &Filled<MakeModel>, "2 vertices",
+        {"CModelNode", "CObjectNode", &CModelNode::BaseTypeId, "0 vertices", 12, MakeModel, "2 vertices",
          Bytes().I32(52).I32(2).F64(1).F64(2).F64(3).F64(4).F64(5).F64(6)},
-        {"CMeshNode", "CModelNode", &CMeshNode::BaseTypeId, "0 polygons", 52, &Filled<MakeMesh>, "1 polygons", mesh},
-        {"CLinearLineNode", "CObjectNode", &CLinearLineNode::BaseTypeId, "0 lines", 12, &Filled<MakeLinearLine>,
-         "2 lines", linear},
-        {"CBezierLineNode", "CObjectNode", &CBezierLineNode::BaseTypeId, "0 bezier lines", 12, &Filled<MakeBezierLine>,
+        {"CMeshNode", "CModelNode", &CMeshNode::BaseTypeId, "0 polygons", 52, MakeMesh, "1 polygons", mesh},
+        {"CLinearLineNode", "CObjectNode", &CLinearLineNode::BaseTypeId, "0 lines", 12, MakeLinearLine, "2 lines",
+         linear},
+        {"CBezierLineNode", "CObjectNode", &CBezierLineNode::BaseTypeId, "0 bezier lines", 12, MakeBezierLine,
          "1 bezier lines", bezier},
-        {"CCharLineNode", "CObjectNode", &CCharLineNode::BaseTypeId, "Attribute: 0", 168, &Filled<MakeCharLine>,
-         "Attribute: 1", charLine},
-        {"CImageNode", "CObjectNode", &CImageNode::BaseTypeId, "width = 1, height = 0", 16, &Filled<MakeImage>,
+        {"CCharLineNode", "CObjectNode", &CCharLineNode::BaseTypeId, "Attribute: 0", 168, MakeCharLine, "Attribute: 1",
+         charLine},
+        {"CImageNode", "CObjectNode", &CImageNode::BaseTypeId, "width = 1, height = 0", 16, MakeImage,
          "width = 3, height = 2",
          Bytes().I32(32).I32(2).I32(3).Raw({0, 1, 2, 3, 1, 2, 3, 4, 2, 3, 4, 5, 3, 4, 5, 6, 4, 5, 6, 7, 5, 6, 7, 8})},
     };
@@ -89,7 +84,7 @@ TEST(ScanNodeClasses, HaveTheirTypeIdentityCommentsAndExactDataBlocksThatReadBac
         EXPECT_EQ(c.baseTypeId(), c.base);
         EXPECT_EQ(made.Root()->Comment(), c.newComment);
         EXPECT_EQ(made.Root()->SizeOfByte(), c.newSize);
-        if (c.filled == nullptr) continue;
+        if (!c.filled) continue;
 
         CTree written(c.filled());
         EXPECT_EQ(written.Root()->Comment(), c.filledComment);

@@ -24,7 +24,7 @@ Header HostOrder(const Buffer& file)
     return header;
 }
 
-TYPED_TEST(Headers, ReverseOrderSwapsEachFieldWithItsWidthAndNothingElse)
+TYPED_TEST(Headers, ReverseOrderSwapsEachFieldWithItsWidthAndPlausibilityStopsJustPastEachBound)
 {
     using Header = typename TypeParam::Header;
     const Buffer file = Pattern(sizeof(Header), 3);
@@ -37,10 +37,8 @@ TYPED_TEST(Headers, ReverseOrderSwapsEachFieldWithItsWidthAndNothingElse)
     EXPECT_EQ(ImageOf(header), expected);
     ReverseOrder(header);
     EXPECT_EQ(ImageOf(header), file) << "twice restores the record";
-}
 
-TYPED_TEST(Headers, PlausibilityStopsJustPastEachBound)
-{
+    // Plausibility stops just past each bound.
     struct Case {
         const char* rule;
         Planes pitch;
@@ -58,9 +56,9 @@ TYPED_TEST(Headers, PlausibilityStopsJustPastEachBound)
         {"second pitch of pixels below zero", {1, 1, 1, 8}, 0.0f, -1e-30f, 0},
     };
     for (const Case& c : cases) {
-        auto header = HostOrder<typename TypeParam::Header>(
+        auto checked = HostOrder<typename TypeParam::Header>(
             HeaderBytes<TypeParam>(c.pitch, {65535, 65535, 65535, 65535}, c.pitchOfPixels1, c.pitchOfPixels2));
-        EXPECT_EQ(TypeParam::Check(&header), c.plausible) << c.rule;
+        EXPECT_EQ(TypeParam::Check(&checked), c.plausible) << c.rule;
     }
     EXPECT_EQ(TypeParam::Check(nullptr), 0);
 }

@@ -24,7 +24,7 @@ CBaseNode* Logged(const char* name)
     return Named(name, CTestCountedNode::Create());
 }
 
-TEST(TypeIdentity, FollowsTheChainOfBases)
+TEST(BaseNode, TypeIdentityFollowsTheChainOfBasesAndReleaseBelowOneDestroys)
 {
     Held cube(CTestCubeNode::Create());
     EXPECT_EQ(cube->Type(), "CTestCubeNode");
@@ -34,10 +34,8 @@ TEST(TypeIdentity, FollowsTheChainOfBases)
         EXPECT_EQ(cube->IsKindOf(name), 1) << name;
     for (const char* name : {"cbasenode", "CTestCube", ""}) EXPECT_EQ(cube->IsKindOf(name), 0) << name;
     EXPECT_EQ(Held(CTestBoxNode::Create())->IsKindOf("CTestCubeNode"), 0);
-}
 
-TEST(ReferenceCounts, ReleaseBelowOneDestroysNodesAndRefObjectsAndParentsReleaseChildrenLastFirst)
-{
+    // Release below one destroys nodes and reference objects.
     destroyed.clear();
     Logged("unowned")->Release();
     CBaseNode* owned = Logged("owned");

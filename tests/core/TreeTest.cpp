@@ -15,7 +15,7 @@ namespace {
 
 using namespace brell::test;
 
-TEST(Tree, OrdersMirrorEachOtherEndPositionsStayPutAndParentsAndSiblingsAreFoundFromTheRootOrTheStart)
+TEST(Tree, OrdersMirrorEachOtherParentsAndSiblingsAreFoundAndEachTreeHoldsOneReference)
 {
     StandardTree s;
     EXPECT_EQ(WalkNames(s.tree, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
@@ -52,10 +52,8 @@ TEST(Tree, OrdersMirrorEachOtherEndPositionsStayPutAndParentsAndSiblingsAreFound
     EXPECT_EQ(s.tree.FindParent(x), s.a);
     s.a->InsertChild(0, s.a2);
     EXPECT_EQ(s.tree.FindNext(s.a2), s.a1);
-}
 
-TEST(Tree, HoldsOneReferenceAndTheLastReleaseDestroysTheSubtree)
-{
+    // Each tree holds one reference, and the last release destroys the subtree.
     const int before = CTestCountedNode::live;
     CBaseNode* root = CTestCountedNode::Create();
     root->AppendChild(CTestCountedNode::Create());

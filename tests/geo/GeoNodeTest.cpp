@@ -87,7 +87,7 @@ TEST(GeometryClasses, IdentityDefaultsAndCommentsWithTheirFlags)
     EXPECT_EQ(base->Comment(), "Attribute: 1[Hide]");
 }
 
-TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommon)
+TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommonAndVertexNodesEditBoxAndSearch)
 {
     Held<CGeoPointNode> point;
     Held<CGeoPointNode> source;
@@ -138,10 +138,8 @@ TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommon)
     EXPECT_EQ(point->Copy(nullptr), 0);
     EXPECT_EQ(point->Copy(point.node), 1);
     EXPECT_EQ(point->Index(0), 42);
-}
 
-TEST(VertexNodes, DeleteByValueWithNormalsFollowingTheirIndicesBoxAndNearestVertex)
-{
+    // Vertex nodes delete by value, normals following their indices; boxes and nearest vertices.
     Held<CGeoNormalNode> normal;
     ASSERT_EQ(normal->Append(4), 1);
     EXPECT_EQ(normal->normals->Number(), 4);
@@ -195,7 +193,7 @@ public:
     using CGeoPolyShadeRefNode::Check;
 };
 
-TEST(ReferenceMeshes, IndexTextureCoordinatesWithSpareElementsAndCheckCorrectsNormalCountsWithAWarningEach)
+TEST(GeometryClasses, ReferenceMeshesIndexAndCheckTheirNormalsLightsListAndTheViewPoint)
 {
     Held<CGeoPolyShadeRefNode> mesh;
     auto& rows = mesh->polygons->rows;
@@ -239,10 +237,8 @@ TEST(ReferenceMeshes, IndexTextureCoordinatesWithSpareElementsAndCheckCorrectsNo
     checked->Check();
     EXPECT_EQ(recording.Texts().size(), 2u);
     EXPECT_EQ(checked->smoothNormals->Number(), 5);
-}
 
-TEST(LightsAndCamera, LightListAndViewPoint)
-{
+    // Lights and the view point.
     Held<CGeoLightNode> lights;
     EXPECT_EQ(lights->Light(0), nullptr);
     EXPECT_EQ(lights->Delete(0), 0);

@@ -24,6 +24,13 @@ std::vector<int> Enabled(CBaseNode& node)
     return flags;
 }
 
+std::vector<CBaseNode*> Children(CBaseNode& node)
+{
+    std::vector<CBaseNode*> children;
+    for (unsigned int i = 0; i < node.GetChildNum(); ++i) children.push_back(node.GetChild(i));
+    return children;
+}
+
 CGeoSwitchNode* SwitchOf(int children)
 {
     auto* node = new CGeoSwitchNode;
@@ -31,7 +38,7 @@ CGeoSwitchNode* SwitchOf(int children)
     return node;
 }
 
-TEST(SwitchNode, FlagsFollowPositionsWithTheDefaultBeyondThem)
+TEST(GroupNodes, SwitchFlagsFollowPositionsAndModeMembersKeepTheirOrderAndReachShadedMeshes)
 {
     Held three(SwitchOf(3));
     EXPECT_EQ(three->Comment(), "Default: Enable <  >");
@@ -60,17 +67,8 @@ TEST(SwitchNode, FlagsFollowPositionsWithTheDefaultBeyondThem)
     Held<CGeoSwitchNode> copy;
     copy->Copy(two.node);
     EXPECT_EQ(copy->Comment(), "Default: Disable < -xx >");
-}
 
-std::vector<CBaseNode*> Children(CBaseNode& node)
-{
-    std::vector<CBaseNode*> children;
-    for (unsigned int i = 0; i < node.GetChildNum(); ++i) children.push_back(node.GetChild(i));
-    return children;
-}
-
-TEST(ModeNode, MembersKeepTheirOrderReplacedOnesAreReleasedAndTheModeReachesShadedMeshesBelow)
-{
+    // A mode node keeps its members in order, releases replaced ones, and its mode reaches shaded meshes below.
     Held<CGeoModeNode> mode;
     auto* other = new CGeoBaseNode;
     auto* line = new CGeoBaseNode;

@@ -22,7 +22,7 @@ std::vector<std::pair<int, int>> Points(CArrayDataStore<POINT>& store)
     return points;
 }
 
-TEST(OverlayNodes, IdentityAndNoBoxForAnyOfTheSix)
+TEST(OverlayNodes, IdentityNoBoxAndConstructorsStoreTheirFiguresDefaultsAndRegions)
 {
     const char* types[] = {"CGeoPoint2DNode",     "CGeoLine2DNode",   "CGeoCrossLine2DNode",
                            "CGeoRectangle2DNode", "CGeoRegion2DNode", "CGeoBezier2DNode"};
@@ -39,10 +39,8 @@ TEST(OverlayNodes, IdentityAndNoBoxForAnyOfTheSix)
     std::vector<double> box(6, 7);
     EXPECT_EQ(EvalBBoxForNode(tree.Root(), box[0], box[1], box[2], box[3], box[4], box[5]), 0);
     EXPECT_EQ(box, std::vector<double>(6, 7));
-}
 
-TEST(OverlayNodes, ConstructorsStoreTheirFiguresDefaultsAndRegions)
-{
+    // Constructors store their figures and defaults.
     const POINT corners[] = {{0, 0}, {10, 0}, {10, 10}};
     CGeoLine2DNode open(corners, 3, 0x0000FFu, 0, 9);
     EXPECT_EQ(open.points.Number(), 3);

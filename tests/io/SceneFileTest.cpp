@@ -74,7 +74,7 @@ struct SceneFolder : testing::Test {
     fs::path folder;
 };
 
-TEST_F(SceneFolder, SavedScenesLoadBackToTheSameStreamAndEveryPrefixIsRefused)
+TEST_F(SceneFolder, SavedScenesLoadBackEveryPrefixIsRefusedAndAFailedSaveLeavesTheOldFile)
 {
     CTree scene = MakeScene();
     const std::string file = SceneFileOf(StreamOf(scene.Root()));
@@ -96,11 +96,8 @@ TEST_F(SceneFolder, SavedScenesLoadBackToTheSameStreamAndEveryPrefixIsRefused)
     CTree whole(brell::io::LoadSceneFromMemory(file, "whole"));
     EXPECT_EQ(StreamOf(whole.Root()), StreamOf(scene.Root()));
     EXPECT_THROW(brell::io::LoadScene(folder / "none.brs"), FileError);
-}
 
-TEST_F(SceneFolder, AFailedSaveLeavesTheOldFileAndNoTemporaryOne)
-{
-    const fs::path path = folder / "scene.brs";
+    // A failed save leaves the old file and no temporary one.
     CTree small = MakeScene();
     brell::io::SaveScene(small, path);
     const std::string before = ReadAll(path);

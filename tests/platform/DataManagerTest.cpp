@@ -51,7 +51,7 @@ public:
     std::vector<Report> reports;
 };
 
-TEST(DataManagerRegistration, RefusesNullsTakenNamesAndObjectsAlreadyHeld)
+TEST(DataManager, RefusesNullsTakenNamesAndObjectsAlreadyHeldAndObjectsHandBlocksBack)
 {
     CDataManager manager;
     CTestObject held, other;
@@ -67,9 +67,22 @@ TEST(DataManagerRegistration, RefusesNullsTakenNamesAndObjectsAlreadyHeld)
     EXPECT_EQ(manager.Owner("b", "x", nullptr), 0);
     EXPECT_EQ(manager.UnRegister("a"), &held);
     EXPECT_EQ(manager.UnRegister("a"), nullptr);
+
+    // An object makes a block of its SizeOfByte bytes and takes one back, freeing it.
+    CTestObject object;
+    auto* block = static_cast<unsigned char*>(object.MakeBlock());
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(block[2], 0x5A);
+    object.TakeBlock(block);
+    EXPECT_EQ(object.read, 0x5A);
+
+    object.writes = 0;
+    EXPECT_EQ(object.MakeBlock(), nullptr) << "a failed write hands out no block";
+    CTestObject empty(0);
+    EXPECT_EQ(empty.MakeBlock(), nullptr);
 }
 
-TEST(DataManagerLettingGo, OwnedObjectsAreReportedOnceAndUnownedOnesDeletedOnlyAtTheEnd)
+TEST(DataManager, OwnedObjectsAreReportedOnceAndUnownedOnesDeletedOnlyAtTheEnd)
 {
     const int before = CTestObject::live;
     CRecordingNotify notify;
@@ -97,21 +110,6 @@ TEST(DataManagerLettingGo, OwnedObjectsAreReportedOnceAndUnownedOnesDeletedOnlyA
     EXPECT_EQ(notify.reports[1].object, kept);
     EXPECT_EQ(CTestObject::live, before + 1);
     delete unowned;
-}
-
-TEST(DataObjectBlocks, MakeBlockWritesSizeOfByteBytesAndTakeBlockReadsAndFreesIt)
-{
-    CTestObject object;
-    auto* block = static_cast<unsigned char*>(object.MakeBlock());
-    ASSERT_NE(block, nullptr);
-    EXPECT_EQ(block[2], 0x5A);
-    object.TakeBlock(block);
-    EXPECT_EQ(object.read, 0x5A);
-
-    object.writes = 0;
-    EXPECT_EQ(object.MakeBlock(), nullptr) << "a failed write hands out no block";
-    CTestObject empty(0);
-    EXPECT_EQ(empty.MakeBlock(), nullptr);
 }
 
 }  // namespace

@@ -38,7 +38,7 @@ void ExpectVector(const CVector_3<double>& actual, double x, double y, double z)
     EXPECT_DOUBLE_EQ(actual.z, z);
 }
 
-TEST(Capacity, ArraysAndMatricesFollowTheirGrowthAndShrinkRules)
+TEST(Capacity, ArraysAndMatricesFollowTheirGrowthAndShrinkRulesAndRequestsTooLargeChangeNothing)
 {
     struct Case {
         const char* rule;
@@ -82,12 +82,9 @@ TEST(Capacity, ArraysAndMatricesFollowTheirGrowthAndShrinkRules)
     EXPECT_EQ(matrix.Capacity(), 64 * 100);
     EXPECT_EQ(matrix.DeleteRows(0, INT_MAX), 1);
     EXPECT_EQ(matrix.Capacity(), 0);
-}
 
-// Requests too large for a 32-bit capacity fail without touching the store.
-// One-byte elements keep the allocator out of it: 2^31 of them would fit.
-TEST(AllocationFailure, LeavesTheStoreUnchangedAndReturnsZero)
-{
+    // Requests too large for a 32-bit capacity fail without touching the store.
+    // One-byte elements keep the allocator out of it: 2^31 of them would fit.
     auto array = Store<uint8_t>({1, 2, 3, 4, 5});
     EXPECT_EQ(array->Reserve(INT_MAX) + array->Append(INT_MAX) + array->Insert(2, INT_MAX) + array->Insert(INT_MAX, 1),
               0);

@@ -130,7 +130,7 @@ TEST(TreeByName, CreatedTwiceUnderOneNameIsOneTreeThatNoOtherKindOfLookUpSees)
     EXPECT_EQ(FreeNameList("l", nullptr), 0);
 }
 
-TEST(TreeByName, FreeingOrEndingTheManagerReleasesTheRootExactlyOnce)
+TEST(TreeByName, FreeingOrEndingTheManagerReleasesTheRootOnceAndObjectsHandOverFlatBlocks)
 {
     CBaseNode* root = CBaseNode::Create();
     root->AddRef();  // the test's own reference shows each release
@@ -147,21 +147,19 @@ TEST(TreeByName, FreeingOrEndingTheManagerReleasesTheRootExactlyOnce)
     }
     EXPECT_EQ(root->RefCount(), 1);
     root->Release();
-}
 
-TEST(SharedObjectBlocks, TreeAndListObjectsHandTheirPayloadThroughAFlatBlock)
-{
+    // Tree and list objects hand their payload through a flat block.
     CDataManager manager;
     CTree* source = CreateTree(&manager, "source");
     CTree* target = CreateTree(&manager, "target");
     EXPECT_EQ(manager.GetData("source")->MakeBlock(), nullptr) << "an empty tree makes no block";
-    CBaseNode* root = CBaseNode::Create();
-    root->SetName("R");
-    root->AppendChild(CBaseNode::Create());
-    source->SetRoot(root);
+    CBaseNode* named = CBaseNode::Create();
+    named->SetName("R");
+    named->AppendChild(CBaseNode::Create());
+    source->SetRoot(named);
     target->SetRoot(CBaseNode::Create());
     manager.GetData("target")->TakeBlock(manager.GetData("source")->MakeBlock());
-    ASSERT_NE(target->Root(), root);
+    ASSERT_NE(target->Root(), named);
     EXPECT_EQ(target->Root()->Name(), "R");
     EXPECT_EQ(target->Root()->GetChildNum(), 1u);
 

@@ -105,8 +105,7 @@ TEST(Children, RemovalDropsOneEntryInsertTakesPositionsUpToTheCountAndNullIsIgno
 
 TEST(NodeCopy, CopyTakesNameAndAttributesOnlyAndCopiesTakeTheirOwnReferences)
 {
-    Held source(CBaseNode::Create());
-    Held target(CBaseNode::Create());
+    Held source(CBaseNode::Create()), target(CBaseNode::Create());
     CBaseNode* child = CBaseNode::Create();
     source->SetName("source");
     source->SetAttributeInt("n", 3);

@@ -89,8 +89,7 @@ TEST(GeometryClasses, IdentityDefaultsAndCommentsWithTheirFlags)
 
 TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommonAndVertexNodesEditBoxAndSearch)
 {
-    Held<CGeoPointNode> point;
-    Held<CGeoPointNode> source;
+    Held<CGeoPointNode> point, source;
     source->size = 3.0;
     source->SetName("source");
     source->ShowEnable(0);
@@ -114,8 +113,7 @@ TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommonAndVertexNodesEditBoxAnd
     EXPECT_EQ(fromLine->Number(), 0);
 
     // A shaded mesh shares only the texture image; its normals stay its own.
-    Held<CGeoPolyShadeRefNode> shade;
-    Held<CGeoPolyShadeRefNode> shadeSource;
+    Held<CGeoPolyShadeRefNode> shade, shadeSource;
     shadeSource->smooth = 1;
     shadeSource->flatNormals->Append(3);
     shadeSource->indices->Append(2);
@@ -127,8 +125,7 @@ TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommonAndVertexNodesEditBoxAnd
     EXPECT_EQ(shade->Number(), 2);
 
     // A vertex normal node keeps its own length.
-    Held<CGeoVertexNormalNode> vertexNormals;
-    Held<CGeoVertexNormalNode> vertexNormalSource;
+    Held<CGeoVertexNormalNode> vertexNormals, vertexNormalSource;
     vertexNormalSource->length = 2.0;
     vertexNormalSource->Append(2);
     vertexNormals->Copy(vertexNormalSource.node);

@@ -13,9 +13,7 @@ struct Referenced {
         Add(subtree.node, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
         CGeoPolyShadeRefNode* quad = Add(subtree.node, ShadedQuad(-1.0, -1.0, 1.0, 1.0, -0.5, kWhite));
         quad->texture = 1;
-        quad->textureImage->width = 1;
-        quad->textureImage->AppendRows(1);
-        quad->textureImage->Element(0, 0) = kBlue;
+        SetPixels(*quad->textureImage, 1, {kBlue});
         reference->SetRefNode(subtree.node);
         Add(scene.node, OrthoCamera());
         Add(scene.node, reference);

@@ -27,12 +27,7 @@ protected:
         mesh->polygons->rows.push_back({{0, 1, 2, 3}, 4});
         mesh->texCoords->rows.push_back({{{0.0f, 0.0f}, {1.0f, 0.0f}, {1.0f, 1.0f}, {0.0f, 1.0f}}, 4});
         CRefData<CMatrixDataStore<RGBA>> image;
-        image->width = 2;
-        image->AppendRows(2);
-        image->Element(0, 0) = kRed;
-        image->Element(0, 1) = kGreen;
-        image->Element(1, 0) = kBlue;
-        image->Element(1, 1) = kYellow;
+        SetPixels(*image, 2, {kRed, kGreen, kBlue, kYellow});
         mesh->AppendImage(image);
 
         auto* line = Add(element.node, new CLinearLineNode);

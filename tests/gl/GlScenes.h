@@ -11,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <memory>
 #include <ostream>
@@ -100,6 +101,14 @@ inline CGeoCameraNode* OrthoCamera()
     auto* camera = new CGeoCameraNode;
     camera->camera = {0, -2.0, 2.0, 2.0, -2.0, 1.0, 100.0, 45.0, 0.0, {0.0, 0.0, 10.0}, {0.0, 0.0, 0.0}};
     return camera;
+}
+
+// Gives image rows of width pixels, top row first.
+inline void SetPixels(CMatrixDataStore<RGBA>& image, int width, std::initializer_list<RGBA> pixels)
+{
+    image.width = width;
+    image.AppendRows(static_cast<int>(pixels.size()) / width);
+    std::copy(pixels.begin(), pixels.end(), image.Buffer());
 }
 
 template <class Node>

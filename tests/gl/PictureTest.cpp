@@ -30,12 +30,7 @@ protected:
 
         CGeoPolyShadeRefNode* textured = Add(scene.node, ShadedQuad(0.2, 0.2, 1.8, 1.8, 0.0, kWhite));
         textured->texture = 1;
-        textured->textureImage->width = 2;
-        textured->textureImage->AppendRows(2);
-        textured->textureImage->Element(0, 0) = kRed;
-        textured->textureImage->Element(0, 1) = kGreen;
-        textured->textureImage->Element(1, 0) = kBlue;
-        textured->textureImage->Element(1, 1) = kYellow;
+        SetPixels(*textured->textureImage, 2, {kRed, kGreen, kBlue, kYellow});
 
         Add(scene.node, Polygon({{-1.5, -1.5, 1.0}, {-0.5, -1.5, 1.0}, {-1.0, -0.5, 1.0}}, kGreen))->ShowEnable(0);
         auto* switchNode = Add(scene.node, new CGeoSwitchNode);

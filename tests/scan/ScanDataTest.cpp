@@ -31,11 +31,11 @@ std::vector<int> Items(const int* first, int count)
     return std::vector<int>(first, first + count);
 }
 
-void ExpectVector(const CVector_3<double>& actual, double x, double y, double z)
+void ExpectVector(const CVector_3<double>& actual, const CVector_3<double>& expected)
 {
-    EXPECT_DOUBLE_EQ(actual.x, x);
-    EXPECT_DOUBLE_EQ(actual.y, y);
-    EXPECT_DOUBLE_EQ(actual.z, z);
+    EXPECT_DOUBLE_EQ(actual.x, expected.x);
+    EXPECT_DOUBLE_EQ(actual.y, expected.y);
+    EXPECT_DOUBLE_EQ(actual.z, expected.z);
 }
 
 TEST(Capacity, ArraysAndMatricesFollowTheirGrowthAndShrinkRulesAndRequestsTooLargeChangeNothing)
@@ -225,20 +225,17 @@ TEST(Normals, FaceNormalsAreRightHandedOfTheFirstThreeCornersUnitNormalsMarkShor
     };
     for (Case& c : cases) {
         SCOPED_TRACE(c.what);
-        ExpectVector(CalcNormal(vertices, c.corners.data(), static_cast<int>(c.corners.size())), c.normal.x, c.normal.y,
-                     c.normal.z);
+        ExpectVector(CalcNormal(vertices, c.corners.data(), static_cast<int>(c.corners.size())), c.normal);
     }
-    ExpectVector(CalcNormal(vertices, nullptr, 3), 0, 0, 0);
+    ExpectVector(CalcNormal(vertices, nullptr, 3), {0, 0, 0});
 
     // Unit normals have length one; short vectors are marked, in double and float.
     auto normals = Store<CVector_3<double>>({{3, 0, 4}, {0, 0, 0}, {1e-7, 2e-7, 0}, {0, 1e-6, 0}});
     UnitNormal(normals);
-    ExpectVector(normals->Element(0), 0.6, 0, 0.8);
-    ExpectVector(normals->Element(1), 1, 0, 0);
-    ExpectVector(normals->Element(2), 1, 2e-7, 0);
-    ExpectVector(normals->Element(3), 0, 1, 0);
+    const CVector_3<double> units[] = {{0.6, 0, 0.8}, {1, 0, 0}, {1, 2e-7, 0}, {0, 1, 0}};
+    for (int i = 0; i < 4; ++i) ExpectVector(normals->Element(i), units[i]);
     ClearNormal(normals);
-    ExpectVector(normals->Element(0), 0, 0, 0);
+    ExpectVector(normals->Element(0), {0, 0, 0});
 
     // Float normals: the reciprocal length is rounded to float before scaling;
     // neither a float length nor scaling in double gives these bits.

@@ -26,18 +26,18 @@ int StoredInt(CBaseNodeAttribute& store, const char* name)
     return data ? *static_cast<int*>(data) : -1;
 }
 
-TEST(AttributeBlock, StoreWithSeveralAttributesWritesThemInByteOrderOfTheirNames)
+TEST(AttributeBlock, StoresWriteInByteOrderOfTheNamesReadingReplacesTheStoreAndBadEntriesAreDropped)
 {
-    CStandardAttribute store;
+    CStandardAttribute sorted;
     int answer = 42;
     double scale = 0.5;
     char text[] = "mm";
-    store.SetAttribute("unit", text, 3, VALUE_STRUCT);
-    store.SetAttribute("Zeta", &answer, 4, VALUE_INT);
-    store.SetAttribute("scale", &scale, 8, VALUE_DOUBLE);
-    store.SetAttribute("\xE9t\xE9", &answer, 4, VALUE_BOOL);  // high bytes sort after ASCII
-    EXPECT_EQ(store.AttributeName(-1), "Zeta");
-    EXPECT_EQ(store.AttributeName(4), "");
+    sorted.SetAttribute("unit", text, 3, VALUE_STRUCT);
+    sorted.SetAttribute("Zeta", &answer, 4, VALUE_INT);
+    sorted.SetAttribute("scale", &scale, 8, VALUE_DOUBLE);
+    sorted.SetAttribute("\xE9t\xE9", &answer, 4, VALUE_BOOL);  // high bytes sort after ASCII
+    EXPECT_EQ(sorted.AttributeName(-1), "Zeta");
+    EXPECT_EQ(sorted.AttributeName(4), "");
 
     // The library writes 1 as the reserved word of an entry with data.
     Bytes expected;
@@ -46,12 +46,10 @@ TEST(AttributeBlock, StoreWithSeveralAttributesWritesThemInByteOrderOfTheirNames
         .Attribute("scale", 1, VALUE_DOUBLE, Bytes().F64(0.5))
         .Attribute("unit", 1, VALUE_STRUCT, Bytes().Raw({'m', 'm', 0}))
         .Attribute("\xE9t\xE9", 1, VALUE_BOOL, Bytes().I32(42));
-    EXPECT_EQ(WriteBlock(store), expected.Data());
+    EXPECT_EQ(WriteBlock(sorted), expected.Data());
     EXPECT_EQ(WriteBlock(*std::make_unique<CStandardAttribute>()), Bytes().I32(0).Data());
-}
 
-TEST(AttributeBlock, ReadingReplacesTheStoreAndWritesBackTheSameBytesAndDropsBadEntries)
-{
+    // Reading replaces the store, which writes back the same bytes.
     Bytes block;
     block.I32(2)
         .Attribute("blob", 1, VALUE_STRUCT, Bytes().Raw({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}))

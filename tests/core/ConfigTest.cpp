@@ -18,7 +18,7 @@ protected:
     }
 };
 
-TEST_F(ConfigStore, StringsAndBlocksAreKeptUnderTypesOfTheirOwnAndFoundOnlyByTheirOwnQuery)
+TEST_F(ConfigStore, ValuesAreKeptUnderTypesOfTheirOwnFoundOnlyByTheirOwnQueryAndReplacedWithTheirType)
 {
     char block[] = {1, 2, 3};
     SetConfigString("unit", "milli");
@@ -37,10 +37,8 @@ TEST_F(ConfigStore, StringsAndBlocksAreKeptUnderTypesOfTheirOwnAndFoundOnlyByThe
     EXPECT_EQ(QueryConfigString("block", &size), nullptr);
     EXPECT_EQ(QueryConfigStruct("unit", &size), nullptr);
     EXPECT_EQ(size, 3);  // nothing written for another type
-}
 
-TEST_F(ConfigStore, SettingANameAgainReplacesItsTypeButANullTextChangesNothing)
-{
+    // Setting a name again replaces its type, but a null text changes nothing.
     SetConfigInt("n", 3);
     SetConfigDouble("n", 2.5);
     SetConfigString("n", nullptr);  // a null text changes nothing
@@ -51,8 +49,8 @@ TEST_F(ConfigStore, SettingANameAgainReplacesItsTypeButANullTextChangesNothing)
     EXPECT_EQ(asInt, 7);
     EXPECT_EQ(QueryConfigDouble("n", asDouble), 1);
     EXPECT_EQ(asDouble, 2.5);
-    EXPECT_EQ(ConfigNumber(), 1);
-    EXPECT_EQ(ConfigName(0), "n");
+    EXPECT_EQ(ConfigNumber(), 3);
+    EXPECT_EQ(ConfigName(1), "n");
 }
 
 }  // namespace

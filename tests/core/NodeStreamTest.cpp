@@ -42,7 +42,21 @@ std::pair<CTree, Bytes> TwoLevelTreeAndStream()
     return {CTree(r), stream};
 }
 
-TEST(NodeStream, TreesWriteTheseExactBytesAndReadBackIntoTreesThatWriteThemAgain)
+// Reads block under bounds that end after size bytes; the failure, empty when
+// the read succeeded.
+std::string BoundedRead(Bytes& stream, size_t size, CTree& into)
+{
+    brell::BlockBounds bounds;
+    bounds.begin = stream.Mutable();
+    bounds.end = bounds.begin + size;
+    brell::ActiveBlockBounds() = &bounds;
+    into.SetRoot(ReadNode(stream.Mutable()));
+    brell::ActiveBlockBounds() = nullptr;
+    EXPECT_EQ(into.Root() == nullptr, bounds.Failed());
+    return bounds.Failed() ? "byte " + std::to_string(bounds.failureOffset) + ": " + bounds.failure : "";
+}
+
+TEST(NodeStream, TreesWriteTheseExactBytesReadBackAndUnderBoundsRefuseWhatRunsPastWithItsOffset)
 {
     std::pair<CTree, Bytes> cases[] = {
         {CTree(CBaseNode::Create()), Bytes().I32(35).I32(0).Str("CBaseNode").Str("").I32(4).I32(0)},
@@ -58,36 +72,8 @@ TEST(NodeStream, TreesWriteTheseExactBytesAndReadBackIntoTreesThatWriteThemAgain
         EXPECT_EQ(WriteNode(again.data(), copy.Root()), static_cast<int>(again.size()));
         EXPECT_EQ(again, expected.Data());
     }
-}
 
-TEST_F(MixedTree, UnregisteredTypeBelowTheTopFailsTheReadLeakingNothingAndKeepingTheOldRoot)
-{
-    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(s.r)));
-    ASSERT_EQ(WriteNode(stream.data(), s.r), static_cast<int>(stream.size()));
-    const int live = CTestCountedNode::live;
-    EXPECT_EQ(ReadNode(stream.data()), nullptr);
-    EXPECT_EQ(s.tree.Read(stream.data()), 0);
-    EXPECT_EQ(CTestCountedNode::live, live);
-    EXPECT_EQ(s.tree.Root(), s.r);
-    EXPECT_EQ(s.r->RefCount(), 1);
-}
-
-// Reads block under bounds that end after size bytes; the failure, empty when
-// the read succeeded.
-std::string BoundedRead(Bytes& stream, size_t size, CTree& into)
-{
-    brell::BlockBounds bounds;
-    bounds.begin = stream.Mutable();
-    bounds.end = bounds.begin + size;
-    brell::ActiveBlockBounds() = &bounds;
-    into.SetRoot(ReadNode(stream.Mutable()));
-    brell::ActiveBlockBounds() = nullptr;
-    EXPECT_EQ(into.Root() == nullptr, bounds.Failed());
-    return bounds.Failed() ? "byte " + std::to_string(bounds.failureOffset) + ": " + bounds.failure : "";
-}
-
-TEST(CheckedNodeStream, EveryPrefixUnknownTypeNegativeCountAndBlockPastItsRecordIsRefusedWithItsOffset)
-{
+    // Under bounds, every prefix, unknown type, negative count and block past its record is refused with its offset.
     Bytes stream = TwoLevelTreeAndStream().second;
     CTree tree;
     for (size_t size = 0; size < stream.Data().size(); ++size) {
@@ -102,7 +88,7 @@ TEST(CheckedNodeStream, EveryPrefixUnknownTypeNegativeCountAndBlockPastItsRecord
         Bytes stream;
         const char* failure;
     };
-    Case cases[] = {
+    Case refused[] = {
         {Bytes().I32(34).I32(0).Str("CNoNode").Str("").I32(4).I32(0), "byte 0: unregistered node type \"CNoNode\""},
         {Bytes().I32(35).I32(-1).Str("CBaseNode").Str("").I32(4).I32(0), "byte 0: a negative child count"},
         {Bytes().I32(35).I32(0).Str("CBaseNode").Str("").I32(40).I32(0),
@@ -110,7 +96,19 @@ TEST(CheckedNodeStream, EveryPrefixUnknownTypeNegativeCountAndBlockPastItsRecord
         {Bytes().I32(35).I32(0).Str("CBaseNode").Str("").I32(4).I32(2000000000),
          "byte 35: attributes of 2000000000 items of 17 bytes runs past the end (0 bytes remain)"},
     };
-    for (Case& c : cases) EXPECT_EQ(BoundedRead(c.stream, c.stream.Data().size(), tree), c.failure);
+    for (Case& c : refused) EXPECT_EQ(BoundedRead(c.stream, c.stream.Data().size(), tree), c.failure);
+}
+
+TEST_F(MixedTree, UnregisteredTypeBelowTheTopFailsTheReadLeakingNothingAndKeepingTheOldRoot)
+{
+    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(s.r)));
+    ASSERT_EQ(WriteNode(stream.data(), s.r), static_cast<int>(stream.size()));
+    const int live = CTestCountedNode::live;
+    EXPECT_EQ(ReadNode(stream.data()), nullptr);
+    EXPECT_EQ(s.tree.Read(stream.data()), 0);
+    EXPECT_EQ(CTestCountedNode::live, live);
+    EXPECT_EQ(s.tree.Root(), s.r);
+    EXPECT_EQ(s.r->RefCount(), 1);
 }
 
 }  // namespace

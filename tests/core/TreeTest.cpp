@@ -78,7 +78,7 @@ int RecordVisit(CBaseNode* node, int value, void* data)
     return node->Name() == visits->stopAt ? 1 : 0;
 }
 
-TEST(ForEachNode, StopRulesGiveTheseExactVisitsAndResultsAndSecondFormsAskOnlyTheTopNode)
+TEST(Walk, ForEachNodeStopsByItsRulesSecondFormsAskOnlyTheTopNodeAndSearchCountsMatches)
 {
     // Where the callback stops, stop-all, the nodes visited and the result.
     const std::tuple<const char*, int, NameList, int> cases[] = {
@@ -107,24 +107,21 @@ TEST(ForEachNode, StopRulesGiveTheseExactVisitsAndResultsAndSecondFormsAskOnlyTh
     int counter = 0;
     EXPECT_EQ(SearchNode2(gated.r, &IsSameName, counter, hidden), nullptr);
     EXPECT_EQ(SearchNode2(gated.r, &IsSameName, counter, visible), gated.b->GetChild(0));
-}
 
-TEST(SearchNode, CounterSelectsWhichMatchIsReturnedAndTypesMustMatchExactly)
-{
-    StandardTree s;
+    // The search counter selects which match is returned; types must match exactly.
     s.a2->SetName("A");
     s.b->SetName("A");
     char name[] = "A";
     // The counter before and after, and the match found.
-    for (auto [counter, after, found] : {std::tuple{0, -1, s.a}, {2, -1, s.b}, {5, 2, nullptr}}) {
-        EXPECT_EQ(SearchNode(s.r, &IsSameName, counter, name), found) << after;
-        EXPECT_EQ(counter, after);
+    for (auto [start, after, found] : {std::tuple{0, -1, s.a}, {2, -1, s.b}, {5, 2, nullptr}}) {
+        EXPECT_EQ(SearchNode(s.r, &IsSameName, start, name), found) << after;
+        EXPECT_EQ(start, after);
     }
 
     CTree tree(CTestBoxNode::Create());
     tree.Root()->AppendChild(CTestCubeNode::Create());
     char cube[] = "CTestCubeNode", box[] = "CTestBoxNode";
-    int counter = 0;
+    counter = 0;
     EXPECT_EQ(SearchNode(tree.Root(), &IsSameType, counter, cube), tree.Root()->GetChild(0));
     counter = 1;  // passes the root, so only the derived cube could match
     EXPECT_EQ(SearchNode(tree.Root(), &IsSameType, counter, box), nullptr);

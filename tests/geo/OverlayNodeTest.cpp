@@ -22,7 +22,7 @@ std::vector<std::pair<int, int>> Points(CArrayDataStore<POINT>& store)
     return points;
 }
 
-TEST(OverlayNodes, IdentityNoBoxAndConstructorsStoreTheirFiguresDefaultsAndRegions)
+TEST(OverlayNodes, IdentityConstructorsDrawingAndStreams)
 {
     const char* types[] = {"CGeoPoint2DNode",     "CGeoLine2DNode",   "CGeoCrossLine2DNode",
                            "CGeoRectangle2DNode", "CGeoRegion2DNode", "CGeoBezier2DNode"};
@@ -98,10 +98,8 @@ TEST(OverlayNodes, IdentityNoBoxAndConstructorsStoreTheirFiguresDefaultsAndRegio
     CGeoRegion2DNode withoutPath(&dc, 0x00FF00u, 0, 0u);  // the path was consumed
     EXPECT_EQ(withoutPath.region.m_hObject, nullptr);
     withoutPath.SetRegion(square);
-}
 
-TEST(OverlayNodes, DrawTheirOwnProcedureThenTheBaseOnesAndStreamOnlyAttributes)
-{
+    // They draw their own procedure, then the base ones, and stream only their attributes.
     brell::test::ProcedureRecorder recorder;
     for (const char* name :
          {"DrawCGeoRegion2DNodeByR", "DrawCGeoBaseNodeByR", "EndDrawCGeoRegion2DNodeByR", "EndDrawCGeoBaseNodeByR"})
@@ -116,11 +114,11 @@ TEST(OverlayNodes, DrawTheirOwnProcedureThenTheBaseOnesAndStreamOnlyAttributes)
     RegisterNodeType("CGeoPoint2DNode", &CGeoPoint2DNode::Create);
     EXPECT_NE(CTree(CreateNode("CGeoPoint2DNode")).Root(), nullptr);
     const POINT corner{1, 1};
-    CGeoPoint2DNode points(&corner, 1, 0u);
-    points.SetName("marks");
-    points.SetAttributeInt("layer", 2);
-    std::vector<unsigned char> block(static_cast<size_t>(SizeOfByte(&points)));
-    WriteNode(block.data(), &points);
+    CGeoPoint2DNode marks(&corner, 1, 0u);
+    marks.SetName("marks");
+    marks.SetAttributeInt("layer", 2);
+    std::vector<unsigned char> block(static_cast<size_t>(SizeOfByte(&marks)));
+    WriteNode(block.data(), &marks);
     CTree read(ReadNode(block.data()));
     ASSERT_NE(read.Root(), nullptr);
     EXPECT_EQ(read.Root()->Name(), "marks");

@@ -59,7 +59,7 @@ protected:
     CGeoModeNode* mode = nullptr;
 };
 
-TEST_F(Quarters, EachQuarterShowsWhatItsNodesDraw)
+TEST_F(Quarters, EachQuarterShowsWhatItsNodesDrawAndOverlaysCoverThePicture)
 {
     Render(scene.node);
     EXPECT_EQ(AtWorld(-1.0, 0.75), kRed);  // the front triangle hides the back one whatever the order
@@ -79,17 +79,14 @@ TEST_F(Quarters, EachQuarterShowsWhatItsNodesDraw)
     Render(scene.node);
     EXPECT_EQ(AtWorld(1.0, -1.0), kMagenta);
     EXPECT_EQ(AtWorld(0.21, -1.0), kMagenta);
-}
 
-TEST_F(Quarters, OverlaysCoverThe3DPictureWhateverTheOrder)
-{
+    // Overlays cover the 3-D picture whatever the order.
     const RECT square{46, 46, 51, 51};
     scene.node->InsertChild(0, new CGeoRectangle2DNode(&square, 1, 0xFFFF00, 0));
     CRgn rectangles;
     rectangles.CreateRectRgn(4, 4, 8, 8);
     auto* region = Add(scene.node, new CGeoRegion2DNode(rectangles, 0x0000FF, 0, 0));
     region->SetOffset({2, 0});
-    mode->SetMode(CGeoModeNode::kShading);
     Render(scene.node);
     const RGBA cyan{0, 255, 255, 255};
     ExpectPixels({{48, 48, cyan},

@@ -51,7 +51,7 @@ public:
     std::vector<Report> reports;
 };
 
-TEST(DataManager, RefusesNullsTakenNamesAndObjectsAlreadyHeldAndObjectsHandBlocksBack)
+TEST(DataManager, RefusesWhatItCannotHoldReportsOwnedObjectsOnceAndObjectsHandBlocksBack)
 {
     CDataManager manager;
     CTestObject held, other;
@@ -80,10 +80,8 @@ TEST(DataManager, RefusesNullsTakenNamesAndObjectsAlreadyHeldAndObjectsHandBlock
     EXPECT_EQ(object.MakeBlock(), nullptr) << "a failed write hands out no block";
     CTestObject empty(0);
     EXPECT_EQ(empty.MakeBlock(), nullptr);
-}
 
-TEST(DataManager, OwnedObjectsAreReportedOnceAndUnownedOnesDeletedOnlyAtTheEnd)
-{
+    // Owned objects are reported once, and unowned ones deleted only at the end.
     const int before = CTestObject::live;
     CRecordingNotify notify;
     auto* unregistered = new CTestObject;

@@ -57,7 +57,7 @@ HRGN RegionOfPath(CDC& dc, const std::vector<Figure>& figures)
     return PathToRegion(dc.m_hDC);
 }
 
-TEST(RegionCombine, EveryModeOnOverlappingRectanglesHoldsExactlyItsPoints)
+TEST(RegionCombine, EveryModeHoldsExactlyItsPointsInTheFewestBandsAndBadArgumentsChangeNothing)
 {
     struct Case {
         int mode;
@@ -85,10 +85,8 @@ TEST(RegionCombine, EveryModeOnOverlappingRectanglesHoldsExactlyItsPoints)
         ExpectPoints(first, {-1, -1, 10, 10}, [&](int x, int y) { return PtInRegion(result, x, y) == 1; });
         for (HRGN r : {first, second, result}) EXPECT_EQ(DeleteObject(r), 1);
     }
-}
 
-TEST(RegionCombine, ResultsKeepFewestBandsAndBoxesAndBadArgumentsChangeNothing)
-{
+    // Results keep the fewest bands and boxes.
     HRGN top = CreateRectRgn(0, 0, 4, 2), bottom = CreateRectRgn(0, 2, 4, 5), result = CreateRectRgn(0, 0, 0, 0);
     EXPECT_EQ(CombineRgn(result, top, bottom, RGN_OR), SIMPLEREGION) << "stacked equal bands merge";
     RECT box{};

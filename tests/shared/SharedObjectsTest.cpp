@@ -37,7 +37,7 @@ public:
     int Write(void*) override { return 0; }
 };
 
-TEST(NameListBlock, TheNamesAEmptyAndBcWriteTheseBytesAndReadBackAndNullBlocksGiveAnEmptyList)
+TEST(NameList, WritesTheseBytesReadsBackStepsRoundThroughTheEndAndCopiesEveryName)
 {
     CNameList list = ListOf({"a", "", "bc"});
     Bytes expected = Bytes().I32(3).I32(2).Raw({'a', 0}).I32(1).Raw({0}).I32(3).Raw({'b', 'c', 0});
@@ -54,11 +54,9 @@ TEST(NameListBlock, TheNamesAEmptyAndBcWriteTheseBytesAndReadBackAndNullBlocksGi
     EXPECT_EQ(list.Read(nullptr), 0);
     EXPECT_EQ(list.Size(), 0u);
     EXPECT_EQ(list.SizeOfByte(), 4);
-}
 
-TEST(NameList, PositionsStepRoundThroughTheEndAndCopiesTakeEveryNameInOrder)
-{
-    CNameList list = ListOf({"a", "b", nullptr});
+    // Positions step round through the end in both directions.
+    list = ListOf({"a", "b", nullptr});
     CNameList::POS pos = list.End();
     EXPECT_EQ((++pos).Value(), "a");
     EXPECT_EQ((--pos), list.End());
@@ -92,7 +90,7 @@ TEST(NameList, PositionsStepRoundThroughTheEndAndCopiesTakeEveryNameInOrder)
     EXPECT_EQ(Names(self), (std::vector<std::string>{"s"}));
 }
 
-TEST(TreeByName, CreatedTwiceUnderOneNameIsOneTreeThatNoOtherKindOfLookUpSees)
+TEST(TreeByName, OneTreeANameThatNoOtherLookUpSeesReleasedOnceAndHandedOverInFlatBlocks)
 {
     CDataManager manager;
     CTree* tree = CreateTree(&manager, "scene");
@@ -128,28 +126,25 @@ TEST(TreeByName, CreatedTwiceUnderOneNameIsOneTreeThatNoOtherKindOfLookUpSees)
     EXPECT_EQ(CreateNameList("l", nullptr), nullptr);
     EXPECT_EQ(GetNameList("l", nullptr), nullptr);
     EXPECT_EQ(FreeNameList("l", nullptr), 0);
-}
 
-TEST(TreeByName, FreeingOrEndingTheManagerReleasesTheRootOnceAndObjectsHandOverFlatBlocks)
-{
+    // Freeing the tree or ending the manager releases the root exactly once.
     CBaseNode* root = CBaseNode::Create();
     root->AddRef();  // the test's own reference shows each release
     {
-        CDataManager manager;
-        CreateTree(&manager, "freed")->SetRoot(root);
-        CreateTree(&manager, "kept")->SetRoot(root);
+        CDataManager ending;
+        CreateTree(&ending, "freed")->SetRoot(root);
+        CreateTree(&ending, "kept")->SetRoot(root);
         EXPECT_EQ(root->RefCount(), 3);
-        EXPECT_EQ(FreeTree(&manager, "freed"), 1);
-        EXPECT_EQ(manager.GetData("freed"), nullptr);
+        EXPECT_EQ(FreeTree(&ending, "freed"), 1);
+        EXPECT_EQ(ending.GetData("freed"), nullptr);
         EXPECT_EQ(root->RefCount(), 2);
-        EXPECT_EQ(FreeTree(&manager, "freed"), 1);
+        EXPECT_EQ(FreeTree(&ending, "freed"), 1);
         EXPECT_EQ(root->RefCount(), 2);
     }
     EXPECT_EQ(root->RefCount(), 1);
     root->Release();
 
     // Tree and list objects hand their payload through a flat block.
-    CDataManager manager;
     CTree* source = CreateTree(&manager, "source");
     CTree* target = CreateTree(&manager, "target");
     EXPECT_EQ(manager.GetData("source")->MakeBlock(), nullptr) << "an empty tree makes no block";

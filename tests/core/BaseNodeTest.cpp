@@ -68,7 +68,7 @@ TEST(BaseNode, TypeIdentityFollowsTheChainOfBasesAndReleaseBelowOneDestroys)
     EXPECT_EQ(keeper->GetChild(0)->RefCount(), 1);
 }
 
-TEST(Children, RemovalDropsOneEntryInsertTakesPositionsUpToTheCountAndNullIsIgnored)
+TEST(BaseNode, ChildrenAreRemovedAndInsertedByPositionAndTypesCreatedByExactName)
 {
     Held parent(CBaseNode::Create());
     CBaseNode* child = CBaseNode::Create();
@@ -101,6 +101,37 @@ TEST(Children, RemovalDropsOneEntryInsertTakesPositionsUpToTheCountAndNullIsIgno
     EXPECT_EQ(parent->ChildIndex(nullptr), -1);
     EXPECT_EQ(parent->IsChild(outsider.node), 0);
     EXPECT_EQ(outsider->GetLastChild(), nullptr);
+
+    // Types are created by exact name with count zero, and each registration is traced.
+    CBaseNode* node = CreateNode("CRefNode");
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(node->Type(), "CRefNode");
+    EXPECT_EQ(node->RefCount(), 0);
+    node->Release();
+    for (const char* name : {"crefnode", "CTestCubeNode", ""}) EXPECT_EQ(CreateNode(name), nullptr) << name;
+
+    Recording recording(testing::TempDir() + "brell-registry-trace");
+    RegisterNodeType("CTestCubeNode", &CTestCubeNode::Create);
+    RegisterNodeType("CBaseNode", &CTestCubeNode::Create);  // the first factory stays
+    RegisterNodeType("CTestNullNode", []() -> CBaseNode* { return nullptr; });
+    CBaseNode* cube = CreateNode("CTestCubeNode");
+    CBaseNode* base = CreateNode("CBaseNode");
+    EXPECT_EQ(cube->Type(), "CTestCubeNode");
+    EXPECT_EQ(base->Type(), "CBaseNode");
+    EXPECT_EQ(CreateNode("CTestNullNode"), nullptr);
+    cube->Release();
+    base->Release();
+
+    UnRegisterNodeType("CTestCubeNode");
+    UnRegisterNodeType("CTestNullNode");
+    UnRegisterNodeType("CTestNeverRegistered");
+    EXPECT_EQ(CreateNode("CTestCubeNode"), nullptr);
+    EXPECT_EQ(recording.Texts(),
+              (std::vector<std::string>{"Register node type CTestCubeNode\n", "Register node type CBaseNode\n",
+                                        "Register node type CTestNullNode\n", "Unregister node type CTestCubeNode\n",
+                                        "Unregister node type CTestNullNode\n",
+                                        "Unregister node type CTestNeverRegistered\n"}));
+    EXPECT_EQ(recording.Lines().front(), "output 0 0 Register node type CTestCubeNode\n");
 }
 
 TEST(NodeCopy, CopyTakesNameAndAttributesOnlyAndCopiesTakeTheirOwnReferences)
@@ -172,39 +203,6 @@ TEST(RefNode, ChainsResolveWithoutCountingAndCopyTakesTheTargetOnlyFromReference
     EXPECT_EQ(copy.Reference(), &b);
     EXPECT_EQ(copy.Name(), "plain");
     EXPECT_EQ(copy.AttributeNumber(), 0);
-}
-
-TEST(NodeRegistry, TypesAreCreatedByExactNameWithCountZeroAndEachRegistrationIsTraced)
-{
-    CBaseNode* node = CreateNode("CRefNode");
-    ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node->Type(), "CRefNode");
-    EXPECT_EQ(node->RefCount(), 0);
-    node->Release();
-    for (const char* name : {"crefnode", "CTestCubeNode", ""}) EXPECT_EQ(CreateNode(name), nullptr) << name;
-
-    Recording recording(testing::TempDir() + "brell-registry-trace");
-    RegisterNodeType("CTestCubeNode", &CTestCubeNode::Create);
-    RegisterNodeType("CBaseNode", &CTestCubeNode::Create);  // the first factory stays
-    RegisterNodeType("CTestNullNode", []() -> CBaseNode* { return nullptr; });
-    CBaseNode* cube = CreateNode("CTestCubeNode");
-    CBaseNode* base = CreateNode("CBaseNode");
-    EXPECT_EQ(cube->Type(), "CTestCubeNode");
-    EXPECT_EQ(base->Type(), "CBaseNode");
-    EXPECT_EQ(CreateNode("CTestNullNode"), nullptr);
-    cube->Release();
-    base->Release();
-
-    UnRegisterNodeType("CTestCubeNode");
-    UnRegisterNodeType("CTestNullNode");
-    UnRegisterNodeType("CTestNeverRegistered");
-    EXPECT_EQ(CreateNode("CTestCubeNode"), nullptr);
-    EXPECT_EQ(recording.Texts(),
-              (std::vector<std::string>{"Register node type CTestCubeNode\n", "Register node type CBaseNode\n",
-                                        "Register node type CTestNullNode\n", "Unregister node type CTestCubeNode\n",
-                                        "Unregister node type CTestNullNode\n",
-                                        "Unregister node type CTestNeverRegistered\n"}));
-    EXPECT_EQ(recording.Lines().front(), "output 0 0 Register node type CTestCubeNode\n");
 }
 
 }  // namespace

@@ -38,7 +38,22 @@ CGeoSwitchNode* SwitchOf(int children)
     return node;
 }
 
-TEST(GroupNodes, SwitchFlagsFollowPositionsAndModeMembersKeepTheirOrderAndReachShadedMeshes)
+// Counts its discards in a counter of the test's.
+class CountingCache final : public CGeoCache {
+public:
+    explicit CountingCache(int& discards) : discards_(discards) {}
+    void Discard() override
+    {
+        ++discards_;
+        delete this;
+    }
+    int Execute(void*) override { return 0; }
+
+private:
+    int& discards_;
+};
+
+TEST(GroupNodes, SwitchFlagsModeMembersAndReferenceNodesCachesAndChains)
 {
     Held three(SwitchOf(3));
     EXPECT_EQ(three->Comment(), "Default: Enable <  >");
@@ -116,25 +131,8 @@ TEST(GroupNodes, SwitchFlagsFollowPositionsAndModeMembersKeepTheirOrderAndReachS
     EXPECT_EQ(polygon->smooth, 1);
     EXPECT_EQ(polygon->texture, 0);
     EXPECT_EQ(deep->smooth, 1);
-}
 
-// Counts its discards in a counter of the test's.
-class CountingCache final : public CGeoCache {
-public:
-    explicit CountingCache(int& discards) : discards_(discards) {}
-    void Discard() override
-    {
-        ++discards_;
-        delete this;
-    }
-    int Execute(void*) override { return 0; }
-
-private:
-    int& discards_;
-};
-
-TEST(GeoRefNode, DiscardsItsCacheExactlyOnceOnEveryPathAndFollowsMixedChains)
-{
+    // A geometry reference node discards its cache exactly once on every path.
     CBaseNode target;
     struct Path {
         const char* title;
@@ -169,27 +167,27 @@ TEST(GeoRefNode, DiscardsItsCacheExactlyOnceOnEveryPathAndFollowsMixedChains)
 
     // References follow mixed chains and are found by search.
     CTree tree(new CBaseNode);
-    auto* polygon = new CGeoPolygonNode;
+    auto* referred = new CGeoPolygonNode;
     auto* toPolygon = new CRefNode;
     auto* geoToRef = new CGeoRefNode;
     auto* refToGeo = new CRefNode;
     auto* geoToGeo = new CGeoRefNode;
-    for (CBaseNode* node : std::vector<CBaseNode*>{polygon, toPolygon, geoToRef, refToGeo, geoToGeo})
+    for (CBaseNode* node : std::vector<CBaseNode*>{referred, toPolygon, geoToRef, refToGeo, geoToGeo})
         tree.Root()->AppendChild(node);
-    toPolygon->SetRefNode(polygon);
+    toPolygon->SetRefNode(referred);
     geoToRef->SetRefNode(toPolygon);
     refToGeo->SetRefNode(geoToRef);
     geoToGeo->SetRefNode(geoToRef);
-    EXPECT_EQ(geoToRef->Reference(), polygon);
-    EXPECT_EQ(refToGeo->Reference(), polygon);
-    EXPECT_EQ(geoToGeo->Reference(), polygon);
+    EXPECT_EQ(geoToRef->Reference(), referred);
+    EXPECT_EQ(refToGeo->Reference(), referred);
+    EXPECT_EQ(geoToGeo->Reference(), referred);
     EXPECT_EQ(CGeoRefNode().Reference(), nullptr);
 
     int counter = 1;
-    EXPECT_EQ(SearchNode(tree.Root(), IsRefNode, counter, polygon), geoToRef);
+    EXPECT_EQ(SearchNode(tree.Root(), IsRefNode, counter, referred), geoToRef);
     counter = 3;
-    EXPECT_EQ(SearchNode(tree.Root(), IsRefNode, counter, polygon), geoToGeo);
-    EXPECT_EQ(IsRefNode(polygon, counter, nullptr), 0);
+    EXPECT_EQ(SearchNode(tree.Root(), IsRefNode, counter, referred), geoToGeo);
+    EXPECT_EQ(IsRefNode(referred, counter, nullptr), 0);
 }
 
 }  // namespace

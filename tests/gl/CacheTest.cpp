@@ -24,7 +24,7 @@ struct Referenced {
     Scene scene;
 };
 
-TEST_F(GlTest, AnUnchangedSceneUploadsNothingAgainUntilItsCacheIsReleased)
+TEST_F(GlTest, AnUnchangedSceneUploadsNothingUntilItsCacheIsReleasedAndCachesOutliveTheirRenderer)
 {
     Referenced referenced;
     Render(referenced.scene.node);
@@ -43,6 +43,25 @@ TEST_F(GlTest, AnUnchangedSceneUploadsNothingAgainUntilItsCacheIsReleased)
     Render(referenced.scene.node);
     EXPECT_EQ(renderer->Uploads(), 2 * first);
     EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
+
+    // Each cache outlives its renderer and goes with its node, once.
+    const int before = GlCacheCount();
+    {
+        Referenced twice;
+        Add(twice.scene.node, new CGeoRefNode)->SetRefNode(twice.subtree.node);
+        Render(twice.scene.node);
+        EXPECT_EQ(GlCacheCount(), before + 2);
+        renderer.reset();
+        EXPECT_EQ(GlCacheCount(), before + 2);
+
+        // Another renderer cannot use the caches of the first and makes its own.
+        renderer = std::make_unique<CGlRenderer>(kSize, kSize);
+        Render(twice.scene.node);
+        EXPECT_GT(renderer->Uploads(), 0u);
+        EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
+        EXPECT_EQ(GlCacheCount(), before + 2);
+    }
+    EXPECT_EQ(GlCacheCount(), before);
 }
 
 TEST_F(GlTest, NodesOutsideReferencesUploadEveryFrame)
@@ -53,27 +72,6 @@ TEST_F(GlTest, NodesOutsideReferencesUploadEveryFrame)
     const uint64_t first = renderer->Uploads();
     Render(scene.node);
     EXPECT_EQ(renderer->Uploads(), 2 * first);
-}
-
-TEST_F(GlTest, EachCacheOutlivesItsRendererAndGoesWithItsNodeOnce)
-{
-    const int before = GlCacheCount();
-    {
-        Referenced referenced;
-        Add(referenced.scene.node, new CGeoRefNode)->SetRefNode(referenced.subtree.node);
-        Render(referenced.scene.node);
-        EXPECT_EQ(GlCacheCount(), before + 2);
-        renderer.reset();
-        EXPECT_EQ(GlCacheCount(), before + 2);
-
-        // Another renderer cannot use the caches of the first and makes its own.
-        renderer = std::make_unique<CGlRenderer>(kSize, kSize);
-        Render(referenced.scene.node);
-        EXPECT_GT(renderer->Uploads(), 0u);
-        EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
-        EXPECT_EQ(GlCacheCount(), before + 2);
-    }
-    EXPECT_EQ(GlCacheCount(), before);
 }
 
 }  // namespace

@@ -62,7 +62,7 @@ const char* xyzFile =
     "\n"
     "-4.5 5 6e2 0 1 0\n";
 
-TEST(ScanFormats, EachReaderGivesTheWholeGeometryOfItsFile)
+TEST(ScanFormats, ReadersGiveTheWholeGeometryOfTheirFilesAndRefuseEveryBadPrefixOrName)
 {
     // An ASCII PLY file gives colours and texture coordinates per corner, and its pentagon as a fan.
     ExpectSameGeometry(ReadPly(asciiPly, "two.ply"),
@@ -96,36 +96,8 @@ TEST(ScanFormats, EachReaderGivesTheWholeGeometryOfItsFile)
     // An XYZ file with normals gives one point a line.
     ExpectSameGeometry(ReadXyz(xyzFile, "points.xyz"),
                        {{{0, 0, 0}, {1, 2, 3}, {-4.5, 5, 600}}, {{0, 0, 1}, {1, 0, 0}, {0, 1, 0}}, {}, {}, {}});
-}
 
-TEST(ScanFormats, EachFormatRoundTripsWhatItHoldsAndPlyEverythingInEachEncoding)
-{
-    ScanGeometry mesh = TexturedMesh();
-    for (PlyEncoding encoding : {PlyEncoding::ascii, PlyEncoding::binaryLittleEndian, PlyEncoding::binaryBigEndian}) {
-        const std::string bytes = WritePly(mesh, "mesh.ply", encoding);
-        ExpectSameGeometry(ReadPly(bytes, "mesh.ply"), mesh, "encoding " + std::to_string(static_cast<int>(encoding)));
-    }
-    ScanGeometry perVertex = ReadPly(asciiPly, "two.ply");
-    for (PlyEncoding encoding : {PlyEncoding::ascii, PlyEncoding::binaryBigEndian})
-        ExpectSameGeometry(ReadPly(WritePly(perVertex, "two.ply", encoding), "two.ply"), perVertex, "per vertex");
-    ExpectSameGeometry(ReadObj(WriteObj(mesh, "m.obj"), "m.obj"), mesh, "obj");
-
-    mesh.colors[2].a = 7;
-    ScanGeometry off = mesh;
-    off.texCoords.clear();
-    ExpectSameGeometry(ReadOff(WriteOff(mesh, "m.off"), "m.off"), off, "off");
-    ScanGeometry xyz = mesh;
-    xyz.colors.clear();
-    xyz.faces.clear();
-    xyz.texCoords.clear();
-    ExpectSameGeometry(ReadXyz(WriteXyz(mesh, "m.xyz"), "m.xyz"), xyz, "xyz");
-    xyz.normals.clear();
-    ExpectSameGeometry(ReadXyz(WriteXyz(xyz, "p.xyz"), "p.xyz"), xyz, "xyz without normals");
-    ExpectSameGeometry(ReadObj(WriteObj(xyz, "p.obj"), "p.obj"), xyz, "obj points");
-}
-
-TEST(ScanFormats, EveryPrefixOfAFileIsReadWholeOrRefusedWithAFileErrorAndEveryBinaryOneRefused)
-{
+    // Every prefix of a file is read whole or refused with a file error; every binary one is refused.
     const ScanGeometry mesh = TexturedMesh();
     struct Case {
         std::string bytes;
@@ -152,12 +124,9 @@ TEST(ScanFormats, EveryPrefixOfAFileIsReadWholeOrRefusedWithAFileErrorAndEveryBi
         }
         EXPECT_TRUE(c.binary ? refused == c.bytes.size() : refused > 0) << refused << " of " << c.bytes.size();
     }
-}
 
-TEST(ScanFormats, FilesAreWrittenAndReadInTheFormatTheirNameAsksFor)
-{
+    // Files are written and read in the format their name asks for.
     const std::string folder = testing::TempDir();
-    const ScanGeometry mesh = TexturedMesh();
     for (const char* file : {"a.PLY", "a.obj"}) {
         const std::string path = folder + file;
         WriteScanFile(mesh, path);
@@ -169,6 +138,32 @@ TEST(ScanFormats, FilesAreWrittenAndReadInTheFormatTheirNameAsksFor)
     EXPECT_THROW(FormatOfFileName("scan.d/ply"), FileError);
     EXPECT_THROW(ReadScanFile(folder + "missing.xyz"), FileError);
     EXPECT_THROW(WriteScanFile(mesh, folder + "no-such-folder/a.ply"), FileError);
+}
+
+TEST(ScanFormats, EachFormatRoundTripsWhatItHoldsAndPlyEverythingInEachEncoding)
+{
+    ScanGeometry mesh = TexturedMesh();
+    for (PlyEncoding encoding : {PlyEncoding::ascii, PlyEncoding::binaryLittleEndian, PlyEncoding::binaryBigEndian}) {
+        const std::string bytes = WritePly(mesh, "mesh.ply", encoding);
+        ExpectSameGeometry(ReadPly(bytes, "mesh.ply"), mesh, "encoding " + std::to_string(static_cast<int>(encoding)));
+    }
+    ScanGeometry perVertex = ReadPly(asciiPly, "two.ply");
+    for (PlyEncoding encoding : {PlyEncoding::ascii, PlyEncoding::binaryBigEndian})
+        ExpectSameGeometry(ReadPly(WritePly(perVertex, "two.ply", encoding), "two.ply"), perVertex, "per vertex");
+    ExpectSameGeometry(ReadObj(WriteObj(mesh, "m.obj"), "m.obj"), mesh, "obj");
+
+    mesh.colors[2].a = 7;
+    ScanGeometry off = mesh;
+    off.texCoords.clear();
+    ExpectSameGeometry(ReadOff(WriteOff(mesh, "m.off"), "m.off"), off, "off");
+    ScanGeometry xyz = mesh;
+    xyz.colors.clear();
+    xyz.faces.clear();
+    xyz.texCoords.clear();
+    ExpectSameGeometry(ReadXyz(WriteXyz(mesh, "m.xyz"), "m.xyz"), xyz, "xyz");
+    xyz.normals.clear();
+    ExpectSameGeometry(ReadXyz(WriteXyz(xyz, "p.xyz"), "p.xyz"), xyz, "xyz without normals");
+    ExpectSameGeometry(ReadObj(WriteObj(xyz, "p.obj"), "p.obj"), xyz, "obj points");
 }
 
 }  // namespace

@@ -74,7 +74,7 @@ struct SceneFolder : testing::Test {
     fs::path folder;
 };
 
-TEST_F(SceneFolder, SavedScenesLoadBackEveryPrefixIsRefusedAndAFailedSaveLeavesTheOldFile)
+TEST_F(SceneFolder, SavedScenesLoadBackAFailedSaveLeavesTheOldFileAndBadFilesAreRefused)
 {
     CTree scene = MakeScene();
     const std::string file = SceneFileOf(StreamOf(scene.Root()));
@@ -118,10 +118,8 @@ TEST_F(SceneFolder, SavedScenesLoadBackEveryPrefixIsRefusedAndAFailedSaveLeavesT
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
     EXPECT_THROW(brell::io::SaveScene(nullptr, path), FileError);
     EXPECT_THROW(brell::io::SaveScene(small, folder / "missing" / "scene.brs"), FileError);
-}
 
-TEST(SceneFile, HostileFilesEachGiveTheirOwnError)
-{
+    // Hostile files each give their own error.
     // A record of a plain node with no name and an attribute block of 4 bytes.
     const auto lone = [](int32_t childCount, int32_t attributes) {
         return Bytes().I32(0).I32(childCount).Str("CBaseNode").Str("").I32(4).I32(attributes).Data();

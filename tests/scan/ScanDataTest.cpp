@@ -127,32 +127,6 @@ TEST(Edits, InsertAndDeleteMoveWholeElementsAndRowsAndOutOfRangeAccessTakesTheSp
     EXPECT_EQ(&lines.Element(1, 0), &lines.Element(0, 2));
 }
 
-TEST(Sharing, CopiedHandlesSeeEachOthersEditsUntilUnsharedAndAssignmentMovesTheReference)
-{
-    VertexStore first;
-    VertexStore second(first);
-    ASSERT_EQ(first->Append(600), 1);
-    second->Element(599).z = 3.0;
-    EXPECT_EQ(first->Element(599).z, 3.0);
-
-    ASSERT_EQ(second.Unshare(), 1);
-    EXPECT_EQ(first->RefCount(), 1);
-    EXPECT_EQ(second->RefCount(), 1);
-    EXPECT_EQ(second->Element(599).z, 3.0);
-    second->Element(599).z = -3.0;
-    EXPECT_EQ(first->Element(599).z, 3.0);
-
-    const CArrayDataStore<VERTEX>* unshared = &*first;
-    EXPECT_EQ(first.Unshare(), 1);
-    EXPECT_EQ(&*first, unshared) << "unsharing an unshared store copies nothing";
-
-    VertexStore witness(second);
-    second = first;
-    EXPECT_EQ(&*second, &*first);
-    EXPECT_EQ(first->RefCount(), 2);
-    EXPECT_EQ(witness->RefCount(), 1);
-}
-
 // The store writes exactly the expected block, and reading that block into a
 // store that held other data writes it again.
 template <class DataStore>
@@ -167,7 +141,7 @@ void ExpectBlock(const DataStore& store, DataStore& reader, const Bytes& expecte
     EXPECT_EQ(block, expected.Data());
 }
 
-TEST(StoreBlocks, EachStoreWritesItsCountsThenItsItemsReadsThemBackAndRefusesBadBlocksUnchanged)
+TEST(Stores, WriteCountsThenItemsReadThemBackRefuseBadBlocksAndShareUntilUnshared)
 {
     ExpectBlock(*Store<int>({0, 1, 2}), *Store<int>({9, 9, 9, 9}), Bytes().I32(3).I32(0).I32(1).I32(2));
 
@@ -207,6 +181,30 @@ TEST(StoreBlocks, EachStoreWritesItsCountsThenItsItemsReadsThemBackAndRefusesBad
         << "5 corners";
     EXPECT_EQ(badMatrix.width, 1);
     EXPECT_EQ(badPolygons.Number(), 2);
+
+    // Copied handles see each other's edits until unshared; assignment moves the reference.
+    VertexStore first;
+    VertexStore second(first);
+    ASSERT_EQ(first->Append(600), 1);
+    second->Element(599).z = 3.0;
+    EXPECT_EQ(first->Element(599).z, 3.0);
+
+    ASSERT_EQ(second.Unshare(), 1);
+    EXPECT_EQ(first->RefCount(), 1);
+    EXPECT_EQ(second->RefCount(), 1);
+    EXPECT_EQ(second->Element(599).z, 3.0);
+    second->Element(599).z = -3.0;
+    EXPECT_EQ(first->Element(599).z, 3.0);
+
+    const CArrayDataStore<VERTEX>* unshared = &*first;
+    EXPECT_EQ(first.Unshare(), 1);
+    EXPECT_EQ(&*first, unshared) << "unsharing an unshared store copies nothing";
+
+    VertexStore witness(second);
+    second = first;
+    EXPECT_EQ(&*second, &*first);
+    EXPECT_EQ(first->RefCount(), 2);
+    EXPECT_EQ(witness->RefCount(), 1);
 }
 
 TEST(Normals, FaceNormalsAreRightHandedOfTheFirstThreeCornersUnitNormalsMarkShortVectors)

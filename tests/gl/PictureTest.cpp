@@ -98,27 +98,6 @@ TEST_F(Quarters, EachQuarterShowsWhatItsNodesDrawAndOverlaysCoverThePicture)
                   {10, 5, kBlack}});
 }
 
-TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixels)
-{
-    Scene scene;
-    const POINT point{60, 2}, line[] = {{2, 60}, {20, 60}};
-    Add(scene.node, new CGeoPoint2DNode(&point, 1, 0xFFFFFF));
-    Add(scene.node, new CGeoLine2DNode(line, 2, 0xFFFFFF, 0, 1));
-    Add(scene.node, new CGeoCrossLine2DNode({32, 32}, 0xFFFFFF, 5, 1));
-    // Anchors at (40, 10) and (60, 10) with their handles on the line between.
-    const BEZIER_POINT2D curve[] = {{{40, 10, 40, 10, 45, 10, 0}}, {{60, 10, 55, 10, 60, 10, 0}}};
-    auto* bezier = Add(scene.node, new CGeoBezier2DNode(curve, 2, 0, 1, 1));
-    bezier->SetColor(0x0000FF, 0x0000FF, 0x0000FF);
-    Render(scene.node);
-    ExpectPixels({{60, 2, kWhite},
-                  {10, 60, kWhite},
-                  {36, 32, kWhite},
-                  {32, 28, kWhite},
-                  {34, 34, kBlack},
-                  {50, 10, kRed},
-                  {50, 12, kBlack}});
-}
-
 // The world point at the centre of window pixel (x, y) through OrthoCamera.
 VERTEX Centre(int x, int y)
 {
@@ -138,20 +117,39 @@ Node* ReferencedSquare(int left, int top, int right, int bottom, RGBA color)
     return square;
 }
 
-TEST_F(GlTest, EveryVertexClassDraws)
+TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixelsAndEveryVertexClassDraws)
 {
     Scene scene;
-    Add(scene.node, OrthoCamera());
-    SetVertices(Add(scene.node, new CGeoVertexNode), {Centre(8, 8)});
+    const POINT point{60, 2}, polyline[] = {{2, 60}, {20, 60}};
+    Add(scene.node, new CGeoPoint2DNode(&point, 1, 0xFFFFFF));
+    Add(scene.node, new CGeoLine2DNode(polyline, 2, 0xFFFFFF, 0, 1));
+    Add(scene.node, new CGeoCrossLine2DNode({32, 32}, 0xFFFFFF, 5, 1));
+    // Anchors at (40, 10) and (60, 10) with their handles on the line between.
+    const BEZIER_POINT2D curve[] = {{{40, 10, 40, 10, 45, 10, 0}}, {{60, 10, 55, 10, 60, 10, 0}}};
+    auto* bezier = Add(scene.node, new CGeoBezier2DNode(curve, 2, 0, 1, 1));
+    bezier->SetColor(0x0000FF, 0x0000FF, 0x0000FF);
+    Render(scene.node);
+    ExpectPixels({{60, 2, kWhite},
+                  {10, 60, kWhite},
+                  {36, 32, kWhite},
+                  {32, 28, kWhite},
+                  {34, 34, kBlack},
+                  {50, 10, kRed},
+                  {50, 12, kBlack}});
 
-    auto* line = Add(scene.node, new CGeoLineNode);
+    // Every vertex class draws.
+    Scene drawn;
+    Add(drawn.node, OrthoCamera());
+    SetVertices(Add(drawn.node, new CGeoVertexNode), {Centre(8, 8)});
+
+    auto* line = Add(drawn.node, new CGeoLineNode);
     SetVertices(line, {Centre(2, 20), Centre(14, 20)});
     line->Append(1);
     line->Index(0, 0) = 0;
     line->Index(0, 1) = 1;
     line->color = kRed;
 
-    auto* normals = Add(scene.node, new CGeoNormalNode);
+    auto* normals = Add(drawn.node, new CGeoNormalNode);
     SetVertices(normals, {Centre(20, 8)});
     normals->Append(1);
     normals->Index(0) = 0;
@@ -159,7 +157,7 @@ TEST_F(GlTest, EveryVertexClassDraws)
     normals->size = 0.5;
     normals->color = kGreen;
 
-    auto* vertexNormals = Add(scene.node, new CGeoVertexNormalNode);
+    auto* vertexNormals = Add(drawn.node, new CGeoVertexNormalNode);
     SetVertices(vertexNormals, {Centre(36, 8)});
     vertexNormals->Append(1);
     vertexNormals->Normal(0) = {0.0f, -1.0f, 0.0f};
@@ -167,13 +165,13 @@ TEST_F(GlTest, EveryVertexClassDraws)
     vertexNormals->color = kBlue;
 
     auto* outline = Polygon({Centre(44, 4), Centre(56, 4), Centre(56, 14), Centre(44, 14)}, kYellow);
-    auto* polyWire = Add(scene.node, new CGeoPolyWireNode);
+    auto* polyWire = Add(drawn.node, new CGeoPolyWireNode);
     polyWire->Copy(outline);
     outline->Release();
-    Add(scene.node, ReferencedSquare<CGeoPolygonRefNode>(4, 40, 14, 50, kMagenta));
-    Add(scene.node, ReferencedSquare<CGeoPolyWireRefNode>(20, 40, 30, 50, kWhite));
+    Add(drawn.node, ReferencedSquare<CGeoPolygonRefNode>(4, 40, 14, 50, kMagenta));
+    Add(drawn.node, ReferencedSquare<CGeoPolyWireRefNode>(20, 40, 30, 50, kWhite));
 
-    Render(scene.node);
+    Render(drawn.node);
     ExpectPixels({{8, 8, kWhite},
                   {8, 20, kRed},
                   {24, 8, kGreen},
@@ -185,7 +183,7 @@ TEST_F(GlTest, EveryVertexClassDraws)
                   {25, 45, kBlack}});
 }
 
-TEST_F(GlTest, WithoutACameraTheBoxFillsTheViewAndSceneLightsReplaceTheLightAtTheEye)
+TEST_F(GlTest, WithoutACameraTheBoxFillsTheViewSceneLightsReplaceTheEyeLightAndPngsAreWritten)
 {
     Scene scene;
     Add(scene.node, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
@@ -210,18 +208,16 @@ TEST_F(GlTest, WithoutACameraTheBoxFillsTheViewAndSceneLightsReplaceTheLightAtTh
     const RGBA gray = At(kSize / 2, kSize / 2);
     EXPECT_NEAR(gray.r, 128, 1);
     EXPECT_EQ(gray.r, gray.b);
-}
 
-TEST_F(GlTest, RenderToPngWritesThePicture)
-{
-    Scene scene;
-    Add(scene.node, OrthoCamera());
-    Add(scene.node, Polygon({{-2.0, -2.0, 0.0}, {2.0, -2.0, 0.0}, {2.0, 2.0, 0.0}}, kBlue));
+    // RenderToPng writes the picture.
+    Scene written;
+    Add(written.node, OrthoCamera());
+    Add(written.node, Polygon({{-2.0, -2.0, 0.0}, {2.0, -2.0, 0.0}, {2.0, 2.0, 0.0}}, kBlue));
     const std::string path = ::testing::TempDir() + "brell_gl_picture.png";
     RenderOptions options;
     options.width = 40;
     options.height = 20;
-    RenderToPng(scene.node, options, path.c_str());
+    RenderToPng(written.node, options, path.c_str());
 
     png_image image{};
     image.version = PNG_IMAGE_VERSION;

@@ -28,7 +28,7 @@ CModelNode* ModelOf(CBaseNode* root)
     return static_cast<CModelNode*>(model);
 }
 
-TEST(ScanScenes, AFileBecomesARootWithOneElementNamedAfterItHoldingAMesh)
+TEST(ScanScenes, AFileBecomesAnElementHoldingAMeshAndAPointListAModelThatExportsBack)
 {
     const std::string path = testing::TempDir() + "textured.ply";
     WriteScanFile(TexturedMesh(), path);
@@ -48,25 +48,23 @@ TEST(ScanScenes, AFileBecomesARootWithOneElementNamedAfterItHoldingAMesh)
     ASSERT_NE(colors, nullptr);
     EXPECT_EQ(colors[3].r, 9);
     std::remove(path.c_str());
-}
 
-TEST(ScanScenes, APointListBecomesAModelAndExportsBackElementForElement)
-{
+    // A point list becomes a model and exports back element for element.
     ScanGeometry points = TexturedMesh();
     points.faces.clear();
     points.texCoords.clear();
     points.colors.clear();
-    CTree scene(SceneOfGeometry(points, "points.xyz"));
-    CModelNode* model = ModelOf(scene.Root());
+    CTree cloud(SceneOfGeometry(points, "points.xyz"));
+    CModelNode* model = ModelOf(cloud.Root());
     EXPECT_FALSE(model->IsKindOf("CMeshNode"));
     EXPECT_EQ(model->QueryAttributeStruct("colors", nullptr), nullptr);
-    const std::string path = testing::TempDir() + "points.xyz";
-    ExportScan(scene.Root(), path);
-    ExpectSameGeometry(ReadScanFile(path), points);
-    std::remove(path.c_str());
+    const std::string exported = testing::TempDir() + "points.xyz";
+    ExportScan(cloud.Root(), exported);
+    ExpectSameGeometry(ReadScanFile(exported), points);
+    std::remove(exported.c_str());
 }
 
-TEST(ScanScenes, ExportJoinsEveryModelAndMeshMovingTheFaceIndices)
+TEST(ScanScenes, ExportJoinsEveryModelMovingTheFaceIndicesAndTheStreamKeepsWhatIsValid)
 {
     const ScanGeometry mesh = TexturedMesh();
     CTree scene(SceneOfGeometry(mesh, "a"));
@@ -87,25 +85,23 @@ TEST(ScanScenes, ExportJoinsEveryModelAndMeshMovingTheFaceIndices)
     EXPECT_EQ(joined.normals[0].z, 0.0f);  // the cloud has none of its own
     EXPECT_EQ(joined.colors[0].g, 255);
     EXPECT_EQ(joined.texCoords.size(), 4u);
-}
 
-TEST(ScanScenes, NormalsColoursAndTexCoordsSurviveTheNodeStreamAndBadPolygonsOrAttributeSizesAreRefused)
-{
-    const ScanGeometry geometry = TexturedMesh();
-    CTree scene(SceneOfGeometry(geometry, "m"));
-    std::vector<unsigned char> block(SizeOfByte(scene.Root()));
-    ASSERT_GT(WriteNode(block.data(), scene.Root()), 0);
+    // Normals, colours and texture coordinates survive the node stream; bad polygons and
+    // attributes of the wrong size are refused.
+    CTree streamed(SceneOfGeometry(mesh, "m"));
+    std::vector<unsigned char> block(SizeOfByte(streamed.Root()));
+    ASSERT_GT(WriteNode(block.data(), streamed.Root()), 0);
     CTree read(ReadNode(block.data()));
     ASSERT_NE(read.Root(), nullptr);
-    ExpectSameGeometry(GeometryOfScene(read.Root(), "read"), geometry);
+    ExpectSameGeometry(GeometryOfScene(read.Root(), "read"), mesh);
 
-    auto* mesh = static_cast<CMeshNode*>(ModelOf(scene.Root()));
-    mesh->polygons->rows[1].items[2] = 5;
-    EXPECT_THROW(GeometryOfScene(scene.Root(), "m"), FileError);
-    mesh->polygons->rows[1].items[2] = 4;
+    auto* node = static_cast<CMeshNode*>(ModelOf(streamed.Root()));
+    node->polygons->rows[1].items[2] = 5;
+    EXPECT_THROW(GeometryOfScene(streamed.Root(), "m"), FileError);
+    node->polygons->rows[1].items[2] = 4;
     float shortNormals[3] = {0, 0, 1};
-    mesh->SetAttributeStruct("normals", shortNormals, sizeof shortNormals);
-    EXPECT_THAT([&] { GeometryOfScene(scene.Root(), "m"); },
+    node->SetAttributeStruct("normals", shortNormals, sizeof shortNormals);
+    EXPECT_THAT([&] { GeometryOfScene(streamed.Root(), "m"); },
                 testing::Throws<FileError>(testing::AllOf(
                     testing::Property(&FileError::Expected, "60 bytes of normals in model \"m\" (5 vertices)"),
                     testing::Property(&FileError::Found, "12"))));

@@ -32,7 +32,7 @@ bool Holds(const unsigned char* array, const Buffer& file, size_t from, size_t c
     return std::equal(array, array + count, file.begin() + static_cast<std::ptrdiff_t>(from));
 }
 
-TYPED_TEST(Shots, RoundTripsThroughMemoryAndDiskKeepEveryByteAndCopiesOwnArraysOfTheirOwn)
+TYPED_TEST(Shots, RoundTripsKeepEveryByteCopiesOwnArraysOfTheirOwnAndArraysRoundUpToSixteen)
 {
     using Shot = typename TypeParam::Shot;
     const Buffer file = SmallFile<TypeParam>();
@@ -71,28 +71,26 @@ TYPED_TEST(Shots, RoundTripsThroughMemoryAndDiskKeepEveryByteAndCopiesOwnArraysO
         EXPECT_EQ(TypeParam::Reserved(*copy), TypeParam::Reserved(shot));
         EXPECT_EQ(WriteShot(*copy), expected);
     }
+
+    // Arrays round up to sixteen and are kept for smaller requests.
+    Shot sized;
+    EXPECT_EQ(TypeParam::Allocate3d(sized, 100), 1);
+    ASSERT_EQ(sized.length3D, 112);
+    sized.data3D[112 * TypeParam::k3dArrayFactor - 1] = 1;
+    unsigned char* kept = sized.data3D;
+    EXPECT_EQ(TypeParam::Allocate3d(sized, 50), 1);
+    EXPECT_EQ(sized.data3D, kept);
+    EXPECT_EQ(TypeParam::Allocate3d(sized, 112), 1);
+    EXPECT_EQ(TypeParam::Allocate3d(sized, 0) + TypeParam::Allocate3d(sized, -5), 0);
+    EXPECT_EQ(sized.length3D, 112);
+    EXPECT_EQ(TypeParam::Allocate2d(sized, 1), 1);
+    EXPECT_EQ(sized.length2D, 16);
+    EXPECT_EQ(TypeParam::Allocate2d(sized, INT_MAX), 0) << "a length past 32 bits cannot be had";
+    EXPECT_EQ(sized.data2D, nullptr);
+    EXPECT_EQ(sized.length2D, 0);
 }
 
-TYPED_TEST(Shots, ArraysRoundUpToSixteenAndAreKeptForSmallerRequests)
-{
-    typename TypeParam::Shot shot;
-    EXPECT_EQ(TypeParam::Allocate3d(shot, 100), 1);
-    ASSERT_EQ(shot.length3D, 112);
-    shot.data3D[112 * TypeParam::k3dArrayFactor - 1] = 1;
-    unsigned char* array = shot.data3D;
-    EXPECT_EQ(TypeParam::Allocate3d(shot, 50), 1);
-    EXPECT_EQ(shot.data3D, array);
-    EXPECT_EQ(TypeParam::Allocate3d(shot, 112), 1);
-    EXPECT_EQ(TypeParam::Allocate3d(shot, 0) + TypeParam::Allocate3d(shot, -5), 0);
-    EXPECT_EQ(shot.length3D, 112);
-    EXPECT_EQ(TypeParam::Allocate2d(shot, 1), 1);
-    EXPECT_EQ(shot.length2D, 16);
-    EXPECT_EQ(TypeParam::Allocate2d(shot, INT_MAX), 0) << "a length past 32 bits cannot be had";
-    EXPECT_EQ(shot.data2D, nullptr);
-    EXPECT_EQ(shot.length2D, 0);
-}
-
-TYPED_TEST(Shots, EachErrorLeavesAnAllZeroRecordAndOneErrorLine)
+TYPED_TEST(Shots, EachErrorLeavesAnAllZeroRecordAndWithoutColourPlanesOnlyTheSecondLayoutReadsA2dBlock)
 {
     using Shot = typename TypeParam::Shot;
     struct Case {
@@ -125,6 +123,17 @@ TYPED_TEST(Shots, EachErrorLeavesAnAllZeroRecordAndOneErrorLine)
         EXPECT_EQ(std::count_if(outputs.begin(), outputs.end(), [](auto& o) { return o.rfind("output 0 -2", 0) == 0; }),
                   1);
     }
+
+    // Without colour planes only the second layout reads a 2-D block.
+    Recording recording(testing::TempDir() + "brell-camera-no-colour");
+    Shot shot;
+    ReadShot(Join({HeaderBytes<TypeParam>(kSmallPitch, {4, 4, 0, 8}), Pattern(5000, 5)}), shot);
+    EXPECT_EQ(shot.length2D, TypeParam::kEmpty2d);
+    EXPECT_EQ(shot.data2D == nullptr, TypeParam::kEmpty2d == 0);
+    std::vector<std::string> outputs = Outputs(recording);
+    EXPECT_EQ(outputs.size(), 3 + TypeParam::kListingLines + (TypeParam::kEmpty2d != 0));
+    EXPECT_EQ(outputs.back(), TypeParam::kEmpty2d != 0 ? Traced("Read 2D data in camera data", 3840)
+                                                       : Traced("Read 3D data in camera data", TypeParam::kSmall3d));
 }
 
 // A file cut anywhere: the header keeps what was read and zeros, each array
@@ -155,20 +164,7 @@ TYPED_TEST(Shots, EveryTruncationPointIsReadWithoutReadingPastTheFile)
     }
 }
 
-TYPED_TEST(Shots, WithoutColourPlanesOnlyTheSecondLayoutReadsA2dBlock)
-{
-    Recording recording(testing::TempDir() + "brell-camera-no-colour");
-    typename TypeParam::Shot shot;
-    ReadShot(Join({HeaderBytes<TypeParam>(kSmallPitch, {4, 4, 0, 8}), Pattern(5000, 5)}), shot);
-    EXPECT_EQ(shot.length2D, TypeParam::kEmpty2d);
-    EXPECT_EQ(shot.data2D == nullptr, TypeParam::kEmpty2d == 0);
-    std::vector<std::string> outputs = Outputs(recording);
-    EXPECT_EQ(outputs.size(), 3 + TypeParam::kListingLines + (TypeParam::kEmpty2d != 0));
-    EXPECT_EQ(outputs.back(), TypeParam::kEmpty2d != 0 ? Traced("Read 2D data in camera data", 3840)
-                                                       : Traced("Read 3D data in camera data", TypeParam::kSmall3d));
-}
-
-TEST(FirstLayoutShot, AFortyByteBlockFillsAFortyEightByteArrayAndIsWrittenWhole)
+TEST(LayoutShots, AFortyByteBlockFillsAFortyEightByteArrayAndA640By480ShotTracesOnlyItsProgress)
 {
     const Buffer file = Join({HeaderBytes<FirstLayout>({3, 5, 2, 12}, kSmallColor), Pattern(40, 5), Pattern(16, 9)});
     CAMERADATA shot;
@@ -179,22 +175,20 @@ TEST(FirstLayoutShot, AFortyByteBlockFillsAFortyEightByteArrayAndIsWrittenWhole)
     Buffer written = WriteShot(shot);
     ASSERT_EQ(written.size(), 512u + 48 + 16);
     EXPECT_TRUE(std::equal(file.begin(), file.begin() + 552, written.begin()));
-}
 
-TEST(SecondLayoutShot, A640By480ShotTracesOnlyItsProgress)
-{
+    // A 640 x 480 shot of the second layout traces only its progress.
     Recording recording(testing::TempDir() + "brell-camera-640x480");
     const int32_t size3d = 640 * 480 * 9, size2d = 640 * 480 * 3 + 3840;
-    const Buffer file =
+    const Buffer large =
         Join({HeaderBytes<SecondLayout>({640, 480, 1, 16}, {640, 480, 1, 24}), Pattern(size3d, 5), Pattern(size2d, 9)});
-    KAMERADATA shot;
-    ReadShot(file, shot);
-    ASSERT_EQ(shot.length3D, 2764800);
-    ASSERT_EQ(shot.length2D, 925440);
-    shot.data3D[4 * 2764800 - 1] = 0;
-    EXPECT_TRUE(Holds(shot.data3D, file, 1024, size3d));
-    EXPECT_TRUE(Holds(shot.data2D, file, 1024 + size3d, size2d));
-    EXPECT_EQ(WriteShot(shot), file);
+    KAMERADATA wide;
+    ReadShot(large, wide);
+    ASSERT_EQ(wide.length3D, 2764800);
+    ASSERT_EQ(wide.length2D, 925440);
+    wide.data3D[4 * 2764800 - 1] = 0;
+    EXPECT_TRUE(Holds(wide.data3D, large, 1024, size3d));
+    EXPECT_TRUE(Holds(wide.data2D, large, 1024 + size3d, size2d));
+    EXPECT_EQ(WriteShot(wide), large);
     EXPECT_EQ(Outputs(recording),
               (std::vector<std::string>{kClear, kReadHeader, Traced("Read 3D data in camera data", size3d),
                                         Traced("Read 2D data in camera data", size2d),

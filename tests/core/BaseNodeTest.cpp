@@ -24,7 +24,7 @@ CBaseNode* Logged(const char* name)
     return Named(name, CTestCountedNode::Create());
 }
 
-TEST(BaseNode, TypeIdentityFollowsTheChainOfBasesAndReleaseBelowOneDestroys)
+TEST(BaseNode, TypesReferenceCountsChildrenAndTheRegistry)
 {
     Held cube(CTestCubeNode::Create());
     EXPECT_EQ(cube->Type(), "CTestCubeNode");
@@ -66,40 +66,38 @@ TEST(BaseNode, TypeIdentityFollowsTheChainOfBasesAndReleaseBelowOneDestroys)
     parent->Release();
     EXPECT_EQ(destroyed, (NameList{"parent", "c", "a"}));
     EXPECT_EQ(keeper->GetChild(0)->RefCount(), 1);
-}
 
-TEST(BaseNode, ChildrenAreRemovedAndInsertedByPositionAndTypesCreatedByExactName)
-{
-    Held parent(CBaseNode::Create());
+    // Children are removed and inserted by position; null is ignored.
+    Held holder(CBaseNode::Create());
     CBaseNode* child = CBaseNode::Create();
     CBaseNode* last = CBaseNode::Create();
-    parent->InsertChild(0, child);
-    parent->AppendChild(child);
-    parent->AppendChild(last);
+    holder->InsertChild(0, child);
+    holder->AppendChild(child);
+    holder->AppendChild(last);
     EXPECT_EQ(child->RefCount(), 2);
-    EXPECT_EQ(parent->RemoveChild(child, 1), 1);
+    EXPECT_EQ(holder->RemoveChild(child, 1), 1);
     EXPECT_EQ(child->RefCount(), 1);
-    EXPECT_EQ(parent->ChildIndex(child), 0);
-    parent->RemoveChild(0u, 0);  // without release the reference is the caller's
+    EXPECT_EQ(holder->ChildIndex(child), 0);
+    holder->RemoveChild(0u, 0);  // without release the reference is the caller's
     EXPECT_EQ(child->RefCount(), 1);
-    EXPECT_EQ(parent->RemoveChild(child, 1), 0);
-    parent->RemoveChild(5u, 1);
-    EXPECT_EQ(parent->GetChildNum(), 1u);
+    EXPECT_EQ(holder->RemoveChild(child, 1), 0);
+    holder->RemoveChild(5u, 1);
+    EXPECT_EQ(holder->GetChildNum(), 1u);
     child->Release();
 
     CBaseNode* b = CBaseNode::Create();
     Held outsider(CBaseNode::Create());
-    parent->InsertChild(1, b);  // equal to the count: appends
-    parent->InsertChild(0, b);
-    parent->InsertChild(4, outsider.node);
-    parent->InsertChild(0, nullptr);
-    parent->AppendChild(nullptr);
-    EXPECT_EQ((std::vector<CBaseNode*>{parent->GetFirstChild(), parent->GetChild(1), parent->GetLastChild(),
-                                       parent->GetChild(3)}),
+    holder->InsertChild(1, b);  // equal to the count: appends
+    holder->InsertChild(0, b);
+    holder->InsertChild(4, outsider.node);
+    holder->InsertChild(0, nullptr);
+    holder->AppendChild(nullptr);
+    EXPECT_EQ((std::vector<CBaseNode*>{holder->GetFirstChild(), holder->GetChild(1), holder->GetLastChild(),
+                                       holder->GetChild(3)}),
               (std::vector<CBaseNode*>{b, last, b, nullptr}));
     EXPECT_EQ(outsider->RefCount(), 1);
-    EXPECT_EQ(parent->ChildIndex(nullptr), -1);
-    EXPECT_EQ(parent->IsChild(outsider.node), 0);
+    EXPECT_EQ(holder->ChildIndex(nullptr), -1);
+    EXPECT_EQ(holder->IsChild(outsider.node), 0);
     EXPECT_EQ(outsider->GetLastChild(), nullptr);
 
     // Types are created by exact name with count zero, and each registration is traced.
@@ -114,12 +112,12 @@ TEST(BaseNode, ChildrenAreRemovedAndInsertedByPositionAndTypesCreatedByExactName
     RegisterNodeType("CTestCubeNode", &CTestCubeNode::Create);
     RegisterNodeType("CBaseNode", &CTestCubeNode::Create);  // the first factory stays
     RegisterNodeType("CTestNullNode", []() -> CBaseNode* { return nullptr; });
-    CBaseNode* cube = CreateNode("CTestCubeNode");
+    CBaseNode* made = CreateNode("CTestCubeNode");
     CBaseNode* base = CreateNode("CBaseNode");
-    EXPECT_EQ(cube->Type(), "CTestCubeNode");
+    EXPECT_EQ(made->Type(), "CTestCubeNode");
     EXPECT_EQ(base->Type(), "CBaseNode");
     EXPECT_EQ(CreateNode("CTestNullNode"), nullptr);
-    cube->Release();
+    made->Release();
     base->Release();
 
     UnRegisterNodeType("CTestCubeNode");

@@ -15,7 +15,7 @@ namespace {
 
 using namespace brell::test;
 
-TEST(Tree, OrdersMirrorEachOtherParentsAndSiblingsAreFoundAndEachTreeHoldsOneReference)
+TEST(Tree, OrdersParentsAndSiblingsOneReferenceEachAndTheDisplayedListing)
 {
     StandardTree s;
     EXPECT_EQ(WalkNames(s.tree, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
@@ -63,6 +63,34 @@ TEST(Tree, OrdersMirrorEachOtherParentsAndSiblingsAreFoundAndEachTreeHoldsOneRef
     copy.SetRoot(nullptr);
     tree.SetRoot(CTestCountedNode::Create());
     EXPECT_EQ(CTestCountedNode::live, before + 1);
+
+    // DisplayTree lists each node with markers, indents and positions, and names unchanged.
+    StandardTree shown;
+    CBaseNode* b1 = Named("100%s %d");
+    shown.b->AppendChild(b1);
+    shown.a2->SetName("");
+    shown.a->SetAttributeInt("n", 1);
+    auto tail = [](CBaseNode* node, int attributes) {
+        std::ostringstream text;
+        text << "(CBaseNode : 0x" << std::hex << reinterpret_cast<uintptr_t>(node) << std::dec
+             << ") [ Attribute: " << attributes << " ]\n";
+        return text.str();
+    };
+    const std::string tee = "\x84\xB0", corner = "\x84\xAF", bar = "\x84\xAB";
+
+    Recording recording(testing::TempDir() + "brell-walk-display");
+    DisplayTree(nullptr);
+    DisplayTree(shown.tree);
+    EXPECT_EQ(recording.Texts(), (NameList{
+                                     "\x81\xA5"
+                                     "R" +
+                                         tail(shown.r, 0),
+                                     "  " + tee + "1: A" + tail(shown.a, 1),
+                                     "  " + bar + tee + "1: A1" + tail(shown.a1, 0),
+                                     "  " + bar + corner + "2: <Noname> " + tail(shown.a2, 0),
+                                     "  " + corner + "2: B" + tail(shown.b, 0),
+                                     "    " + corner + "1: 100%s %d" + tail(b1, 0),
+                                 }));
 }
 
 struct Visits {
@@ -134,36 +162,6 @@ TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypesWithTheirSubtrees)
     EXPECT_EQ(copy.Root()->RefCount(), 1);  // the copy came with count 0
     EXPECT_EQ(copy.Root()->GetChild(0)->GetChild(0)->RefCount(), 1);
     EXPECT_EQ(CopyTree(u), nullptr);
-}
-
-TEST(DisplayTree, ListsEachNodeWithMarkersIndentsAndPositionsAndNamesUnchanged)
-{
-    StandardTree s;
-    CBaseNode* b1 = Named("100%s %d");
-    s.b->AppendChild(b1);
-    s.a2->SetName("");
-    s.a->SetAttributeInt("n", 1);
-    auto tail = [](CBaseNode* node, int attributes) {
-        std::ostringstream text;
-        text << "(CBaseNode : 0x" << std::hex << reinterpret_cast<uintptr_t>(node) << std::dec
-             << ") [ Attribute: " << attributes << " ]\n";
-        return text.str();
-    };
-    const std::string tee = "\x84\xB0", corner = "\x84\xAF", bar = "\x84\xAB";
-
-    Recording recording(testing::TempDir() + "brell-walk-display");
-    DisplayTree(nullptr);
-    DisplayTree(s.tree);
-    EXPECT_EQ(recording.Texts(), (NameList{
-                                     "\x81\xA5"
-                                     "R" +
-                                         tail(s.r, 0),
-                                     "  " + tee + "1: A" + tail(s.a, 1),
-                                     "  " + bar + tee + "1: A1" + tail(s.a1, 0),
-                                     "  " + bar + corner + "2: <Noname> " + tail(s.a2, 0),
-                                     "  " + corner + "2: B" + tail(s.b, 0),
-                                     "    " + corner + "1: 100%s %d" + tail(b1, 0),
-                                 }));
 }
 
 }  // namespace

@@ -19,7 +19,13 @@ namespace {
 
 using brell::test::Held;
 
-TEST(GeometryClasses, IdentityDefaultsAndCommentsWithTheirFlags)
+// Exposes the repair of normal counts, which only derived classes may call.
+class CheckedShade : public CGeoPolyShadeRefNode {
+public:
+    using CGeoPolyShadeRefNode::Check;
+};
+
+TEST(GeometryClasses, IdentityDefaultsCommentsReferenceMeshesLightsAndTheViewPoint)
 {
     struct Case {
         const char* type;
@@ -85,6 +91,76 @@ TEST(GeometryClasses, IdentityDefaultsAndCommentsWithTheirFlags)
     base->ShowEnable(0);
     base->SetAttributeInt("a", 1);
     EXPECT_EQ(base->Comment(), "Attribute: 1[Hide]");
+
+    // Reference meshes index their texture coordinates with spare elements.
+    Held<CGeoPolyShadeRefNode> mesh;
+    auto& rows = mesh->polygons->rows;
+    rows.push_back({{0, 1, 2, 0}, 3});
+    rows.push_back({{2, 3, 4, 5}, 4});
+    mesh->indices->Append(2);
+    mesh->indices->Element(0) = 1;
+    mesh->indices->Element(1) = 0;
+    int& spare = mesh->polygons->Element(-1, 0);
+    EXPECT_EQ(mesh->Index(0, 3), 5);
+    EXPECT_EQ(mesh->Index(1, 2), 2);
+    EXPECT_EQ(&mesh->Index(1, 3), &spare);
+    EXPECT_EQ(&mesh->Index(0, -1), &spare);
+
+    EXPECT_EQ(&mesh->TextureCoord(5, 7), &mesh->defaultTextureCoord);
+    mesh->hasTextureCoords = 1;
+    mesh->textureCoords->rows.resize(2);
+    mesh->textureCoords->rows[1] = {{{0.5f, 0.25f}}, 1};
+    EXPECT_EQ(mesh->TextureCoord(0, 0).y, 0.25f);
+    EXPECT_EQ(&mesh->TextureCoord(0, 1), &mesh->textureCoords->Element(-1, 0));
+
+    mesh->AppendVertex(10);
+    std::vector<double> box(6);
+    EXPECT_EQ(mesh->EvalBBoxThis(box[0], box[1], box[2], box[3], box[4], box[5]), 1);
+
+    brell::test::Recording recording(testing::TempDir() + "brell-geo-check");
+    Held<CheckedShade> checked;
+    checked->indices->Append(3);
+    checked->flatNormals->Append(2);
+    checked->FlatNormal(1) = {1, 2, 3};
+    checked->AppendVertex(4);
+    checked->smoothNormals->Append(4);
+    checked->Check();
+    EXPECT_EQ(recording.Texts(),
+              (std::vector<std::string>{
+                  "Internal error: CGeoPolyShadeRefNode's flat normal number is error, and will be corrected.\n"}));
+    EXPECT_EQ(checked->flatNormals->Number(), 3);
+    EXPECT_EQ(checked->FlatNormal(1).z, 3.0f);
+
+    checked->AppendVertex(1);
+    checked->Check();
+    EXPECT_EQ(recording.Texts().size(), 2u);
+    EXPECT_EQ(checked->smoothNormals->Number(), 5);
+
+    // Lights and the view point.
+    Held<CGeoLightNode> lights;
+    EXPECT_EQ(lights->Light(0), nullptr);
+    EXPECT_EQ(lights->Delete(0), 0);
+    LIGHT_PARAM light{};
+    for (int i = 0; i < 3; ++i) {
+        light.type = i;
+        EXPECT_EQ(lights->Append(light), i);
+    }
+    EXPECT_EQ(lights->Light(2)->type, 2);
+    EXPECT_EQ(lights->Light(-4)->type, 0);
+    EXPECT_EQ(lights->Light(3), nullptr);
+    EXPECT_EQ(lights->Delete(1), 1);
+    EXPECT_EQ(lights->Light(1)->type, 2);
+    EXPECT_EQ(lights->Comment(), "2 lights");
+    lights->Copy(lights.node);
+    EXPECT_EQ(lights->Number(), 2);
+
+    double x, y, z;
+    EXPECT_EQ(EvalViewPoint(-1, -1, -1, 1, 1, 1, 0, 0, -1, 90, x, y, z), 1);
+    EXPECT_EQ(x, 0.0);
+    EXPECT_EQ(y, 0.0);
+    EXPECT_NEAR(z, std::sqrt(3.0) / std::sin(M_PI / 4), 1e-12);
+    EvalViewPoint(-1, -1, -1, 1, 1, 1, 0, 0, -2, 0, x, y, z);
+    EXPECT_NEAR(z, 4.526067, 1e-6);
 }
 
 TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommonAndVertexNodesEditBoxAndSearch)
@@ -182,84 +258,6 @@ TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommonAndVertexNodesEditBoxAnd
     normals->AppendVertex(3);
     normals->Append(2);
     EXPECT_EQ(normals->EvalBBoxThis(box[0], box[1], box[2], box[3], box[4], box[5]), 0);
-}
-
-// Exposes the repair of normal counts, which only derived classes may call.
-class CheckedShade : public CGeoPolyShadeRefNode {
-public:
-    using CGeoPolyShadeRefNode::Check;
-};
-
-TEST(GeometryClasses, ReferenceMeshesIndexAndCheckTheirNormalsLightsListAndTheViewPoint)
-{
-    Held<CGeoPolyShadeRefNode> mesh;
-    auto& rows = mesh->polygons->rows;
-    rows.push_back({{0, 1, 2, 0}, 3});
-    rows.push_back({{2, 3, 4, 5}, 4});
-    mesh->indices->Append(2);
-    mesh->indices->Element(0) = 1;
-    mesh->indices->Element(1) = 0;
-    int& spare = mesh->polygons->Element(-1, 0);
-    EXPECT_EQ(mesh->Index(0, 3), 5);
-    EXPECT_EQ(mesh->Index(1, 2), 2);
-    EXPECT_EQ(&mesh->Index(1, 3), &spare);
-    EXPECT_EQ(&mesh->Index(0, -1), &spare);
-
-    EXPECT_EQ(&mesh->TextureCoord(5, 7), &mesh->defaultTextureCoord);
-    mesh->hasTextureCoords = 1;
-    mesh->textureCoords->rows.resize(2);
-    mesh->textureCoords->rows[1] = {{{0.5f, 0.25f}}, 1};
-    EXPECT_EQ(mesh->TextureCoord(0, 0).y, 0.25f);
-    EXPECT_EQ(&mesh->TextureCoord(0, 1), &mesh->textureCoords->Element(-1, 0));
-
-    mesh->AppendVertex(10);
-    std::vector<double> box(6);
-    EXPECT_EQ(mesh->EvalBBoxThis(box[0], box[1], box[2], box[3], box[4], box[5]), 1);
-
-    brell::test::Recording recording(testing::TempDir() + "brell-geo-check");
-    Held<CheckedShade> checked;
-    checked->indices->Append(3);
-    checked->flatNormals->Append(2);
-    checked->FlatNormal(1) = {1, 2, 3};
-    checked->AppendVertex(4);
-    checked->smoothNormals->Append(4);
-    checked->Check();
-    EXPECT_EQ(recording.Texts(),
-              (std::vector<std::string>{
-                  "Internal error: CGeoPolyShadeRefNode's flat normal number is error, and will be corrected.\n"}));
-    EXPECT_EQ(checked->flatNormals->Number(), 3);
-    EXPECT_EQ(checked->FlatNormal(1).z, 3.0f);
-
-    checked->AppendVertex(1);
-    checked->Check();
-    EXPECT_EQ(recording.Texts().size(), 2u);
-    EXPECT_EQ(checked->smoothNormals->Number(), 5);
-
-    // Lights and the view point.
-    Held<CGeoLightNode> lights;
-    EXPECT_EQ(lights->Light(0), nullptr);
-    EXPECT_EQ(lights->Delete(0), 0);
-    LIGHT_PARAM light{};
-    for (int i = 0; i < 3; ++i) {
-        light.type = i;
-        EXPECT_EQ(lights->Append(light), i);
-    }
-    EXPECT_EQ(lights->Light(2)->type, 2);
-    EXPECT_EQ(lights->Light(-4)->type, 0);
-    EXPECT_EQ(lights->Light(3), nullptr);
-    EXPECT_EQ(lights->Delete(1), 1);
-    EXPECT_EQ(lights->Light(1)->type, 2);
-    EXPECT_EQ(lights->Comment(), "2 lights");
-    lights->Copy(lights.node);
-    EXPECT_EQ(lights->Number(), 2);
-
-    double x, y, z;
-    EXPECT_EQ(EvalViewPoint(-1, -1, -1, 1, 1, 1, 0, 0, -1, 90, x, y, z), 1);
-    EXPECT_EQ(x, 0.0);
-    EXPECT_EQ(y, 0.0);
-    EXPECT_NEAR(z, std::sqrt(3.0) / std::sin(M_PI / 4), 1e-12);
-    EvalViewPoint(-1, -1, -1, 1, 1, 1, 0, 0, -2, 0, x, y, z);
-    EXPECT_NEAR(z, 4.526067, 1e-6);
 }
 
 }  // namespace

@@ -117,7 +117,7 @@ Node* ReferencedSquare(int left, int top, int right, int bottom, RGBA color)
     return square;
 }
 
-TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixelsAndEveryVertexClassDraws)
+TEST_F(GlTest, EveryClassDrawsTheBoxFillsAViewWithoutACameraLightsReplaceTheEyesAndPngsAreWritten)
 {
     Scene scene;
     const POINT point{60, 2}, polyline[] = {{2, 60}, {20, 60}};
@@ -181,13 +181,11 @@ TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixelsAndEveryVertexClassDraws)
                   {9, 45, kMagenta},
                   {20, 45, kWhite},
                   {25, 45, kBlack}});
-}
 
-TEST_F(GlTest, WithoutACameraTheBoxFillsTheViewSceneLightsReplaceTheEyeLightAndPngsAreWritten)
-{
-    Scene scene;
-    Add(scene.node, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
-    Render(scene.node);
+    // Without a camera the box fills the view.
+    Scene boxed;
+    Add(boxed.node, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
+    Render(boxed.node);
     EXPECT_EQ(At(kSize / 2, kSize / 2), kRed);
     EXPECT_EQ(At(1, 1), kBlack);
     // The sphere through the square's corners just fills the view, so its

@@ -62,7 +62,7 @@ const char* xyzFile =
     "\n"
     "-4.5 5 6e2 0 1 0\n";
 
-TEST(ScanFormats, ReadersGiveTheWholeGeometryOfTheirFilesAndRefuseEveryBadPrefixOrName)
+TEST(ScanFormats, ReadWholeRoundTripWhatTheyHoldAndRefuseEveryBadPrefixOrName)
 {
     // An ASCII PLY file gives colours and texture coordinates per corner, and its pentagon as a fan.
     ExpectSameGeometry(ReadPly(asciiPly, "two.ply"),
@@ -138,29 +138,28 @@ TEST(ScanFormats, ReadersGiveTheWholeGeometryOfTheirFilesAndRefuseEveryBadPrefix
     EXPECT_THROW(FormatOfFileName("scan.d/ply"), FileError);
     EXPECT_THROW(ReadScanFile(folder + "missing.xyz"), FileError);
     EXPECT_THROW(WriteScanFile(mesh, folder + "no-such-folder/a.ply"), FileError);
-}
 
-TEST(ScanFormats, EachFormatRoundTripsWhatItHoldsAndPlyEverythingInEachEncoding)
-{
-    ScanGeometry mesh = TexturedMesh();
+    // Each format round-trips what it holds, PLY everything in each encoding.
+    ScanGeometry textured = TexturedMesh();
     for (PlyEncoding encoding : {PlyEncoding::ascii, PlyEncoding::binaryLittleEndian, PlyEncoding::binaryBigEndian}) {
-        const std::string bytes = WritePly(mesh, "mesh.ply", encoding);
-        ExpectSameGeometry(ReadPly(bytes, "mesh.ply"), mesh, "encoding " + std::to_string(static_cast<int>(encoding)));
+        const std::string bytes = WritePly(textured, "textured.ply", encoding);
+        ExpectSameGeometry(ReadPly(bytes, "textured.ply"), textured,
+                           "encoding " + std::to_string(static_cast<int>(encoding)));
     }
     ScanGeometry perVertex = ReadPly(asciiPly, "two.ply");
     for (PlyEncoding encoding : {PlyEncoding::ascii, PlyEncoding::binaryBigEndian})
         ExpectSameGeometry(ReadPly(WritePly(perVertex, "two.ply", encoding), "two.ply"), perVertex, "per vertex");
-    ExpectSameGeometry(ReadObj(WriteObj(mesh, "m.obj"), "m.obj"), mesh, "obj");
+    ExpectSameGeometry(ReadObj(WriteObj(textured, "m.obj"), "m.obj"), textured, "obj");
 
-    mesh.colors[2].a = 7;
-    ScanGeometry off = mesh;
+    textured.colors[2].a = 7;
+    ScanGeometry off = textured;
     off.texCoords.clear();
-    ExpectSameGeometry(ReadOff(WriteOff(mesh, "m.off"), "m.off"), off, "off");
-    ScanGeometry xyz = mesh;
+    ExpectSameGeometry(ReadOff(WriteOff(textured, "m.off"), "m.off"), off, "off");
+    ScanGeometry xyz = textured;
     xyz.colors.clear();
     xyz.faces.clear();
     xyz.texCoords.clear();
-    ExpectSameGeometry(ReadXyz(WriteXyz(mesh, "m.xyz"), "m.xyz"), xyz, "xyz");
+    ExpectSameGeometry(ReadXyz(WriteXyz(textured, "m.xyz"), "m.xyz"), xyz, "xyz");
     xyz.normals.clear();
     ExpectSameGeometry(ReadXyz(WriteXyz(xyz, "p.xyz"), "p.xyz"), xyz, "xyz without normals");
     ExpectSameGeometry(ReadObj(WriteObj(xyz, "p.obj"), "p.obj"), xyz, "obj points");

@@ -38,7 +38,7 @@ void ExpectVector(const CVector_3<double>& actual, const CVector_3<double>& expe
     EXPECT_DOUBLE_EQ(actual.z, expected.z);
 }
 
-TEST(Capacity, ArraysAndMatricesFollowTheirGrowthAndShrinkRulesAndRequestsTooLargeChangeNothing)
+TEST(Stores, GrowAndShrinkByTheirRulesRefuseTooLargeRequestsAndEditWholeElements)
 {
     struct Case {
         const char* rule;
@@ -98,27 +98,25 @@ TEST(Capacity, ArraysAndMatricesFollowTheirGrowthAndShrinkRulesAndRequestsTooLar
     EXPECT_EQ(&image.Element(INT_MAX, 0), &image.Element(-1, 0)) << "an element that gets no room is the spare";
     EXPECT_EQ(image.height, 480);
     EXPECT_EQ(image.Capacity(), 1024 * 640);
-}
 
-TEST(Edits, InsertAndDeleteMoveWholeElementsAndRowsAndOutOfRangeAccessTakesTheSpare)
-{
-    auto array = Store<int>({0, 1, 2, 3, 4});
-    ASSERT_EQ(array->Insert(2, 2) + array->Insert(-3, 1), 2) << "a negative position inserts at the front";
-    array->Element(0) = array->Element(3) = array->Element(4) = -1;
-    EXPECT_EQ(Items(array->Buffer(), array->Number()), (std::vector<int>{-1, 0, 1, -1, -1, 2, 3, 4}));
+    // Insert and delete move whole elements and rows.
+    auto edited = Store<int>({0, 1, 2, 3, 4});
+    ASSERT_EQ(edited->Insert(2, 2) + edited->Insert(-3, 1), 2) << "a negative position inserts at the front";
+    edited->Element(0) = edited->Element(3) = edited->Element(4) = -1;
+    EXPECT_EQ(Items(edited->Buffer(), edited->Number()), (std::vector<int>{-1, 0, 1, -1, -1, 2, 3, 4}));
     // Deleting from before the front, past the end, and a negative count.
-    EXPECT_EQ(array->Delete(-4, 2) + array->Delete(3, 100) + array->Delete(0, -2), 3);
-    EXPECT_EQ(Items(array->Buffer(), array->Number()), (std::vector<int>{1, -1, -1}));
+    EXPECT_EQ(edited->Delete(-4, 2) + edited->Delete(3, 100) + edited->Delete(0, -2), 3);
+    EXPECT_EQ(Items(edited->Buffer(), edited->Number()), (std::vector<int>{1, -1, -1}));
 
-    CMatrixDataStore<int> matrix;
-    matrix.width = 2;
-    ASSERT_EQ(matrix.AppendRows(3), 1);
-    std::iota(matrix.Buffer(), matrix.Buffer() + 6, 0);
-    ASSERT_EQ(matrix.InsertRows(1, 1) + matrix.DeleteRows(0, 1), 2);
-    EXPECT_EQ(Items(matrix.Buffer() + 2, 4), (std::vector<int>{2, 3, 4, 5}));
+    CMatrixDataStore<int> rows;
+    rows.width = 2;
+    ASSERT_EQ(rows.AppendRows(3), 1);
+    std::iota(rows.Buffer(), rows.Buffer() + 6, 0);
+    ASSERT_EQ(rows.InsertRows(1, 1) + rows.DeleteRows(0, 1), 2);
+    EXPECT_EQ(Items(rows.Buffer() + 2, 4), (std::vector<int>{2, 3, 4, 5}));
 
     // Out-of-range access takes the spare element in every store.
-    EXPECT_EQ(&array->Element(3), &array->Element(-1));
+    EXPECT_EQ(&edited->Element(3), &edited->Element(-1));
     CPolygonDataStore<int> polygons;
     polygons.rows = {{{7, 8, 9, 0}, 3}};
     EXPECT_EQ(&polygons.Element(0, 3), &polygons.Element(1, 0)) << "slot 3 is past the row's item count";
@@ -141,7 +139,7 @@ void ExpectBlock(const DataStore& store, DataStore& reader, const Bytes& expecte
     EXPECT_EQ(block, expected.Data());
 }
 
-TEST(Stores, WriteCountsThenItemsReadThemBackRefuseBadBlocksAndShareUntilUnshared)
+TEST(Stores, WriteCountsThenItemsReadThemBackRefuseBadBlocksShareUntilUnsharedAndGiveNormals)
 {
     ExpectBlock(*Store<int>({0, 1, 2}), *Store<int>({9, 9, 9, 9}), Bytes().I32(3).I32(0).I32(1).I32(2));
 
@@ -205,10 +203,8 @@ TEST(Stores, WriteCountsThenItemsReadThemBackRefuseBadBlocksAndShareUntilUnshare
     EXPECT_EQ(&*second, &*first);
     EXPECT_EQ(first->RefCount(), 2);
     EXPECT_EQ(witness->RefCount(), 1);
-}
 
-TEST(Normals, FaceNormalsAreRightHandedOfTheFirstThreeCornersUnitNormalsMarkShortVectors)
-{
+    // Face normals are right-handed unit normals of the first three corners; degenerate input comes back unscaled.
     auto vertices =
         Store<VERTEX>({{0, 0, 0}, {10, 0, 0}, {0, 10, 0}, {0, 0, 5}, {1, 1, 1}, {2, 2, 2}, {1e-6, 0, 0}, {0, 1, 0}});
     struct Case {

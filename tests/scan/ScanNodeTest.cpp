@@ -221,7 +221,7 @@ struct ProbeMesh : CMeshNode {
     using CMeshNode::ImageIndex;
 };
 
-TEST(MeshImages, AreTheImageChildrenCountedInChildOrder)
+TEST(ObjectNodes, MeshImagesElementsScenesAndModelVertices)
 {
     CTree tree(new ProbeMesh);
     auto* mesh = static_cast<ProbeMesh*>(tree.Root());
@@ -248,10 +248,8 @@ TEST(MeshImages, AreTheImageChildrenCountedInChildOrder)
     EXPECT_EQ(mesh->DeleteImage(2), 1);
     EXPECT_EQ(second->RefCount(), 1) << "the image node was released";
     EXPECT_EQ(mesh->GetChildNum(), 4u);
-}
 
-TEST(Elements, CountAndFindChildrenByKindScenesAreTheElementsAmongTheRootsChildrenAndModelsEditVertices)
-{
+    // Elements count and find children by kind; scenes are the elements among the root's children.
     Scene scene;
     CElementNode* element = scene.element;
     EXPECT_EQ(element->NodeNumber("CModelNode"), 2) << "a mesh is a model too";
@@ -267,20 +265,20 @@ TEST(Elements, CountAndFindChildrenByKindScenesAreTheElementsAmongTheRootsChildr
     EXPECT_EQ(element->IsChildEnable(2), 0) << "level of detail";
     EXPECT_EQ(element->IsChildEnable(1) + element->IsChildEnable(6) + element->IsChildEnable(7), 3);
 
-    CElementNode* second = Make<CElementNode>("E2");
-    EXPECT_EQ(AppendElementToScene(second, &scene.tree), 1);
+    CElementNode* added = Make<CElementNode>("E2");
+    EXPECT_EQ(AppendElementToScene(added, &scene.tree), 1);
     scene.tree.Root()->InsertChild(1, CBaseNode::Create());
     EXPECT_EQ(ElementNumber(&scene.tree), 2);
-    EXPECT_EQ(GetElement(1, &scene.tree), second);
+    EXPECT_EQ(GetElement(1, &scene.tree), added);
     EXPECT_EQ(GetElement(2, &scene.tree), nullptr);
     EXPECT_EQ(AppendElementToScene(nullptr, &scene.tree), 1);
     EXPECT_EQ(scene.tree.Root()->GetChildNum(), 3u);
 
     CTree empty;
-    EXPECT_EQ(AppendElementToScene(second, &empty) + AppendElementToScene(second, nullptr), 0);
+    EXPECT_EQ(AppendElementToScene(added, &empty) + AppendElementToScene(added, nullptr), 0);
     EXPECT_EQ(ElementNumber(&empty) + ElementNumber(nullptr), 0);
     EXPECT_EQ(GetElement(0, nullptr), nullptr);
-    EXPECT_EQ(second->RefCount(), 1);
+    EXPECT_EQ(added->RefCount(), 1);
 
     // Model vertices are edited through the vertex store.
     EXPECT_EQ(scene.model->GetVertex(2), nullptr);

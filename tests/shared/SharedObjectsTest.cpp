@@ -37,7 +37,7 @@ public:
     int Write(void*) override { return 0; }
 };
 
-TEST(NameList, WritesTheseBytesReadsBackStepsRoundThroughTheEndAndCopiesEveryName)
+TEST(SharedObjects, NameListsAndTreesByNameWithTheirBlocks)
 {
     CNameList list = ListOf({"a", "", "bc"});
     Bytes expected = Bytes().I32(3).I32(2).Raw({'a', 0}).I32(1).Raw({0}).I32(3).Raw({'b', 'c', 0});
@@ -88,10 +88,8 @@ TEST(NameList, WritesTheseBytesReadsBackStepsRoundThroughTheEndAndCopiesEveryNam
     CNameList& alias = self;
     self = alias;
     EXPECT_EQ(Names(self), (std::vector<std::string>{"s"}));
-}
 
-TEST(TreeByName, OneTreeANameThatNoOtherLookUpSeesReleasedOnceAndHandedOverInFlatBlocks)
-{
+    // A tree by name is one tree that no other kind of look-up sees.
     CDataManager manager;
     CTree* tree = CreateTree(&manager, "scene");
     ASSERT_NE(tree, nullptr);
@@ -145,15 +143,15 @@ TEST(TreeByName, OneTreeANameThatNoOtherLookUpSeesReleasedOnceAndHandedOverInFla
     root->Release();
 
     // Tree and list objects hand their payload through a flat block.
-    CTree* source = CreateTree(&manager, "source");
+    CTree* sourceTree = CreateTree(&manager, "sourceTree");
     CTree* target = CreateTree(&manager, "target");
-    EXPECT_EQ(manager.GetData("source")->MakeBlock(), nullptr) << "an empty tree makes no block";
+    EXPECT_EQ(manager.GetData("sourceTree")->MakeBlock(), nullptr) << "an empty tree makes no block";
     CBaseNode* named = CBaseNode::Create();
     named->SetName("R");
     named->AppendChild(CBaseNode::Create());
-    source->SetRoot(named);
+    sourceTree->SetRoot(named);
     target->SetRoot(CBaseNode::Create());
-    manager.GetData("target")->TakeBlock(manager.GetData("source")->MakeBlock());
+    manager.GetData("target")->TakeBlock(manager.GetData("sourceTree")->MakeBlock());
     ASSERT_NE(target->Root(), named);
     EXPECT_EQ(target->Root()->Name(), "R");
     EXPECT_EQ(target->Root()->GetChildNum(), 1u);

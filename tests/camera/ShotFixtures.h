@@ -77,7 +77,7 @@ inline Buffer Pattern(size_t size, uint8_t seed)
 
 inline void Put(Buffer& file, size_t offset, const Bytes& field)
 {
-    std::memcpy(file.data() + offset, field.Data().data(), field.Size());
+    std::memcpy(file.data() + offset, field.Data().data(), field.Data().size());
 }
 
 // A file header of the layout: patterned, with these planes and pitch of pixels values.

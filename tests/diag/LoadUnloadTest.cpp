@@ -42,11 +42,6 @@ std::vector<std::string> Concat(std::initializer_list<std::vector<std::string>> 
     return all;
 }
 
-std::string RecordPath(const char* suite)
-{
-    return testing::TempDir() + "brell-load-" + suite + ".txt";
-}
-
 void* LoadLibrary()
 {
     void* library = dlopen(BRELL_LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL);
@@ -72,7 +67,7 @@ void ExpectNodesCanBeMadeByName(void* library)
 
 TEST(WithRecordingOutput, RegistrationsArriveOnChannelZeroAtLevelZeroInTableOrder)
 {
-    Recording recording(RecordPath("recording"));
+    Recording recording(testing::TempDir() + "brell-load-recording.txt");
     void* library = LoadLibrary();
     ASSERT_NE(library, nullptr);
     EXPECT_EQ(recording.Lines(), Concat({{"load", "open 0"}, TraceLines("Register node type ")}));
@@ -95,7 +90,7 @@ TEST(WithoutOutputLibrary, LoadingAndUnloadingSucceed)
 
 TEST(WithoutReopenEntryPoint, OutputLibraryIsReleasedAtOnceAndNeverCalled)
 {
-    Recording recording(RecordPath("no-reopen"));
+    Recording recording(testing::TempDir() + "brell-load-no-reopen.txt");
     void* library = LoadLibrary();
     ASSERT_NE(library, nullptr);
     EXPECT_EQ(recording.Lines(), (std::vector<std::string>{"load", "unload"}));
@@ -106,7 +101,7 @@ TEST(WithoutReopenEntryPoint, OutputLibraryIsReleasedAtOnceAndNeverCalled)
 
 TEST(WithFailingOpen, EveryMessageTriesToOpenTheChannelAgainAndNothingIsClosed)
 {
-    Recording recording(RecordPath("open-fails"));
+    Recording recording(testing::TempDir() + "brell-load-open-fails.txt");
     void* library = LoadLibrary();
     ASSERT_NE(library, nullptr);
     ASSERT_EQ(dlclose(library), 0);

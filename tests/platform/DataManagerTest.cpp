@@ -30,13 +30,8 @@ public:
     static inline int live = 0;
 };
 
-struct Report {
-    CDataManager* manager;
-    std::string name;
-    CDataObjectBase* object;
-    int event;
-    std::string owner;
-};
+// Manager, name, object, event and owner of one report.
+using Report = std::tuple<CDataManager*, std::string, CDataObjectBase*, int, std::string>;
 
 // Records each report and deletes the object, as an owner does.
 class CRecordingNotify : public CNotify {
@@ -45,7 +40,7 @@ public:
                 void* parameter) override
     {
         EXPECT_EQ(parameter, nullptr);
-        reports.push_back({manager, name, object, event, owner});
+        reports.emplace_back(manager, name, object, event, owner);
         delete object;
     }
     std::vector<Report> reports;
@@ -97,15 +92,13 @@ TEST(DataManager, RefusesWhatItCannotHoldReportsOwnedObjectsOnceAndObjectsHandBl
 
         EXPECT_EQ(manager.UnRegister("u"), unregistered);
         ASSERT_EQ(notify.reports.size(), 1u);
-        const Report& r = notify.reports[0];
-        EXPECT_EQ(std::tie(r.manager, r.name, r.object, r.event, r.owner),
-                  std::make_tuple(&manager, "u", static_cast<CDataObjectBase*>(unregistered), 1, "me"));
+        EXPECT_EQ(notify.reports[0], Report(&manager, "u", unregistered, 1, "me"));
 
         EXPECT_EQ(manager.UnRegister("n"), unowned);  // still alive: it is the caller's now
         EXPECT_EQ(CTestObject::live, before + 3);
     }
     ASSERT_EQ(notify.reports.size(), 2u);
-    EXPECT_EQ(notify.reports[1].object, kept);
+    EXPECT_EQ(std::get<CDataObjectBase*>(notify.reports[1]), kept);
     EXPECT_EQ(CTestObject::live, before + 1);
     delete unowned;
 }

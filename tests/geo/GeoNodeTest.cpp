@@ -25,7 +25,7 @@ public:
     using CGeoPolyShadeRefNode::Check;
 };
 
-TEST(GeometryClasses, IdentityDefaultsCommentsReferenceMeshesLightsAndTheViewPoint)
+TEST(GeometryClasses, IdentityDefaultsCommentsCopiesEditsMeshesLightsAndTheViewPoint)
 {
     struct Case {
         const char* type;
@@ -161,44 +161,42 @@ TEST(GeometryClasses, IdentityDefaultsCommentsReferenceMeshesLightsAndTheViewPoi
     EXPECT_NEAR(z, std::sqrt(3.0) / std::sin(M_PI / 4), 1e-12);
     EvalViewPoint(-1, -1, -1, 1, 1, 1, 0, 0, -2, 0, x, y, z);
     EXPECT_NEAR(z, 4.526067, 1e-6);
-}
 
-TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommonAndVertexNodesEditBoxAndSearch)
-{
-    Held<CGeoPointNode> point, source;
+    // Copies share the stores of the types in common.
+    Held<CGeoPointNode> copied, source;
     source->size = 3.0;
     source->SetName("source");
     source->ShowEnable(0);
-    ASSERT_EQ(point->Copy(source.node), 1);
-    EXPECT_EQ(point->size, 3.0);
-    EXPECT_EQ(point->Name(), "source");
-    EXPECT_EQ(point->IsShow(), 0);
+    ASSERT_EQ(copied->Copy(source.node), 1);
+    EXPECT_EQ(copied->size, 3.0);
+    EXPECT_EQ(copied->Name(), "source");
+    EXPECT_EQ(copied->IsShow(), 0);
     source->Append(1);
     source->Index(0) = 42;
     source->AppendVertex(1);
-    EXPECT_EQ(point->Index(0), 42);
-    EXPECT_EQ(point->VertexNumber(), 1);
+    EXPECT_EQ(copied->Index(0), 42);
+    EXPECT_EQ(copied->VertexNumber(), 1);
 
     // From a line node only the vertex store is in common.
     Held<CGeoPointNode> fromLine;
-    Held<CGeoLineNode> line;
-    line->AppendVertex(5);
-    ASSERT_EQ(fromLine->Copy(line.node), 1);
+    Held<CGeoLineNode> lines;
+    lines->AppendVertex(5);
+    ASSERT_EQ(fromLine->Copy(lines.node), 1);
     EXPECT_EQ(fromLine->VertexNumber(), 5);
     EXPECT_EQ(fromLine->size, 1.0);
     EXPECT_EQ(fromLine->Number(), 0);
 
     // A shaded mesh shares only the texture image; its normals stay its own.
-    Held<CGeoPolyShadeRefNode> shade, shadeSource;
+    Held<CGeoPolyShadeRefNode> shaded, shadeSource;
     shadeSource->smooth = 1;
     shadeSource->flatNormals->Append(3);
     shadeSource->indices->Append(2);
-    shade->Copy(shadeSource.node);
+    shaded->Copy(shadeSource.node);
     shadeSource->textureImage->AppendRows(4);
-    EXPECT_EQ(shade->smooth, 1);
-    EXPECT_EQ(shade->textureImage->height, 4);
-    EXPECT_EQ(shade->flatNormals->Number(), 0);
-    EXPECT_EQ(shade->Number(), 2);
+    EXPECT_EQ(shaded->smooth, 1);
+    EXPECT_EQ(shaded->textureImage->height, 4);
+    EXPECT_EQ(shaded->flatNormals->Number(), 0);
+    EXPECT_EQ(shaded->Number(), 2);
 
     // A vertex normal node keeps its own length.
     Held<CGeoVertexNormalNode> vertexNormals, vertexNormalSource;
@@ -208,31 +206,31 @@ TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommonAndVertexNodesEditBoxAnd
     EXPECT_EQ(vertexNormals->length, 10.0);
     EXPECT_EQ(vertexNormals->normals->Number(), 2);
 
-    EXPECT_EQ(point->Copy(nullptr), 0);
-    EXPECT_EQ(point->Copy(point.node), 1);
-    EXPECT_EQ(point->Index(0), 42);
+    EXPECT_EQ(copied->Copy(nullptr), 0);
+    EXPECT_EQ(copied->Copy(copied.node), 1);
+    EXPECT_EQ(copied->Index(0), 42);
 
     // Vertex nodes delete by value, normals following their indices; boxes and nearest vertices.
-    Held<CGeoNormalNode> normal;
-    ASSERT_EQ(normal->Append(4), 1);
-    EXPECT_EQ(normal->normals->Number(), 4);
+    Held<CGeoNormalNode> indexed;
+    ASSERT_EQ(indexed->Append(4), 1);
+    EXPECT_EQ(indexed->normals->Number(), 4);
     const int values[] = {4, 1, 4, 2};
     for (int i = 0; i < 4; ++i) {
-        normal->Index(i) = values[i];
-        normal->Normal(i) = {double(i), 0, 0};
+        indexed->Index(i) = values[i];
+        indexed->Normal(i) = {double(i), 0, 0};
     }
-    normal->DeleteByValue(4);
-    ASSERT_EQ(normal->Number(), 2);
-    EXPECT_EQ(normal->Index(0), 1);
-    EXPECT_EQ(normal->Index(1), 2);
-    EXPECT_EQ(normal->Normal(1).x, 3.0);
-    EXPECT_EQ(normal->normals->Number(), 2);
+    indexed->DeleteByValue(4);
+    ASSERT_EQ(indexed->Number(), 2);
+    EXPECT_EQ(indexed->Index(0), 1);
+    EXPECT_EQ(indexed->Index(1), 2);
+    EXPECT_EQ(indexed->Normal(1).x, 3.0);
+    EXPECT_EQ(indexed->normals->Number(), 2);
 
     Held<CGeoPolygonNode> polygon;
     polygon->Append(3);
-    const int rows[3][3] = {{0, 1, 2}, {2, 3, 4}, {4, 5, 0}};
+    const int corners[3][3] = {{0, 1, 2}, {2, 3, 4}, {4, 5, 0}};
     for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) polygon->Index(i, j) = rows[i][j];
+        for (int j = 0; j < 3; ++j) polygon->Index(i, j) = corners[i][j];
     polygon->DeleteByValue(4);
     ASSERT_EQ(polygon->Number(), 1);
     EXPECT_EQ(polygon->Index(0, 2), 2);
@@ -243,9 +241,9 @@ TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommonAndVertexNodesEditBoxAnd
     node->GetVertex(0) = {0, 0, 0};
     node->GetVertex(1) = {1, 2, 3};
     node->GetVertex(2) = {-1, 5, 0};
-    std::vector<double> box(6);
-    ASSERT_EQ(node->EvalBBoxThis(box[0], box[1], box[2], box[3], box[4], box[5]), 1);
-    EXPECT_EQ(box, (std::vector<double>{-1, 0, 0, 1, 5, 3}));
+    std::vector<double> bounds(6);
+    ASSERT_EQ(node->EvalBBoxThis(bounds[0], bounds[1], bounds[2], bounds[3], bounds[4], bounds[5]), 1);
+    EXPECT_EQ(bounds, (std::vector<double>{-1, 0, 0, 1, 5, 3}));
 
     node->GetVertex(2) = {1, 2, 3};
     EXPECT_EQ(node->FindNearestVertex(1, 2, 2.5, 0), 1);
@@ -257,7 +255,7 @@ TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommonAndVertexNodesEditBoxAnd
     Held<CGeoVertexNormalNode> normals;
     normals->AppendVertex(3);
     normals->Append(2);
-    EXPECT_EQ(normals->EvalBBoxThis(box[0], box[1], box[2], box[3], box[4], box[5]), 0);
+    EXPECT_EQ(normals->EvalBBoxThis(bounds[0], bounds[1], bounds[2], bounds[3], bounds[4], bounds[5]), 0);
 }
 
 }  // namespace

@@ -119,7 +119,7 @@ TEST(RegionCombine, EveryModeHoldsExactlyItsPointsInTheFewestBandsAndBadArgument
     DeleteObject(destination);
 }
 
-TEST(PathRegion, PathsFillByTheEvenOddRuleWithin27BitCoordinates)
+TEST(PathRegion, PathsFillByTheEvenOddRuleWithin27BitCoordinatesOnlyWhenClosedAndObjectsHoldOne)
 {
     const Figure concave{{2, 2}, {30, 5}, {14, 14}, {31, 27}, {3, 30}, {9, 15}};
     const Figure pentagram{{50, 10}, {74, 82}, {12, 38}, {88, 38}, {26, 82}};
@@ -146,30 +146,28 @@ TEST(PathRegion, PathsFillByTheEvenOddRuleWithin27BitCoordinates)
     EXPECT_EQ((std::vector<int>{box.left, box.top, box.right, box.bottom}),
               (std::vector<int>{-limit, -limit, limit, limit}));
     DeleteObject(huge);
-}
 
-TEST(RegionObject, OnlyAClosedPathGivesOneAndAnObjectHoldsOneRegionAndDeletesWhatItStillHolds)
-{
-    CDC dc;
-    EXPECT_EQ(PathToRegion(dc.m_hDC), nullptr) << "no path";
-    EXPECT_EQ(dc.EndPath(), 0);
-    EXPECT_EQ(dc.CloseFigure(), 0);
-    dc.BeginPath();
-    dc.MoveTo(0, 0);
-    dc.LineTo(4, 0);
-    dc.LineTo(4, 4);
-    EXPECT_EQ(PathToRegion(dc.m_hDC), nullptr) << "the path is still open";
-    EXPECT_EQ(dc.EndPath(), 1);
-    HRGN region = PathToRegion(dc.m_hDC);
+    // Only a closed path gives a region, and it is consumed.
+    CDC open;
+    EXPECT_EQ(PathToRegion(open.m_hDC), nullptr) << "no path";
+    EXPECT_EQ(open.EndPath(), 0);
+    EXPECT_EQ(open.CloseFigure(), 0);
+    open.BeginPath();
+    open.MoveTo(0, 0);
+    open.LineTo(4, 0);
+    open.LineTo(4, 4);
+    EXPECT_EQ(PathToRegion(open.m_hDC), nullptr) << "the path is still open";
+    EXPECT_EQ(open.EndPath(), 1);
+    HRGN region = PathToRegion(open.m_hDC);
     ASSERT_NE(region, nullptr);
     EXPECT_EQ(PtInRegion(region, 3, 1), 1);
     EXPECT_EQ(PtInRegion(region, 1, 3), 0);
-    EXPECT_EQ(PathToRegion(dc.m_hDC), nullptr) << "consumed";
+    EXPECT_EQ(PathToRegion(open.m_hDC), nullptr) << "consumed";
     EXPECT_EQ(PathToRegion(nullptr), nullptr);
     DeleteObject(region);
 
     CRgn none;
-    EXPECT_EQ(none.Attach(PathToRegion(dc.m_hDC)), 0);
+    EXPECT_EQ(none.Attach(PathToRegion(open.m_hDC)), 0);
     EXPECT_EQ(none.m_hObject, nullptr);
     CRgn source;
     source.CreateRectRgn(0, 0, 2, 2);
@@ -186,7 +184,6 @@ TEST(RegionObject, OnlyAClosedPathGivesOneAndAnObjectHoldsOneRegionAndDeletesWha
     EXPECT_EQ(c.CombineRgn(nullptr, &b, RGN_AND), 0);
     EXPECT_EQ(c.PtInRegion(3, 3), 1);
     EXPECT_EQ(c.PtInRegion(1, 1), 0);
-    RECT box{};
     EXPECT_EQ(c.GetRgnBox(&box), SIMPLEREGION);
     EXPECT_EQ(box.left, 2);
     EXPECT_EQ(c.CopyRgn(&a), SIMPLEREGION);

@@ -26,7 +26,7 @@ int StoredInt(CBaseNodeAttribute& store, const char* name)
     return data ? *static_cast<int*>(data) : -1;
 }
 
-TEST(AttributeBlock, StoresWriteInByteOrderOfTheNamesReadingReplacesTheStoreAndBadEntriesAreDropped)
+TEST(Attributes, BlocksWriteInNameOrderReadingReplacesTheStoreSetReplacesOrRefusesAndQueriesAreTyped)
 {
     CStandardAttribute sorted;
     int answer = 42;
@@ -93,32 +93,30 @@ TEST(AttributeBlock, StoresWriteInByteOrderOfTheNamesReadingReplacesTheStoreAndB
     EXPECT_EQ(written.size(), 4u + 4 + 1 + 12 + 4);
     store.Read(written.data());
     EXPECT_EQ(store.AttributeNumber(), 0);
-}
 
-TEST(AttributeStore, SetReplacesOrRefusesAndNodesTypedQueriesMatchOnlyTheirOwnType)
-{
-    CStandardAttribute store;
-    int value = 5, other = 6;
+    // Set replaces a value or refuses and keeps the older one.
+    CStandardAttribute kept;
+    int first = 5, other = 6;
     double twice = 2.5;
-    ASSERT_EQ(store.SetAttribute("w", &value, 4, VALUE_INT), 1);
-    EXPECT_EQ(store.SetAttribute("w", &other, 0, VALUE_INT) + store.SetAttribute("w", &other, 4, 0), 0);
-    EXPECT_EQ(StoredInt(store, "w"), 5);
-    EXPECT_EQ(store.SetAttribute("w", &twice, 8, VALUE_DOUBLE), 1);
-    int size = 0, type = 0;
-    EXPECT_EQ(*static_cast<double*>(store.QueryAttribute("w", &size, &type)), 2.5);
-    EXPECT_EQ(std::make_tuple(size, type, store.AttributeNumber()), std::make_tuple(8, VALUE_DOUBLE, 1));
+    ASSERT_EQ(kept.SetAttribute("w", &first, 4, VALUE_INT), 1);
+    EXPECT_EQ(kept.SetAttribute("w", &other, 0, VALUE_INT) + kept.SetAttribute("w", &other, 4, 0), 0);
+    EXPECT_EQ(StoredInt(kept, "w"), 5);
+    EXPECT_EQ(kept.SetAttribute("w", &twice, 8, VALUE_DOUBLE), 1);
+    size = type = 0;
+    EXPECT_EQ(*static_cast<double*>(kept.QueryAttribute("w", &size, &type)), 2.5);
+    EXPECT_EQ(std::make_tuple(size, type, kept.AttributeNumber()), std::make_tuple(8, VALUE_DOUBLE, 1));
 
     // A value can be set again from the store's own bytes, short or long.
     char big[40] = "a value longer than eight bytes";
-    store.SetAttribute("big", big, sizeof big, VALUE_STRUCT);
-    store.SetAttribute("big", store.QueryAttribute("big", nullptr, nullptr), sizeof big, VALUE_STRUCT);
-    store.SetAttribute("w", store.QueryAttribute("w", nullptr, nullptr), 8, VALUE_DOUBLE);
-    EXPECT_STREQ(static_cast<char*>(store.QueryAttribute("big", nullptr, nullptr)), big);
-    EXPECT_EQ(*static_cast<double*>(store.QueryAttribute("w", nullptr, nullptr)), 2.5);
+    kept.SetAttribute("big", big, sizeof big, VALUE_STRUCT);
+    kept.SetAttribute("big", kept.QueryAttribute("big", nullptr, nullptr), sizeof big, VALUE_STRUCT);
+    kept.SetAttribute("w", kept.QueryAttribute("w", nullptr, nullptr), 8, VALUE_DOUBLE);
+    EXPECT_STREQ(static_cast<char*>(kept.QueryAttribute("big", nullptr, nullptr)), big);
+    EXPECT_EQ(*static_cast<double*>(kept.QueryAttribute("w", nullptr, nullptr)), 2.5);
 
-    store.DelAttribute("big");
+    kept.DelAttribute("big");
     size = type = 3;
-    EXPECT_EQ(store.QueryAttribute("big", &size, &type), nullptr);
+    EXPECT_EQ(kept.QueryAttribute("big", &size, &type), nullptr);
     EXPECT_EQ(std::make_tuple(size, type), std::make_tuple(0, 0));
 
     // On nodes, typed queries match only their own type, and strings share the struct type.
@@ -139,8 +137,8 @@ TEST(AttributeStore, SetReplacesOrRefusesAndNodesTypedQueriesMatchOnlyTheirOwnTy
               0);
     EXPECT_EQ(std::make_tuple(asInt, asFloat, asBool, asDouble), std::make_tuple(5, 1.25f, 3, -0.125));
 
-    const char text[] = "scan";
-    node.SetAttributeString("s", text, sizeof text);
+    const char scan[] = "scan";
+    node.SetAttributeString("s", scan, sizeof scan);
     size = 0;
     EXPECT_STREQ(static_cast<char*>(node.QueryAttributeStruct("s", &size)), "scan");
     EXPECT_EQ(size, 5);

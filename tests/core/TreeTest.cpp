@@ -15,84 +15,6 @@ namespace {
 
 using namespace brell::test;
 
-TEST(Tree, OrdersParentsAndSiblingsOneReferenceEachAndTheDisplayedListing)
-{
-    StandardTree s;
-    EXPECT_EQ(WalkNames(s.tree, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
-    EXPECT_EQ(WalkNames(s.tree, CTree::LAST_CHILD_FIRST), (NameList{"R", "B", "A", "A2", "A1"}));
-
-    CTree::POS pos = s.tree.Begin(CTree::FIRST_CHILD_FIRST);
-    EXPECT_EQ((pos++).Value(), s.r);  // the postfix step gives the position before it
-    for (int i = 0; i < 4; ++i) ++pos;
-    EXPECT_EQ(pos, s.tree.End(CTree::FIRST_CHILD_FIRST));
-    EXPECT_NE(pos, s.tree.End(CTree::LAST_CHILD_FIRST));
-    CTree other(s.r);
-    EXPECT_NE(pos, other.End(CTree::FIRST_CHILD_FIRST));
-    EXPECT_EQ(++pos, s.tree.End(CTree::FIRST_CHILD_FIRST));
-
-    const auto unknown = static_cast<CTree::TRAVEL_ORDER>(2);  // ends the walk at once
-    CTree::POS odd(&s.tree, s.r, unknown);
-    EXPECT_EQ(++odd, s.tree.End(unknown));
-
-    EXPECT_EQ(s.tree.FindParent(s.a1), s.a);
-    EXPECT_EQ(s.tree.FindParent(s.a2, s.a), s.a);
-    EXPECT_EQ(s.tree.FindParent(s.a1, s.b), nullptr);
-    EXPECT_EQ(s.tree.FindNext(s.a), s.b);
-    EXPECT_EQ(s.tree.FindPrev(s.b), s.a);
-    EXPECT_EQ(s.tree.FindNext(s.b), nullptr);
-    EXPECT_EQ(s.tree.FindPrev(s.a), nullptr);
-    EXPECT_EQ(s.tree.FindNext(s.r), nullptr);  // the root has no parent
-
-    // Depth first, each node's own children before its subtrees; first matches win.
-    CBaseNode* x = Named("X");
-    s.a1->AppendChild(x);
-    s.b->AppendChild(x);
-    EXPECT_EQ(s.tree.FindParent(x), s.a1);
-    s.a->AppendChild(x);
-    EXPECT_EQ(s.tree.FindParent(x), s.a);
-    s.a->InsertChild(0, s.a2);
-    EXPECT_EQ(s.tree.FindNext(s.a2), s.a1);
-
-    // Each tree holds one reference, and the last release destroys the subtree.
-    const int before = CTestCountedNode::live;
-    CBaseNode* root = CTestCountedNode::Create();
-    root->AppendChild(CTestCountedNode::Create());
-    CTree tree(root), copy(root);
-    tree.SetRoot(root);  // setting the current root again keeps its one reference
-    EXPECT_EQ(root->RefCount(), 2);
-    copy.SetRoot(nullptr);
-    tree.SetRoot(CTestCountedNode::Create());
-    EXPECT_EQ(CTestCountedNode::live, before + 1);
-
-    // DisplayTree lists each node with markers, indents and positions, and names unchanged.
-    StandardTree shown;
-    CBaseNode* b1 = Named("100%s %d");
-    shown.b->AppendChild(b1);
-    shown.a2->SetName("");
-    shown.a->SetAttributeInt("n", 1);
-    auto tail = [](CBaseNode* node, int attributes) {
-        std::ostringstream text;
-        text << "(CBaseNode : 0x" << std::hex << reinterpret_cast<uintptr_t>(node) << std::dec
-             << ") [ Attribute: " << attributes << " ]\n";
-        return text.str();
-    };
-    const std::string tee = "\x84\xB0", corner = "\x84\xAF", bar = "\x84\xAB";
-
-    Recording recording(testing::TempDir() + "brell-walk-display");
-    DisplayTree(nullptr);
-    DisplayTree(shown.tree);
-    EXPECT_EQ(recording.Texts(), (NameList{
-                                     "\x81\xA5"
-                                     "R" +
-                                         tail(shown.r, 0),
-                                     "  " + tee + "1: A" + tail(shown.a, 1),
-                                     "  " + bar + tee + "1: A1" + tail(shown.a1, 0),
-                                     "  " + bar + corner + "2: <Noname> " + tail(shown.a2, 0),
-                                     "  " + corner + "2: B" + tail(shown.b, 0),
-                                     "    " + corner + "1: 100%s %d" + tail(b1, 0),
-                                 }));
-}
-
 struct Visits {
     std::string stopAt;
     NameList names;
@@ -106,7 +28,7 @@ int RecordVisit(CBaseNode* node, int value, void* data)
     return node->Name() == visits->stopAt ? 1 : 0;
 }
 
-TEST(Walk, ForEachNodeStopsByItsRulesSecondFormsAskOnlyTheTopNodeAndSearchCountsMatches)
+TEST(Tree, WalksOrdersParentsAndSiblingsOneReferenceEachAndTheDisplayedListing)
 {
     // Where the callback stops, stop-all, the nodes visited and the result.
     const std::tuple<const char*, int, NameList, int> cases[] = {
@@ -153,6 +75,82 @@ TEST(Walk, ForEachNodeStopsByItsRulesSecondFormsAskOnlyTheTopNodeAndSearchCounts
     EXPECT_EQ(SearchNode(tree.Root(), &IsSameType, counter, cube), tree.Root()->GetChild(0));
     counter = 1;  // passes the root, so only the derived cube could match
     EXPECT_EQ(SearchNode(tree.Root(), &IsSameType, counter, box), nullptr);
+
+    // Tree orders mirror each other, and end positions belong to one tree and order and stay put.
+    StandardTree standard;
+    EXPECT_EQ(WalkNames(standard.tree, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
+    EXPECT_EQ(WalkNames(standard.tree, CTree::LAST_CHILD_FIRST), (NameList{"R", "B", "A", "A2", "A1"}));
+
+    CTree::POS pos = standard.tree.Begin(CTree::FIRST_CHILD_FIRST);
+    EXPECT_EQ((pos++).Value(), standard.r);  // the postfix step gives the position before it
+    for (int i = 0; i < 4; ++i) ++pos;
+    EXPECT_EQ(pos, standard.tree.End(CTree::FIRST_CHILD_FIRST));
+    EXPECT_NE(pos, standard.tree.End(CTree::LAST_CHILD_FIRST));
+    CTree other(standard.r);
+    EXPECT_NE(pos, other.End(CTree::FIRST_CHILD_FIRST));
+    EXPECT_EQ(++pos, standard.tree.End(CTree::FIRST_CHILD_FIRST));
+
+    const auto unknown = static_cast<CTree::TRAVEL_ORDER>(2);  // ends the walk at once
+    CTree::POS odd(&standard.tree, standard.r, unknown);
+    EXPECT_EQ(++odd, standard.tree.End(unknown));
+
+    EXPECT_EQ(standard.tree.FindParent(standard.a1), standard.a);
+    EXPECT_EQ(standard.tree.FindParent(standard.a2, standard.a), standard.a);
+    EXPECT_EQ(standard.tree.FindParent(standard.a1, standard.b), nullptr);
+    EXPECT_EQ(standard.tree.FindNext(standard.a), standard.b);
+    EXPECT_EQ(standard.tree.FindPrev(standard.b), standard.a);
+    EXPECT_EQ(standard.tree.FindNext(standard.b), nullptr);
+    EXPECT_EQ(standard.tree.FindPrev(standard.a), nullptr);
+    EXPECT_EQ(standard.tree.FindNext(standard.r), nullptr);  // the root has no parent
+
+    // Depth first, each node's own children before its subtrees; first matches win.
+    CBaseNode* x = Named("X");
+    standard.a1->AppendChild(x);
+    standard.b->AppendChild(x);
+    EXPECT_EQ(standard.tree.FindParent(x), standard.a1);
+    standard.a->AppendChild(x);
+    EXPECT_EQ(standard.tree.FindParent(x), standard.a);
+    standard.a->InsertChild(0, standard.a2);
+    EXPECT_EQ(standard.tree.FindNext(standard.a2), standard.a1);
+
+    // Each tree holds one reference, and the last release destroys the subtree.
+    const int before = CTestCountedNode::live;
+    CBaseNode* root = CTestCountedNode::Create();
+    root->AppendChild(CTestCountedNode::Create());
+    CTree held(root), copy(root);
+    held.SetRoot(root);  // setting the current root again keeps its one reference
+    EXPECT_EQ(root->RefCount(), 2);
+    copy.SetRoot(nullptr);
+    held.SetRoot(CTestCountedNode::Create());
+    EXPECT_EQ(CTestCountedNode::live, before + 1);
+
+    // DisplayTree lists each node with markers, indents and positions, and names unchanged.
+    StandardTree shown;
+    CBaseNode* b1 = Named("100%s %d");
+    shown.b->AppendChild(b1);
+    shown.a2->SetName("");
+    shown.a->SetAttributeInt("n", 1);
+    auto tail = [](CBaseNode* node, int attributes) {
+        std::ostringstream text;
+        text << "(CBaseNode : 0x" << std::hex << reinterpret_cast<uintptr_t>(node) << std::dec
+             << ") [ Attribute: " << attributes << " ]\n";
+        return text.str();
+    };
+    const std::string tee = "\x84\xB0", corner = "\x84\xAF", bar = "\x84\xAB";
+
+    Recording recording(testing::TempDir() + "brell-walk-display");
+    DisplayTree(nullptr);
+    DisplayTree(shown.tree);
+    EXPECT_EQ(recording.Texts(), (NameList{
+                                     "\x81\xA5"
+                                     "R" +
+                                         tail(shown.r, 0),
+                                     "  " + tee + "1: A" + tail(shown.a, 1),
+                                     "  " + bar + tee + "1: A1" + tail(shown.a1, 0),
+                                     "  " + bar + corner + "2: <Noname> " + tail(shown.a2, 0),
+                                     "  " + corner + "2: B" + tail(shown.b, 0),
+                                     "    " + corner + "1: 100%s %d" + tail(b1, 0),
+                                 }));
 }
 
 TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypesWithTheirSubtrees)

@@ -142,8 +142,8 @@ TEST(ScanFormats, ReadWholeRoundTripWhatTheyHoldAndRefuseEveryBadPrefixOrName)
     // Each format round-trips what it holds, PLY everything in each encoding.
     ScanGeometry textured = TexturedMesh();
     for (PlyEncoding encoding : {PlyEncoding::ascii, PlyEncoding::binaryLittleEndian, PlyEncoding::binaryBigEndian}) {
-        const std::string bytes = WritePly(textured, "textured.ply", encoding);
-        ExpectSameGeometry(ReadPly(bytes, "textured.ply"), textured,
+        const std::string bytes = WritePly(textured, "mesh.ply", encoding);
+        ExpectSameGeometry(ReadPly(bytes, "mesh.ply"), textured,
                            "encoding " + std::to_string(static_cast<int>(encoding)));
     }
     ScanGeometry perVertex = ReadPly(asciiPly, "two.ply");

@@ -28,7 +28,7 @@ CModelNode* ModelOf(CBaseNode* root)
     return static_cast<CModelNode*>(model);
 }
 
-TEST(ScanScenes, AFileBecomesAnElementHoldingAMeshAndAPointListAModelThatExportsBack)
+TEST(ScanScenes, FilesBecomeElementsOfMeshesOrModelsThatExportJoinedAndStreamWhatIsValid)
 {
     const std::string path = testing::TempDir() + "textured.ply";
     WriteScanFile(TexturedMesh(), path);
@@ -62,38 +62,36 @@ TEST(ScanScenes, AFileBecomesAnElementHoldingAMeshAndAPointListAModelThatExports
     ExportScan(cloud.Root(), exported);
     ExpectSameGeometry(ReadScanFile(exported), points);
     std::remove(exported.c_str());
-}
 
-TEST(ScanScenes, ExportJoinsEveryModelMovingTheFaceIndicesAndTheStreamKeepsWhatIsValid)
-{
-    const ScanGeometry mesh = TexturedMesh();
-    CTree scene(SceneOfGeometry(mesh, "a"));
-    CBaseNode* cloud = CModelNode::Create();
-    static_cast<CModelNode*>(cloud)->AppendVertex(1);
-    *static_cast<CModelNode*>(cloud)->GetVertex(0) = {7, 8, 9};
-    scene.Root()->InsertChild(0, cloud);
-    CBaseNode* second = SceneOfGeometry(mesh, "b");
-    scene.Root()->AppendChild(second);
+    // Export joins every model and mesh, moving the face indices.
+    const ScanGeometry textured = TexturedMesh();
+    CTree joinedScene(SceneOfGeometry(textured, "a"));
+    CBaseNode* single = CModelNode::Create();
+    static_cast<CModelNode*>(single)->AppendVertex(1);
+    *static_cast<CModelNode*>(single)->GetVertex(0) = {7, 8, 9};
+    joinedScene.Root()->InsertChild(0, single);
+    CBaseNode* second = SceneOfGeometry(textured, "b");
+    joinedScene.Root()->AppendChild(second);
 
-    const ScanGeometry joined = GeometryOfScene(scene.Root(), "joined");
+    const ScanGeometry joined = GeometryOfScene(joinedScene.Root(), "joined");
     ASSERT_EQ(joined.positions.size(), 11u);
     EXPECT_EQ(joined.positions[0].z, 9.0);
     ASSERT_EQ(joined.faces.size(), 4u);
     EXPECT_EQ(joined.faces[0].items[0], 1);
     EXPECT_EQ(joined.faces[2].items[2], 8);
     ASSERT_EQ(joined.normals.size(), 11u);
-    EXPECT_EQ(joined.normals[0].z, 0.0f);  // the cloud has none of its own
+    EXPECT_EQ(joined.normals[0].z, 0.0f);  // the single point has no normal of its own
     EXPECT_EQ(joined.colors[0].g, 255);
     EXPECT_EQ(joined.texCoords.size(), 4u);
 
     // Normals, colours and texture coordinates survive the node stream; bad polygons and
     // attributes of the wrong size are refused.
-    CTree streamed(SceneOfGeometry(mesh, "m"));
+    CTree streamed(SceneOfGeometry(textured, "m"));
     std::vector<unsigned char> block(SizeOfByte(streamed.Root()));
     ASSERT_GT(WriteNode(block.data(), streamed.Root()), 0);
     CTree read(ReadNode(block.data()));
     ASSERT_NE(read.Root(), nullptr);
-    ExpectSameGeometry(GeometryOfScene(read.Root(), "read"), mesh);
+    ExpectSameGeometry(GeometryOfScene(read.Root(), "read"), textured);
 
     auto* node = static_cast<CMeshNode*>(ModelOf(streamed.Root()));
     node->polygons->rows[1].items[2] = 5;

@@ -143,15 +143,15 @@ TEST(SharedObjects, NameListsAndTreesByNameWithTheirBlocks)
     root->Release();
 
     // Tree and list objects hand their payload through a flat block.
-    CTree* sourceTree = CreateTree(&manager, "sourceTree");
+    CTree* sourceTree = CreateTree(&manager, "source");
     CTree* target = CreateTree(&manager, "target");
-    EXPECT_EQ(manager.GetData("sourceTree")->MakeBlock(), nullptr) << "an empty tree makes no block";
+    EXPECT_EQ(manager.GetData("source")->MakeBlock(), nullptr) << "an empty tree makes no block";
     CBaseNode* named = CBaseNode::Create();
     named->SetName("R");
     named->AppendChild(CBaseNode::Create());
     sourceTree->SetRoot(named);
     target->SetRoot(CBaseNode::Create());
-    manager.GetData("target")->TakeBlock(manager.GetData("sourceTree")->MakeBlock());
+    manager.GetData("target")->TakeBlock(manager.GetData("source")->MakeBlock());
     ASSERT_NE(target->Root(), named);
     EXPECT_EQ(target->Root()->Name(), "R");
     EXPECT_EQ(target->Root()->GetChildNum(), 1u);

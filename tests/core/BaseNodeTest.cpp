@@ -132,7 +132,7 @@ TEST(BaseNode, TypesReferenceCountsChildrenAndTheRegistry)
     EXPECT_EQ(recording.Lines().front(), "output 0 0 Register node type CTestCubeNode\n");
 }
 
-TEST(NodeCopy, CopyTakesNameAndAttributesOnlyAndCopiesTakeTheirOwnReferences)
+TEST(NodeCopy, CopyTakesNameAndAttributesOnlyCopiesTakeTheirOwnReferencesAndReferenceNodesTheirTargets)
 {
     Held source(CBaseNode::Create()), target(CBaseNode::Create());
     CBaseNode* child = CBaseNode::Create();
@@ -164,43 +164,41 @@ TEST(NodeCopy, CopyTakesNameAndAttributesOnlyAndCopiesTakeTheirOwnReferences)
         EXPECT_EQ(child->RefCount(), 3);
     }
     EXPECT_EQ(child->RefCount(), 1);
-}
 
-TEST(RefNode, ChainsResolveWithoutCountingAndCopyTakesTheTargetOnlyFromReferenceNodes)
-{
-    CBaseNode* target = CBaseNode::Create();
-    target->AddRef();
+    // Chains of reference nodes resolve to the node finally meant, without counting.
+    CBaseNode* referred = CBaseNode::Create();
+    referred->AddRef();
     CRefNode second, first;
     EXPECT_EQ(first.Reference(), nullptr);
     EXPECT_EQ(first.Comment(), "Reference node: 0");
 
-    second.SetRefNode(target);
+    second.SetRefNode(referred);
     first.SetRefNode(&second);
-    EXPECT_EQ(first.Reference(), target);
-    EXPECT_EQ(second.Reference(), target);
+    EXPECT_EQ(first.Reference(), referred);
+    EXPECT_EQ(second.Reference(), referred);
     char expected[48];
     std::snprintf(expected, sizeof expected, "Reference node: %lx", reinterpret_cast<unsigned long>(&second));
     EXPECT_EQ(first.Comment(), expected);
-    EXPECT_EQ(target->RefCount(), 1);
-    target->Release();
+    EXPECT_EQ(referred->RefCount(), 1);
+    referred->Release();
 
     CBaseNode a, b, plain;
-    CRefNode source, copy;
-    source.SetName("source");
-    source.SetAttributeInt("k", 1);
-    source.SetRefNode(&a);
-    copy.SetRefNode(&b);
-    EXPECT_EQ(copy.Copy(&source), 1);
-    EXPECT_EQ(copy.Reference(), &a);
-    EXPECT_EQ(copy.Name(), "source");
-    EXPECT_EQ(copy.AttributeNumber(), 1);
+    CRefNode refSource, refCopy;
+    refSource.SetName("source");
+    refSource.SetAttributeInt("k", 1);
+    refSource.SetRefNode(&a);
+    refCopy.SetRefNode(&b);
+    EXPECT_EQ(refCopy.Copy(&refSource), 1);
+    EXPECT_EQ(refCopy.Reference(), &a);
+    EXPECT_EQ(refCopy.Name(), "source");
+    EXPECT_EQ(refCopy.AttributeNumber(), 1);
 
     plain.SetName("plain");
-    copy.SetRefNode(&b);
-    EXPECT_EQ(copy.Copy(&plain), 1);
-    EXPECT_EQ(copy.Reference(), &b);
-    EXPECT_EQ(copy.Name(), "plain");
-    EXPECT_EQ(copy.AttributeNumber(), 0);
+    refCopy.SetRefNode(&b);
+    EXPECT_EQ(refCopy.Copy(&plain), 1);
+    EXPECT_EQ(refCopy.Reference(), &b);
+    EXPECT_EQ(refCopy.Name(), "plain");
+    EXPECT_EQ(refCopy.AttributeNumber(), 0);
 }
 
 }  // namespace

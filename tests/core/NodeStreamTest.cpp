@@ -56,8 +56,18 @@ std::string BoundedRead(Bytes& stream, size_t size, CTree& into)
     return bounds.Failed() ? "byte " + std::to_string(bounds.failureOffset) + ": " + bounds.failure : "";
 }
 
-TEST(NodeStream, TreesWriteTheseExactBytesReadBackAndUnderBoundsRefuseWhatRunsPastWithItsOffset)
+TEST_F(MixedTree, StreamsWriteExactBytesReadBackAndRefuseUnregisteredTypesOrWhatRunsPastLeakingNothing)
 {
+    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(s.r)));
+    ASSERT_EQ(WriteNode(stream.data(), s.r), static_cast<int>(stream.size()));
+    const int live = CTestCountedNode::live;
+    EXPECT_EQ(ReadNode(stream.data()), nullptr);
+    EXPECT_EQ(s.tree.Read(stream.data()), 0);
+    EXPECT_EQ(CTestCountedNode::live, live);
+    EXPECT_EQ(s.tree.Root(), s.r);
+    EXPECT_EQ(s.r->RefCount(), 1);
+
+    // Trees write these exact bytes and read back into trees that write them again.
     std::pair<CTree, Bytes> cases[] = {
         {CTree(CBaseNode::Create()), Bytes().I32(35).I32(0).Str("CBaseNode").Str("").I32(4).I32(0)},
         TwoLevelTreeAndStream(),
@@ -74,14 +84,14 @@ TEST(NodeStream, TreesWriteTheseExactBytesReadBackAndUnderBoundsRefuseWhatRunsPa
     }
 
     // Under bounds, every prefix, unknown type, negative count and block past its record is refused with its offset.
-    Bytes stream = TwoLevelTreeAndStream().second;
+    Bytes twoLevel = TwoLevelTreeAndStream().second;
     CTree tree;
-    for (size_t size = 0; size < stream.Data().size(); ++size) {
+    for (size_t size = 0; size < twoLevel.Data().size(); ++size) {
         SCOPED_TRACE(size);
-        EXPECT_NE(BoundedRead(stream, size, tree), "");
+        EXPECT_NE(BoundedRead(twoLevel, size, tree), "");
     }
-    EXPECT_EQ(BoundedRead(stream, 96, tree), "byte 92: a string of 10 bytes runs past the end (4 bytes remain)");
-    EXPECT_EQ(BoundedRead(stream, stream.Data().size(), tree), "");
+    EXPECT_EQ(BoundedRead(twoLevel, 96, tree), "byte 92: a string of 10 bytes runs past the end (4 bytes remain)");
+    EXPECT_EQ(BoundedRead(twoLevel, twoLevel.Data().size(), tree), "");
     EXPECT_EQ(tree.Root()->GetChildNum(), 2u);
 
     struct Case {
@@ -97,18 +107,6 @@ TEST(NodeStream, TreesWriteTheseExactBytesReadBackAndUnderBoundsRefuseWhatRunsPa
          "byte 35: attributes of 2000000000 items of 17 bytes runs past the end (0 bytes remain)"},
     };
     for (Case& c : refused) EXPECT_EQ(BoundedRead(c.stream, c.stream.Data().size(), tree), c.failure);
-}
-
-TEST_F(MixedTree, UnregisteredTypeBelowTheTopFailsTheReadLeakingNothingAndKeepingTheOldRoot)
-{
-    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(s.r)));
-    ASSERT_EQ(WriteNode(stream.data(), s.r), static_cast<int>(stream.size()));
-    const int live = CTestCountedNode::live;
-    EXPECT_EQ(ReadNode(stream.data()), nullptr);
-    EXPECT_EQ(s.tree.Read(stream.data()), 0);
-    EXPECT_EQ(CTestCountedNode::live, live);
-    EXPECT_EQ(s.tree.Root(), s.r);
-    EXPECT_EQ(s.r->RefCount(), 1);
 }
 
 }  // namespace

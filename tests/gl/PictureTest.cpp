@@ -14,6 +14,25 @@
 namespace brell::test {
 namespace {
 
+// The world point at the centre of window pixel (x, y) through OrthoCamera.
+VERTEX Centre(int x, int y)
+{
+    return {-2.0 + (x + 0.5) / 16.0, 2.0 - (y + 0.5) / 16.0, 0.0};
+}
+
+// A square outline or face of the given pixel corners, as a reference mesh.
+template <class Node>
+Node* ReferencedSquare(int left, int top, int right, int bottom, RGBA color)
+{
+    auto* square = new Node;
+    SetVertices(square, {Centre(left, top), Centre(right, top), Centre(right, bottom), Centre(left, bottom)});
+    square->polygons->rows.push_back({{0, 1, 2, 3}, 4});
+    square->indices->Append(1);
+    square->indices->Element(0) = 0;
+    square->color = color;
+    return square;
+}
+
 // Four quarters seen through OrthoCamera: a red triangle in front of a blue
 // one (top left), a textured quad (top right), a hidden node and a disabled
 // switch child over a yellow point (bottom left), a mode node with a
@@ -59,7 +78,7 @@ protected:
     CGeoModeNode* mode = nullptr;
 };
 
-TEST_F(Quarters, EachQuarterShowsWhatItsNodesDrawAndOverlaysCoverThePicture)
+TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
 {
     Render(scene.node);
     EXPECT_EQ(AtWorld(-1.0, 0.75), kRed);  // the front triangle hides the back one whatever the order
@@ -96,39 +115,18 @@ TEST_F(Quarters, EachQuarterShowsWhatItsNodesDrawAndOverlaysCoverThePicture)
                   {9, 7, kRed},
                   {5, 5, kBlack},
                   {10, 5, kBlack}});
-}
 
-// The world point at the centre of window pixel (x, y) through OrthoCamera.
-VERTEX Centre(int x, int y)
-{
-    return {-2.0 + (x + 0.5) / 16.0, 2.0 - (y + 0.5) / 16.0, 0.0};
-}
-
-// A square outline or face of the given pixel corners, as a reference mesh.
-template <class Node>
-Node* ReferencedSquare(int left, int top, int right, int bottom, RGBA color)
-{
-    auto* square = new Node;
-    SetVertices(square, {Centre(left, top), Centre(right, top), Centre(right, bottom), Centre(left, bottom)});
-    square->polygons->rows.push_back({{0, 1, 2, 3}, 4});
-    square->indices->Append(1);
-    square->indices->Element(0) = 0;
-    square->color = color;
-    return square;
-}
-
-TEST_F(GlTest, EveryClassDrawsTheBoxFillsAViewWithoutACameraLightsReplaceTheEyesAndPngsAreWritten)
-{
-    Scene scene;
+    // Every overlay class draws in window pixels.
+    Scene overlays;
     const POINT point{60, 2}, polyline[] = {{2, 60}, {20, 60}};
-    Add(scene.node, new CGeoPoint2DNode(&point, 1, 0xFFFFFF));
-    Add(scene.node, new CGeoLine2DNode(polyline, 2, 0xFFFFFF, 0, 1));
-    Add(scene.node, new CGeoCrossLine2DNode({32, 32}, 0xFFFFFF, 5, 1));
+    Add(overlays.node, new CGeoPoint2DNode(&point, 1, 0xFFFFFF));
+    Add(overlays.node, new CGeoLine2DNode(polyline, 2, 0xFFFFFF, 0, 1));
+    Add(overlays.node, new CGeoCrossLine2DNode({32, 32}, 0xFFFFFF, 5, 1));
     // Anchors at (40, 10) and (60, 10) with their handles on the line between.
     const BEZIER_POINT2D curve[] = {{{40, 10, 40, 10, 45, 10, 0}}, {{60, 10, 55, 10, 60, 10, 0}}};
-    auto* bezier = Add(scene.node, new CGeoBezier2DNode(curve, 2, 0, 1, 1));
+    auto* bezier = Add(overlays.node, new CGeoBezier2DNode(curve, 2, 0, 1, 1));
     bezier->SetColor(0x0000FF, 0x0000FF, 0x0000FF);
-    Render(scene.node);
+    Render(overlays.node);
     ExpectPixels({{60, 2, kWhite},
                   {10, 60, kWhite},
                   {36, 32, kWhite},

@@ -30,7 +30,7 @@ Bytes& BezierBytes(Bytes& bytes, double first, int tag)
     return bytes.I32(tag).I32(0);
 }
 
-TEST(ScanNodeClasses, HaveTheirTypeIdentityCommentsAndExactDataBlocksThatReadBack)
+TEST(ScanNodeClasses, HaveTheirIdentityCommentsAndExactDataBlocksAndScenesRoundTripUnlessTooShort)
 {
     Bytes mesh, linear, bezier, charLine;
     // Polygons, list 2, list 3, coordinates, list 1, then the model's block.
@@ -105,10 +105,8 @@ TEST(ScanNodeClasses, HaveTheirTypeIdentityCommentsAndExactDataBlocksThatReadBac
         EXPECT_EQ(again, expected);
         EXPECT_EQ(made.Root()->Write(nullptr) + made.Root()->Read(nullptr), 0);
     }
-}
 
-TEST(NodeStream, ASceneRoundTripsByteForByteAndCheckedLoadsRefuseLengthsPastTheDataBlock)
-{
+    // A scene written, read and written again gives the same bytes.
     Scene scene;
     const int size = scene.tree.SizeOfByte();
     std::vector<uint8_t> first(static_cast<size_t>(size)), second(static_cast<size_t>(size));
@@ -121,17 +119,17 @@ TEST(NodeStream, ASceneRoundTripsByteForByteAndCheckedLoadsRefuseLengthsPastTheD
     CElementNode* element = GetElement(0, &read);
     ASSERT_NE(element, nullptr);
     EXPECT_EQ(element->GetChildNum(), 7u) << "the siblings after the character line node are found";
-    CCharLineNode* charLine = static_cast<CCharLineNode*>(element->GetNode(0, "CCharLineNode"));
-    EXPECT_EQ(charLine->intParam2, 19);
-    EXPECT_EQ(charLine->transient, 0) << "not streamed";
+    CCharLineNode* readCharLine = static_cast<CCharLineNode*>(element->GetNode(0, "CCharLineNode"));
+    EXPECT_EQ(readCharLine->intParam2, 19);
+    EXPECT_EQ(readCharLine->transient, 0) << "not streamed";
 
     // Under the bounds of a checked load, a data block whose inner lengths or
     // counts run past its end is refused, and nothing read is kept.
-    CTree mesh(MakeMesh());
-    const int modelPart = static_cast<CMeshNode*>(mesh.Root())->CModelNode::SizeOfByte();
-    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(mesh.Root())));
-    WriteNode(stream.data(), mesh.Root());
-    const size_t data = stream.size() - static_cast<size_t>(mesh.Root()->SizeOfByte());
+    CTree meshTree(MakeMesh());
+    const int modelPart = static_cast<CMeshNode*>(meshTree.Root())->CModelNode::SizeOfByte();
+    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(meshTree.Root())));
+    WriteNode(stream.data(), meshTree.Root());
+    const size_t data = stream.size() - static_cast<size_t>(meshTree.Root()->SizeOfByte());
     const size_t vertexCount = stream.size() - static_cast<size_t>(modelPart) + 4;
     for (size_t field : {data, vertexCount}) {
         SCOPED_TRACE(field);

@@ -24,7 +24,7 @@ CBaseNode* Logged(const char* name)
     return Named(name, CTestCountedNode::Create());
 }
 
-TEST(BaseNode, TypesReferenceCountsChildrenAndTheRegistry)
+TEST(BaseNode, TypesReferenceCountsChildrenRegistryCopiesAndReferenceNodes)
 {
     Held cube(CTestCubeNode::Create());
     EXPECT_EQ(cube->Type(), "CTestCubeNode");
@@ -130,15 +130,13 @@ TEST(BaseNode, TypesReferenceCountsChildrenAndTheRegistry)
                                         "Unregister node type CTestNullNode\n",
                                         "Unregister node type CTestNeverRegistered\n"}));
     EXPECT_EQ(recording.Lines().front(), "output 0 0 Register node type CTestCubeNode\n");
-}
 
-TEST(NodeCopy, CopyTakesNameAndAttributesOnlyCopiesTakeTheirOwnReferencesAndReferenceNodesTheirTargets)
-{
+    // Copy takes the name and attributes but not the children or the count.
     Held source(CBaseNode::Create()), target(CBaseNode::Create());
-    CBaseNode* child = CBaseNode::Create();
+    CBaseNode* sourceChild = CBaseNode::Create();
     source->SetName("source");
     source->SetAttributeInt("n", 3);
-    source->AppendChild(child);
+    source->AppendChild(sourceChild);
     target->SetAttributeInt("old", 1);
     EXPECT_EQ(target->Comment(), "Attribute: 1");
 
@@ -156,14 +154,14 @@ TEST(NodeCopy, CopyTakesNameAndAttributesOnlyCopiesTakeTheirOwnReferencesAndRefe
     {
         CBaseNode copy(*source.node);
         EXPECT_EQ(copy.RefCount(), 0);
-        EXPECT_EQ(child->RefCount(), 2);
+        EXPECT_EQ(sourceChild->RefCount(), 2);
         EXPECT_NE(copy.QueryAttribute("n", nullptr, nullptr), source->QueryAttribute("n", nullptr, nullptr));
         CBaseNode assigned;
         assigned.AppendChild(CBaseNode::Create());
         assigned = copy;
-        EXPECT_EQ(child->RefCount(), 3);
+        EXPECT_EQ(sourceChild->RefCount(), 3);
     }
-    EXPECT_EQ(child->RefCount(), 1);
+    EXPECT_EQ(sourceChild->RefCount(), 1);
 
     // Chains of reference nodes resolve to the node finally meant, without counting.
     CBaseNode* referred = CBaseNode::Create();
@@ -182,21 +180,21 @@ TEST(NodeCopy, CopyTakesNameAndAttributesOnlyCopiesTakeTheirOwnReferencesAndRefe
     EXPECT_EQ(referred->RefCount(), 1);
     referred->Release();
 
-    CBaseNode a, b, plain;
+    CBaseNode targetA, targetB, plain;
     CRefNode refSource, refCopy;
     refSource.SetName("source");
     refSource.SetAttributeInt("k", 1);
-    refSource.SetRefNode(&a);
-    refCopy.SetRefNode(&b);
+    refSource.SetRefNode(&targetA);
+    refCopy.SetRefNode(&targetB);
     EXPECT_EQ(refCopy.Copy(&refSource), 1);
-    EXPECT_EQ(refCopy.Reference(), &a);
+    EXPECT_EQ(refCopy.Reference(), &targetA);
     EXPECT_EQ(refCopy.Name(), "source");
     EXPECT_EQ(refCopy.AttributeNumber(), 1);
 
     plain.SetName("plain");
-    refCopy.SetRefNode(&b);
+    refCopy.SetRefNode(&targetB);
     EXPECT_EQ(refCopy.Copy(&plain), 1);
-    EXPECT_EQ(refCopy.Reference(), &b);
+    EXPECT_EQ(refCopy.Reference(), &targetB);
     EXPECT_EQ(refCopy.Name(), "plain");
     EXPECT_EQ(refCopy.AttributeNumber(), 0);
 }

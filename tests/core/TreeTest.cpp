@@ -28,8 +28,14 @@ int RecordVisit(CBaseNode* node, int value, void* data)
     return node->Name() == visits->stopAt ? 1 : 0;
 }
 
-TEST(Tree, WalksOrdersParentsAndSiblingsOneReferenceEachAndTheDisplayedListing)
+TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypesAndTreesWalkFindHoldAndDisplayTheirNodes)
 {
+    CTree copy(CopyTree(s.r));
+    ASSERT_EQ(WalkNames(copy, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
+    EXPECT_EQ(copy.Root()->RefCount(), 1);  // the copy came with count 0
+    EXPECT_EQ(copy.Root()->GetChild(0)->GetChild(0)->RefCount(), 1);
+    EXPECT_EQ(CopyTree(u), nullptr);
+
     // Where the callback stops, stop-all, the nodes visited and the result.
     const std::tuple<const char*, int, NameList, int> cases[] = {
         {"", 1, {"R", "A", "A1", "A2", "B"}, 0},  // never stops
@@ -39,10 +45,10 @@ TEST(Tree, WalksOrdersParentsAndSiblingsOneReferenceEachAndTheDisplayedListing)
         {"A1", 1, {"R", "A", "A1"}, 1},
         {"R", 0, {"R"}, 1},
     };
-    StandardTree s;
+    StandardTree walked;
     for (const auto& [stopAt, stopAll, visited, result] : cases) {
         Visits visits{stopAt, {}};
-        EXPECT_EQ(ForEachNode(s.r, &RecordVisit, 42, &visits, stopAll), result) << stopAt << stopAll;
+        EXPECT_EQ(ForEachNode(walked.r, &RecordVisit, 42, &visits, stopAll), result) << stopAt << stopAll;
         EXPECT_EQ(visits.names, visited) << stopAt << stopAll;
     }
 
@@ -59,12 +65,12 @@ TEST(Tree, WalksOrdersParentsAndSiblingsOneReferenceEachAndTheDisplayedListing)
     EXPECT_EQ(SearchNode2(gated.r, &IsSameName, counter, visible), gated.b->GetChild(0));
 
     // The search counter selects which match is returned; types must match exactly.
-    s.a2->SetName("A");
-    s.b->SetName("A");
+    walked.a2->SetName("A");
+    walked.b->SetName("A");
     char name[] = "A";
     // The counter before and after, and the match found.
-    for (auto [start, after, found] : {std::tuple{0, -1, s.a}, {2, -1, s.b}, {5, 2, nullptr}}) {
-        EXPECT_EQ(SearchNode(s.r, &IsSameName, start, name), found) << after;
+    for (auto [start, after, found] : {std::tuple{0, -1, walked.a}, {2, -1, walked.b}, {5, 2, nullptr}}) {
+        EXPECT_EQ(SearchNode(walked.r, &IsSameName, start, name), found) << after;
         EXPECT_EQ(start, after);
     }
 
@@ -117,10 +123,10 @@ TEST(Tree, WalksOrdersParentsAndSiblingsOneReferenceEachAndTheDisplayedListing)
     const int before = CTestCountedNode::live;
     CBaseNode* root = CTestCountedNode::Create();
     root->AppendChild(CTestCountedNode::Create());
-    CTree held(root), copy(root);
+    CTree held(root), released(root);
     held.SetRoot(root);  // setting the current root again keeps its one reference
     EXPECT_EQ(root->RefCount(), 2);
-    copy.SetRoot(nullptr);
+    released.SetRoot(nullptr);
     held.SetRoot(CTestCountedNode::Create());
     EXPECT_EQ(CTestCountedNode::live, before + 1);
 
@@ -151,15 +157,6 @@ TEST(Tree, WalksOrdersParentsAndSiblingsOneReferenceEachAndTheDisplayedListing)
                                      "  " + corner + "2: B" + tail(shown.b, 0),
                                      "    " + corner + "1: 100%s %d" + tail(b1, 0),
                                  }));
-}
-
-TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypesWithTheirSubtrees)
-{
-    CTree copy(CopyTree(s.r));
-    ASSERT_EQ(WalkNames(copy, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
-    EXPECT_EQ(copy.Root()->RefCount(), 1);  // the copy came with count 0
-    EXPECT_EQ(copy.Root()->GetChild(0)->GetChild(0)->RefCount(), 1);
-    EXPECT_EQ(CopyTree(u), nullptr);
 }
 
 }  // namespace

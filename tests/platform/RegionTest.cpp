@@ -57,7 +57,7 @@ HRGN RegionOfPath(CDC& dc, const std::vector<Figure>& figures)
     return PathToRegion(dc.m_hDC);
 }
 
-TEST(RegionCombine, EveryModeHoldsExactlyItsPointsInTheFewestBandsAndBadArgumentsChangeNothing)
+TEST(Regions, CombineByEveryModeFillPathsByTheEvenOddRuleAndObjectsHoldOne)
 {
     struct Case {
         int mode;
@@ -117,10 +117,8 @@ TEST(RegionCombine, EveryModeHoldsExactlyItsPointsInTheFewestBandsAndBadArgument
     EXPECT_EQ(DeleteObject(nullptr), 0);
     DeleteObject(source);
     DeleteObject(destination);
-}
 
-TEST(PathRegion, PathsFillByTheEvenOddRuleWithin27BitCoordinatesOnlyWhenClosedAndObjectsHoldOne)
-{
+    // Paths fill by the even-odd rule.
     const Figure concave{{2, 2}, {30, 5}, {14, 14}, {31, 27}, {3, 30}, {9, 15}};
     const Figure pentagram{{50, 10}, {74, 82}, {12, 38}, {88, 38}, {26, 82}};
     const Figure triangle{{0, 0}, {20, 40}, {35, 3}};
@@ -141,7 +139,6 @@ TEST(PathRegion, PathsFillByTheEvenOddRuleWithin27BitCoordinatesOnlyWhenClosedAn
     const int far = 1 << 30, limit = (1 << 27) - 1;
     CDC dc;
     HRGN huge = RegionOfPath(dc, {{{-far, -far}, {far, -far}, {far, far}, {-far, far}}});
-    RECT box{};
     EXPECT_EQ(GetRgnBox(huge, &box), SIMPLEREGION);
     EXPECT_EQ((std::vector<int>{box.left, box.top, box.right, box.bottom}),
               (std::vector<int>{-limit, -limit, limit, limit}));
@@ -169,32 +166,32 @@ TEST(PathRegion, PathsFillByTheEvenOddRuleWithin27BitCoordinatesOnlyWhenClosedAn
     CRgn none;
     EXPECT_EQ(none.Attach(PathToRegion(open.m_hDC)), 0);
     EXPECT_EQ(none.m_hObject, nullptr);
-    CRgn source;
-    source.CreateRectRgn(0, 0, 2, 2);
-    EXPECT_EQ(none.CopyRgn(&source), 0) << "nothing to copy into";
+    CRgn rectangle;
+    rectangle.CreateRectRgn(0, 0, 2, 2);
+    EXPECT_EQ(none.CopyRgn(&rectangle), 0) << "nothing to copy into";
     EXPECT_EQ(none.DeleteObject(), 0);
 
     // A region object holds one region and deletes what it still holds.
-    CRgn a, b, c;
-    EXPECT_EQ(a.CreateRectRgn(0, 0, 4, 4), 1);
-    EXPECT_EQ(a.CreateRectRgn(0, 0, 1, 1), 0);
-    b.CreateRectRgn(2, 2, 6, 6);
+    CRgn ra, rb, c;
+    EXPECT_EQ(ra.CreateRectRgn(0, 0, 4, 4), 1);
+    EXPECT_EQ(ra.CreateRectRgn(0, 0, 1, 1), 0);
+    rb.CreateRectRgn(2, 2, 6, 6);
     c.CreateRectRgn(0, 0, 0, 0);
-    EXPECT_EQ(c.CombineRgn(&a, &b, RGN_AND), SIMPLEREGION);
-    EXPECT_EQ(c.CombineRgn(nullptr, &b, RGN_AND), 0);
+    EXPECT_EQ(c.CombineRgn(&ra, &rb, RGN_AND), SIMPLEREGION);
+    EXPECT_EQ(c.CombineRgn(nullptr, &rb, RGN_AND), 0);
     EXPECT_EQ(c.PtInRegion(3, 3), 1);
     EXPECT_EQ(c.PtInRegion(1, 1), 0);
     EXPECT_EQ(c.GetRgnBox(&box), SIMPLEREGION);
     EXPECT_EQ(box.left, 2);
-    EXPECT_EQ(c.CopyRgn(&a), SIMPLEREGION);
+    EXPECT_EQ(c.CopyRgn(&ra), SIMPLEREGION);
     EXPECT_EQ(c.PtInRegion(1, 1), 1);
 
-    HRGN taken = a.Detach();
-    EXPECT_EQ(static_cast<HRGN>(a), nullptr);
-    EXPECT_EQ(a.Attach(taken), 1);
-    EXPECT_EQ(a.Attach(taken), 0);
-    EXPECT_EQ(b.DeleteObject(), 1);
-    EXPECT_EQ(b.m_hObject, nullptr);
+    HRGN taken = ra.Detach();
+    EXPECT_EQ(static_cast<HRGN>(ra), nullptr);
+    EXPECT_EQ(ra.Attach(taken), 1);
+    EXPECT_EQ(ra.Attach(taken), 0);
+    EXPECT_EQ(rb.DeleteObject(), 1);
+    EXPECT_EQ(rb.m_hObject, nullptr);
 }
 
 }  // namespace

@@ -38,7 +38,21 @@ void ExpectVector(const CVector_3<double>& actual, const CVector_3<double>& expe
     EXPECT_DOUBLE_EQ(actual.z, expected.z);
 }
 
-TEST(Stores, GrowAndShrinkByTheirRulesRefuseTooLargeRequestsAndEditWholeElements)
+// The store writes exactly the expected block, and reading that block into a
+// store that held other data writes it again.
+template <class DataStore>
+void ExpectBlock(const DataStore& store, DataStore& reader, const Bytes& expected)
+{
+    std::vector<uint8_t> block(static_cast<size_t>(store.SizeOfByte()));
+    ASSERT_EQ(store.Write(block.data()), 1);
+    EXPECT_EQ(block, expected.Data());
+    ASSERT_EQ(reader.Read(expected.Data().data()), 1);
+    block.assign(static_cast<size_t>(reader.SizeOfByte()), 0);
+    ASSERT_EQ(reader.Write(block.data()), 1);
+    EXPECT_EQ(block, expected.Data());
+}
+
+TEST(Stores, GrowShrinkEditWriteReadShareAndGiveNormals)
 {
     struct Case {
         const char* rule;
@@ -123,58 +137,42 @@ TEST(Stores, GrowAndShrinkByTheirRulesRefuseTooLargeRequestsAndEditWholeElements
     CLineDataStore<int> lines;
     lines.lines = {{1, 2}, {}};
     EXPECT_EQ(&lines.Element(1, 0), &lines.Element(0, 2));
-}
 
-// The store writes exactly the expected block, and reading that block into a
-// store that held other data writes it again.
-template <class DataStore>
-void ExpectBlock(const DataStore& store, DataStore& reader, const Bytes& expected)
-{
-    std::vector<uint8_t> block(static_cast<size_t>(store.SizeOfByte()));
-    ASSERT_EQ(store.Write(block.data()), 1);
-    EXPECT_EQ(block, expected.Data());
-    ASSERT_EQ(reader.Read(expected.Data().data()), 1);
-    block.assign(static_cast<size_t>(reader.SizeOfByte()), 0);
-    ASSERT_EQ(reader.Write(block.data()), 1);
-    EXPECT_EQ(block, expected.Data());
-}
-
-TEST(Stores, WriteCountsThenItemsReadThemBackRefuseBadBlocksShareUntilUnsharedAndGiveNormals)
-{
+    // A store writes its counts, then its items, and reads them back.
     ExpectBlock(*Store<int>({0, 1, 2}), *Store<int>({9, 9, 9, 9}), Bytes().I32(3).I32(0).I32(1).I32(2));
 
     // A matrix stores its height before its width.
-    CMatrixDataStore<int> matrix, matrixReader;
-    matrix.width = 3;
-    ASSERT_EQ(matrix.AppendRows(2) + matrixReader.AppendRows(700), 2);
-    std::iota(matrix.Buffer(), matrix.Buffer() + 6, 1);
-    ExpectBlock(matrix, matrixReader, Bytes().I32(2).I32(3).I32(1).I32(2).I32(3).I32(4).I32(5).I32(6));
+    CMatrixDataStore<int> heights, matrixReader;
+    heights.width = 3;
+    ASSERT_EQ(heights.AppendRows(2) + matrixReader.AppendRows(700), 2);
+    std::iota(heights.Buffer(), heights.Buffer() + 6, 1);
+    ExpectBlock(heights, matrixReader, Bytes().I32(2).I32(3).I32(1).I32(2).I32(3).I32(4).I32(5).I32(6));
 
     // Polygon rows and lines carry their own item counts. These two stores
     // are copies made by Assign, as unsharing makes them.
-    CPolygonDataStore<int> polygonSource, polygons, polygonReader;
+    CPolygonDataStore<int> polygonSource, assigned, polygonReader;
     polygonSource.rows = {{{7, 8, 9, 0}, 3}, {{1, 2, 3, 4}, 4}, {{0, 0, 0, 0}, 0}};
-    ASSERT_EQ(polygons.Assign(polygonSource), 1);
+    ASSERT_EQ(assigned.Assign(polygonSource), 1);
     polygonReader.rows.resize(10);
-    ExpectBlock(polygons, polygonReader,
+    ExpectBlock(assigned, polygonReader,
                 Bytes().I32(3).I32(3).I32(7).I32(8).I32(9).I32(4).I32(1).I32(2).I32(3).I32(4).I32(0));
 
-    CLineDataStore<CVector_3<double>> lineSource, lines, lineReader;
+    CLineDataStore<CVector_3<double>> lineSource, assignedLines, lineReader;
     lineSource.lines = {{{1.0, 2.0, 0.5}}, {}};
-    ASSERT_EQ(lines.Assign(lineSource), 1);
+    ASSERT_EQ(assignedLines.Assign(lineSource), 1);
     lineReader.lines.resize(4);
-    ExpectBlock(lines, lineReader, Bytes().I32(2).I32(1).F64(1.0).F64(2.0).F64(0.5).I32(0));
+    ExpectBlock(assignedLines, lineReader, Bytes().I32(2).I32(1).F64(1.0).F64(2.0).F64(0.5).I32(0));
 
     // Bad blocks are refused with the store unchanged.
-    CArrayDataStore<int> array;
+    CArrayDataStore<int> refusing;
     CMatrixDataStore<int> badMatrix;
     CPolygonDataStore<int> badPolygons;
     CLineDataStore<int> badLines;
     badPolygons.rows.resize(2);
     const Bytes negativeCount = Bytes().I32(-1).I32(3).I32(0);
     const void* block = negativeCount.Data().data();
-    EXPECT_EQ(array.Read(block) + badMatrix.Read(block) + badPolygons.Read(block) + badLines.Read(block), 0);
-    EXPECT_EQ(array.Read(nullptr) + badMatrix.Read(nullptr) + badPolygons.Read(nullptr) + badLines.Read(nullptr), 0);
+    EXPECT_EQ(refusing.Read(block) + badMatrix.Read(block) + badPolygons.Read(block) + badLines.Read(block), 0);
+    EXPECT_EQ(refusing.Read(nullptr) + badMatrix.Read(nullptr) + badPolygons.Read(nullptr) + badLines.Read(nullptr), 0);
     EXPECT_EQ(badPolygons.Read(Bytes().I32(1).I32(5).I32(1).I32(2).I32(3).I32(4).I32(5).Data().data()), 0)
         << "5 corners";
     EXPECT_EQ(badMatrix.width, 1);
@@ -207,17 +205,17 @@ TEST(Stores, WriteCountsThenItemsReadThemBackRefuseBadBlocksShareUntilUnsharedAn
     // Face normals are right-handed unit normals of the first three corners; degenerate input comes back unscaled.
     auto vertices =
         Store<VERTEX>({{0, 0, 0}, {10, 0, 0}, {0, 10, 0}, {0, 0, 5}, {1, 1, 1}, {2, 2, 2}, {1e-6, 0, 0}, {0, 1, 0}});
-    struct Case {
+    struct NormalCase {
         const char* what;
         std::vector<int> corners;
         CVector_3<double> normal;
     };
-    Case cases[] = {
+    NormalCase normalCases[] = {
         {"counter-clockwise", {0, 1, 2}, {0, 0, 1}},          {"clockwise", {0, 2, 1}, {0, 0, -1}},
         {"quadrilateral", {0, 1, 2, 3}, {0, 0, 1}},           {"collinear", {0, 4, 5}, {0, 0, 0}},
         {"length at the threshold", {0, 6, 7}, {0, 0, 1e-6}}, {"two corners", {0, 6}, {0, 0, 0}},
     };
-    for (Case& c : cases) {
+    for (NormalCase& c : normalCases) {
         SCOPED_TRACE(c.what);
         ExpectVector(CalcNormal(vertices, c.corners.data(), static_cast<int>(c.corners.size())), c.normal);
     }

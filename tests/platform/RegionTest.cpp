@@ -115,8 +115,7 @@ TEST(Regions, CombineByEveryModeFillPathsByTheEvenOddRuleAndObjectsHoldOne)
     EXPECT_EQ(GetRegionRects(nullptr, nullptr), 0);
     EXPECT_EQ(GetRegionRects(source, nullptr), 1);
     EXPECT_EQ(DeleteObject(nullptr), 0);
-    DeleteObject(source);
-    DeleteObject(destination);
+    for (HRGN r : {source, destination}) DeleteObject(r);
 
     // Paths fill by the even-odd rule.
     const Figure concave{{2, 2}, {30, 5}, {14, 14}, {31, 27}, {3, 30}, {9, 15}};

@@ -146,6 +146,11 @@ TEST(ScanNodeClasses, HaveTheirIdentityCommentsAndExactDataBlocksAndScenesRoundT
     }
 }
 
+// Exposes the protected image index.
+struct ProbeMesh : CMeshNode {
+    using CMeshNode::ImageIndex;
+};
+
 // Private: the store is the copy's alone and equal to the source's. Shared: one store, two holders.
 template <class Store>
 void ExpectPrivate(CRefData<Store>& copy, CRefData<Store>& source)
@@ -162,7 +167,7 @@ void ExpectShared(CRefData<Store>& copy, CRefData<Store>& source)
     EXPECT_EQ(source->RefCount(), 2);
 }
 
-TEST(CopyTree, GivesModelsMeshesAndLinesPrivateStoresAndSharesImagesAndCharacterLines)
+TEST(ObjectNodes, CopiesMeshImagesElementsAndVertices)
 {
     Scene scene;
     CTree copy(CopyTree(scene.element));
@@ -191,86 +196,58 @@ TEST(CopyTree, GivesModelsMeshesAndLinesPrivateStoresAndSharesImagesAndCharacter
     EXPECT_EQ(lod->level, -3);
     EXPECT_EQ(charLine->transient, 99);
     EXPECT_EQ(charLine->realParam2, 15.5);
-}
 
-TEST(Copy, OfAMeshLeavesOutItsImagesOfAnotherTypeCopiesOnlyTheBaseAndCopyConstructionSharesEveryStore)
-{
-    Scene scene;
-    CTree mesh(CMeshNode::Create()), lod(CLodNode::Create());
-    EXPECT_EQ(mesh.Root()->Copy(scene.mesh), 1);
-    EXPECT_EQ(mesh.Root()->GetChildNum(), 0u);
-    static_cast<CMeshNode*>(mesh.Root())->AppendVertex(9);
-    EXPECT_EQ(mesh.Root()->Comment(), "1 polygons") << "of 10 vertices";
-    EXPECT_EQ(lod.Root()->Copy(scene.model), 1);
-    EXPECT_EQ(lod.Root()->Comment(), "LOD level = 0");
-    EXPECT_EQ(lod.Root()->Name(), "M");
-    EXPECT_EQ(mesh.Root()->Copy(nullptr), 0);
-
-    auto* meshCopy = new CMeshNode(*scene.mesh);
-    auto* charLine = new CCharLineNode(*scene.charLine);
-    CTree holdsMeshCopy(meshCopy), holdsCharLine(charLine);
-    ExpectShared(meshCopy->texCoords, scene.mesh->texCoords);
-    ExpectShared(charLine->lines1, scene.charLine->lines1);
-    EXPECT_EQ(charLine->transient, 99) << "the unstreamed integer is copied too";
-}
-
-// Exposes the protected image index.
-struct ProbeMesh : CMeshNode {
-    using CMeshNode::ImageIndex;
-};
-
-TEST(ObjectNodes, MeshImagesElementsScenesAndModelVertices)
-{
-    CTree tree(new ProbeMesh);
-    auto* mesh = static_cast<ProbeMesh*>(tree.Root());
-    EXPECT_EQ(mesh->ImageIndex(0), -1);
-    CRefData<CMatrixDataStore<RGBA>> none = mesh->Image(0);
+    // Mesh images are the image children counted in child order.
+    CTree probeTree(new ProbeMesh);
+    auto* probe = static_cast<ProbeMesh*>(probeTree.Root());
+    EXPECT_EQ(probe->ImageIndex(0), -1);
+    CRefData<CMatrixDataStore<RGBA>> none = probe->Image(0);
     EXPECT_EQ(none->width * 10 + none->height, 10) << "a new 1 x 0 matrix";
 
     CRefData<CMatrixDataStore<RGBA>> first, second, third;
-    EXPECT_EQ(mesh->AppendImage(first), 0);
-    mesh->AppendChild(CModelNode::Create());
-    EXPECT_EQ(mesh->AppendImage(second), 1);
-    EXPECT_EQ(mesh->ImageNumber(), 2);
-    EXPECT_EQ(mesh->ImageIndex(1), 2);
-    EXPECT_EQ(mesh->ImageIndex(2), -1);
-    EXPECT_EQ(mesh->ImageIndex(-1), -1);
-    EXPECT_EQ(&*mesh->Image(1), &*second);
+    EXPECT_EQ(probe->AppendImage(first), 0);
+    probe->AppendChild(CModelNode::Create());
+    EXPECT_EQ(probe->AppendImage(second), 1);
+    EXPECT_EQ(probe->ImageNumber(), 2);
+    EXPECT_EQ(probe->ImageIndex(1), 2);
+    EXPECT_EQ(probe->ImageIndex(2), -1);
+    EXPECT_EQ(probe->ImageIndex(-1), -1);
+    EXPECT_EQ(&*probe->Image(1), &*second);
     EXPECT_EQ(second->RefCount(), 2);
 
-    EXPECT_EQ(mesh->InsertImage(1, third), 1);
-    EXPECT_EQ(mesh->ImageIndex(1), 2);
-    EXPECT_EQ(&*mesh->Image(1), &*third);
-    EXPECT_EQ(mesh->InsertImage(7, first), 3) << "no image 7: appended";
-    EXPECT_EQ(mesh->DeleteImage(5), 0);
-    EXPECT_EQ(mesh->DeleteImage(2), 1);
+    EXPECT_EQ(probe->InsertImage(1, third), 1);
+    EXPECT_EQ(probe->ImageIndex(1), 2);
+    EXPECT_EQ(&*probe->Image(1), &*third);
+    EXPECT_EQ(probe->InsertImage(7, first), 3) << "no image 7: appended";
+    EXPECT_EQ(probe->DeleteImage(5), 0);
+    EXPECT_EQ(probe->DeleteImage(2), 1);
     EXPECT_EQ(second->RefCount(), 1) << "the image node was released";
-    EXPECT_EQ(mesh->GetChildNum(), 4u);
+    EXPECT_EQ(probe->GetChildNum(), 4u);
 
     // Elements count and find children by kind; scenes are the elements among the root's children.
-    Scene scene;
-    CElementNode* element = scene.element;
-    EXPECT_EQ(element->NodeNumber("CModelNode"), 2) << "a mesh is a model too";
-    EXPECT_EQ(element->GetNode(1, "CModelNode"), scene.mesh);
-    EXPECT_EQ(element->GetNode(2, "CModelNode"), nullptr);
-    EXPECT_EQ(element->GetNode(-1, "CModelNode"), nullptr);
-    EXPECT_EQ(element->NodeNumber(nullptr) + element->NodeNumber("CGeoBaseNode"), 0);
-    EXPECT_EQ(element->GetNode(0, nullptr), nullptr);
-    EXPECT_EQ(element->MeshNumber(), 1);
-    EXPECT_EQ(element->GetMesh(0), scene.mesh);
-    EXPECT_EQ(element->ImageNumber(), 0) << "the image is the mesh's child";
-    EXPECT_EQ(element->GetImage(0), nullptr);
-    EXPECT_EQ(element->IsChildEnable(2), 0) << "level of detail";
-    EXPECT_EQ(element->IsChildEnable(1) + element->IsChildEnable(6) + element->IsChildEnable(7), 3);
+    Scene elements;
+    CElementNode* counted = elements.element;
+    EXPECT_EQ(counted->NodeNumber("CModelNode"), 2) << "a mesh is a model too";
+    EXPECT_EQ(counted->GetNode(1, "CModelNode"), elements.mesh);
+    EXPECT_EQ(counted->GetNode(2, "CModelNode"), nullptr);
+    EXPECT_EQ(counted->GetNode(-1, "CModelNode"), nullptr);
+    EXPECT_EQ(counted->NodeNumber(nullptr) + counted->NodeNumber("CGeoBaseNode"), 0);
+    EXPECT_EQ(counted->GetNode(0, nullptr), nullptr);
+    EXPECT_EQ(counted->MeshNumber(), 1);
+    EXPECT_EQ(counted->GetMesh(0), elements.mesh);
+    EXPECT_EQ(counted->ImageNumber(), 0) << "the image is the mesh's child";
+    EXPECT_EQ(counted->GetImage(0), nullptr);
+    EXPECT_EQ(counted->IsChildEnable(2), 0) << "level of detail";
+    EXPECT_EQ(counted->IsChildEnable(1) + counted->IsChildEnable(6) + counted->IsChildEnable(7), 3);
 
     CElementNode* added = Make<CElementNode>("E2");
-    EXPECT_EQ(AppendElementToScene(added, &scene.tree), 1);
-    scene.tree.Root()->InsertChild(1, CBaseNode::Create());
-    EXPECT_EQ(ElementNumber(&scene.tree), 2);
-    EXPECT_EQ(GetElement(1, &scene.tree), added);
-    EXPECT_EQ(GetElement(2, &scene.tree), nullptr);
-    EXPECT_EQ(AppendElementToScene(nullptr, &scene.tree), 1);
-    EXPECT_EQ(scene.tree.Root()->GetChildNum(), 3u);
+    EXPECT_EQ(AppendElementToScene(added, &elements.tree), 1);
+    elements.tree.Root()->InsertChild(1, CBaseNode::Create());
+    EXPECT_EQ(ElementNumber(&elements.tree), 2);
+    EXPECT_EQ(GetElement(1, &elements.tree), added);
+    EXPECT_EQ(GetElement(2, &elements.tree), nullptr);
+    EXPECT_EQ(AppendElementToScene(nullptr, &elements.tree), 1);
+    EXPECT_EQ(elements.tree.Root()->GetChildNum(), 3u);
 
     CTree empty;
     EXPECT_EQ(AppendElementToScene(added, &empty) + AppendElementToScene(added, nullptr), 0);
@@ -279,14 +256,34 @@ TEST(ObjectNodes, MeshImagesElementsScenesAndModelVertices)
     EXPECT_EQ(added->RefCount(), 1);
 
     // Model vertices are edited through the vertex store.
-    EXPECT_EQ(scene.model->GetVertex(2), nullptr);
-    EXPECT_EQ(scene.model->GetVertex(-1), nullptr);
-    EXPECT_EQ(scene.model->InsertVertex(0, 1), 1);
-    EXPECT_EQ(scene.model->GetVertex(1)->x, 1.0);
-    EXPECT_EQ(scene.model->DeleteVertex(0, 2), 1);
-    EXPECT_EQ(scene.model->GetVertex(0)->x, 4.0);
-    EXPECT_EQ(scene.model->ClearVertex(), 1);
-    EXPECT_EQ(scene.model->VertexNumber(), 0);
+    EXPECT_EQ(elements.model->GetVertex(2), nullptr);
+    EXPECT_EQ(elements.model->GetVertex(-1), nullptr);
+    EXPECT_EQ(elements.model->InsertVertex(0, 1), 1);
+    EXPECT_EQ(elements.model->GetVertex(1)->x, 1.0);
+    EXPECT_EQ(elements.model->DeleteVertex(0, 2), 1);
+    EXPECT_EQ(elements.model->GetVertex(0)->x, 4.0);
+    EXPECT_EQ(elements.model->ClearVertex(), 1);
+    EXPECT_EQ(elements.model->VertexNumber(), 0);
+
+    // Copy of a mesh leaves out its images, of another type copies only the base; copy
+    // construction shares every store.
+    Scene fresh;
+    CTree meshTree(CMeshNode::Create()), lodTree(CLodNode::Create());
+    EXPECT_EQ(meshTree.Root()->Copy(fresh.mesh), 1);
+    EXPECT_EQ(meshTree.Root()->GetChildNum(), 0u);
+    static_cast<CMeshNode*>(meshTree.Root())->AppendVertex(9);
+    EXPECT_EQ(meshTree.Root()->Comment(), "1 polygons") << "of 10 vertices";
+    EXPECT_EQ(lodTree.Root()->Copy(fresh.model), 1);
+    EXPECT_EQ(lodTree.Root()->Comment(), "LOD level = 0");
+    EXPECT_EQ(lodTree.Root()->Name(), "M");
+    EXPECT_EQ(meshTree.Root()->Copy(nullptr), 0);
+
+    auto* meshCopy = new CMeshNode(*fresh.mesh);
+    auto* charLineCopy = new CCharLineNode(*fresh.charLine);
+    CTree holdsMeshCopy(meshCopy), holdsCharLine(charLineCopy);
+    ExpectShared(meshCopy->texCoords, fresh.mesh->texCoords);
+    ExpectShared(charLineCopy->lines1, fresh.charLine->lines1);
+    EXPECT_EQ(charLineCopy->transient, 99) << "the unstreamed integer is copied too";
 }
 
 }  // namespace

@@ -24,7 +24,7 @@ CBaseNode* Logged(const char* name)
     return Named(name, CTestCountedNode::Create());
 }
 
-TEST(BaseNode, TypesReferenceCountsChildrenRegistryCopiesAndReferenceNodes)
+TEST(BaseNode, IsKindOfEachBaseByExactName)
 {
     Held cube(CTestCubeNode::Create());
     EXPECT_EQ(cube->Type(), "CTestCubeNode");
@@ -34,8 +34,10 @@ TEST(BaseNode, TypesReferenceCountsChildrenRegistryCopiesAndReferenceNodes)
         EXPECT_EQ(cube->IsKindOf(name), 1) << name;
     for (const char* name : {"cbasenode", "CTestCube", ""}) EXPECT_EQ(cube->IsKindOf(name), 0) << name;
     EXPECT_EQ(Held(CTestBoxNode::Create())->IsKindOf("CTestCubeNode"), 0);
+}
 
-    // Release below one destroys nodes and reference objects.
+TEST(BaseNode, ReleaseBelowOneDestroysNodesAndReferenceObjects)
+{
     destroyed.clear();
     Logged("unowned")->Release();
     CBaseNode* owned = Logged("owned");
@@ -56,8 +58,10 @@ TEST(BaseNode, TypesReferenceCountsChildrenRegistryCopiesAndReferenceNodes)
     EXPECT_EQ(shared->RefCount(), 1);
     shared->Release();
     EXPECT_EQ(destroyed.back(), "ref");
+}
 
-    // Destroying a parent releases its children last first; shared ones survive.
+TEST(BaseNodeChildren, AreReleasedLastFirstAndSharedOnesSurvive)
+{
     destroyed.clear();
     Held keeper(CBaseNode::Create());
     CBaseNode* parent = Logged("parent");
@@ -66,8 +70,11 @@ TEST(BaseNode, TypesReferenceCountsChildrenRegistryCopiesAndReferenceNodes)
     parent->Release();
     EXPECT_EQ(destroyed, (NameList{"parent", "c", "a"}));
     EXPECT_EQ(keeper->GetChild(0)->RefCount(), 1);
+}
 
-    // Children are removed and inserted by position; null is ignored.
+// Null is ignored.
+TEST(BaseNodeChildren, AreRemovedAndInsertedByPosition)
+{
     Held holder(CBaseNode::Create());
     CBaseNode* child = CBaseNode::Create();
     CBaseNode* last = CBaseNode::Create();
@@ -99,15 +106,20 @@ TEST(BaseNode, TypesReferenceCountsChildrenRegistryCopiesAndReferenceNodes)
     EXPECT_EQ(holder->ChildIndex(nullptr), -1);
     EXPECT_EQ(holder->IsChild(outsider.node), 0);
     EXPECT_EQ(outsider->GetLastChild(), nullptr);
+}
 
-    // Types are created by exact name with count zero, and each registration is traced.
+TEST(NodeRegistry, CreatesTypesByExactNameWithCountZero)
+{
     CBaseNode* node = CreateNode("CRefNode");
     ASSERT_NE(node, nullptr);
     EXPECT_EQ(node->Type(), "CRefNode");
     EXPECT_EQ(node->RefCount(), 0);
     node->Release();
     for (const char* name : {"crefnode", "CTestCubeNode", ""}) EXPECT_EQ(CreateNode(name), nullptr) << name;
+}
 
+TEST(NodeRegistry, KeepsTheFirstFactoryAndTracesEachRegistration)
+{
     Recording recording(testing::TempDir() + "brell-registry-trace");
     RegisterNodeType("CTestCubeNode", &CTestCubeNode::Create);
     RegisterNodeType("CBaseNode", &CTestCubeNode::Create);  // the first factory stays
@@ -130,8 +142,10 @@ TEST(BaseNode, TypesReferenceCountsChildrenRegistryCopiesAndReferenceNodes)
                                         "Unregister node type CTestNullNode\n",
                                         "Unregister node type CTestNeverRegistered\n"}));
     EXPECT_EQ(recording.Lines().front(), "output 0 0 Register node type CTestCubeNode\n");
+}
 
-    // Copy takes the name and attributes but not the children or the count.
+TEST(BaseNode, CopyTakesNameAndAttributesButNotChildrenOrCount)
+{
     Held source(CBaseNode::Create()), target(CBaseNode::Create());
     CBaseNode* sourceChild = CBaseNode::Create();
     source->SetName("source");
@@ -162,8 +176,10 @@ TEST(BaseNode, TypesReferenceCountsChildrenRegistryCopiesAndReferenceNodes)
         EXPECT_EQ(sourceChild->RefCount(), 3);
     }
     EXPECT_EQ(sourceChild->RefCount(), 1);
+}
 
-    // Chains of reference nodes resolve to the node finally meant, without counting.
+TEST(ReferenceNodes, ResolveChainsToTheNodeFinallyMeantWithoutCounting)
+{
     CBaseNode* referred = CBaseNode::Create();
     referred->AddRef();
     CRefNode second, first;
@@ -179,7 +195,10 @@ TEST(BaseNode, TypesReferenceCountsChildrenRegistryCopiesAndReferenceNodes)
     EXPECT_EQ(first.Comment(), expected);
     EXPECT_EQ(referred->RefCount(), 1);
     referred->Release();
+}
 
+TEST(ReferenceNodes, CopyTheReferenceOnlyFromAReferenceNode)
+{
     CBaseNode targetA, targetB, plain;
     CRefNode refSource, refCopy;
     refSource.SetName("source");

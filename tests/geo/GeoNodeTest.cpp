@@ -1,6 +1,3 @@
-// Geometry node classes: identity, defaults, comments, copies, index edits,
-// reference meshes, lights and the view point.
-
 #include "diag/Recording.h"
 #include "support/Held.h"
 
@@ -25,7 +22,7 @@ public:
     using CGeoPolyShadeRefNode::Check;
 };
 
-TEST(GeometryClasses, IdentityDefaultsCommentsCopiesEditsMeshesLightsAndTheViewPoint)
+TEST(GeometryClasses, HaveTheirTypesBasesAndEmptyComments)
 {
     struct Case {
         const char* type;
@@ -63,7 +60,10 @@ TEST(GeometryClasses, IdentityDefaultsCommentsCopiesEditsMeshesLightsAndTheViewP
         EXPECT_EQ(node->ShowEnable(0), 1);
         EXPECT_EQ(node->ShowEnable(0), 0);
     }
+}
 
+TEST(GeometryClasses, DefaultsAndCommentsFollowTheirFields)
+{
     Held<CGeoPointNode> point;
     Held<CGeoNormalNode> normal;
     EXPECT_EQ(point->size, 1.0);
@@ -90,8 +90,11 @@ TEST(GeometryClasses, IdentityDefaultsCommentsCopiesEditsMeshesLightsAndTheViewP
     base->ShowEnable(0);
     base->SetAttributeInt("a", 1);
     EXPECT_EQ(base->Comment(), "Attribute: 1[Hide]");
+}
 
-    // Reference meshes index their texture coordinates with spare elements.
+// Reference meshes index their texture coordinates with spare elements.
+TEST(ReferenceMeshes, IndexThroughTheirIndicesOrTheSpareElement)
+{
     Held<CGeoPolyShadeRefNode> mesh;
     auto& rows = mesh->polygons->rows;
     rows.push_back({{0, 1, 2, 0}, 3});
@@ -115,7 +118,10 @@ TEST(GeometryClasses, IdentityDefaultsCommentsCopiesEditsMeshesLightsAndTheViewP
     mesh->AppendVertex(10);
     std::vector<double> box(6);
     EXPECT_EQ(mesh->EvalBBoxThis(box[0], box[1], box[2], box[3], box[4], box[5]), 1);
+}
 
+TEST(ReferenceMeshes, CheckRepairsNormalCountsAndReportsIt)
+{
     brell::test::Recording recording(testing::TempDir() + "brell-geo-check");
     Held<CheckedShade> checked;
     checked->indices->Append(3);
@@ -134,8 +140,10 @@ TEST(GeometryClasses, IdentityDefaultsCommentsCopiesEditsMeshesLightsAndTheViewP
     checked->Check();
     EXPECT_EQ(recording.Texts().size(), 2u);
     EXPECT_EQ(checked->smoothNormals->Number(), 5);
+}
 
-    // Lights and the view point.
+TEST(LightNodes, AppendDeleteAndCopyTheirLights)
+{
     Held<CGeoLightNode> lights;
     EXPECT_EQ(lights->Light(0), nullptr);
     EXPECT_EQ(lights->Delete(0), 0);
@@ -152,7 +160,10 @@ TEST(GeometryClasses, IdentityDefaultsCommentsCopiesEditsMeshesLightsAndTheViewP
     EXPECT_EQ(lights->Comment(), "2 lights");
     lights->Copy(lights.node);
     EXPECT_EQ(lights->Number(), 2);
+}
 
+TEST(ViewPoint, SeesTheWholeBoxInTheFieldOfView)
+{
     double x, y, z;
     EXPECT_EQ(EvalViewPoint(-1, -1, -1, 1, 1, 1, 0, 0, -1, 90, x, y, z), 1);
     EXPECT_EQ(x, 0.0);
@@ -160,8 +171,10 @@ TEST(GeometryClasses, IdentityDefaultsCommentsCopiesEditsMeshesLightsAndTheViewP
     EXPECT_NEAR(z, std::sqrt(3.0) / std::sin(M_PI / 4), 1e-12);
     EvalViewPoint(-1, -1, -1, 1, 1, 1, 0, 0, -2, 0, x, y, z);
     EXPECT_NEAR(z, 4.526067, 1e-6);
+}
 
-    // Copies share the stores of the types in common.
+TEST(GeometryCopies, ShareTheStoresOfTheTypesInCommon)
+{
     Held<CGeoPointNode> copied, source;
     source->size = 3.0;
     source->SetName("source");
@@ -176,7 +189,13 @@ TEST(GeometryClasses, IdentityDefaultsCommentsCopiesEditsMeshesLightsAndTheViewP
     EXPECT_EQ(copied->Index(0), 42);
     EXPECT_EQ(copied->VertexNumber(), 1);
 
-    // From a line node only the vertex store is in common.
+    EXPECT_EQ(copied->Copy(nullptr), 0);
+    EXPECT_EQ(copied->Copy(copied.node), 1);
+    EXPECT_EQ(copied->Index(0), 42);
+}
+
+TEST(GeometryCopies, FromALineNodeTakeOnlyTheVertices)
+{
     Held<CGeoPointNode> fromLine;
     Held<CGeoLineNode> lines;
     lines->AppendVertex(5);
@@ -184,8 +203,10 @@ TEST(GeometryClasses, IdentityDefaultsCommentsCopiesEditsMeshesLightsAndTheViewP
     EXPECT_EQ(fromLine->VertexNumber(), 5);
     EXPECT_EQ(fromLine->size, 1.0);
     EXPECT_EQ(fromLine->Number(), 0);
+}
 
-    // A shaded mesh shares only the texture image; its normals stay its own.
+TEST(GeometryCopies, OfAShadedMeshShareOnlyTheTextureImage)
+{
     Held<CGeoPolyShadeRefNode> shaded, shadeSource;
     shadeSource->smooth = 1;
     shadeSource->flatNormals->Append(3);
@@ -196,20 +217,21 @@ TEST(GeometryClasses, IdentityDefaultsCommentsCopiesEditsMeshesLightsAndTheViewP
     EXPECT_EQ(shaded->textureImage->height, 4);
     EXPECT_EQ(shaded->flatNormals->Number(), 0);
     EXPECT_EQ(shaded->Number(), 2);
+}
 
-    // A vertex normal node keeps its own length.
+TEST(GeometryCopies, OfVertexNormalsKeepTheirOwnLength)
+{
     Held<CGeoVertexNormalNode> vertexNormals, vertexNormalSource;
     vertexNormalSource->length = 2.0;
     vertexNormalSource->Append(2);
     vertexNormals->Copy(vertexNormalSource.node);
     EXPECT_EQ(vertexNormals->length, 10.0);
     EXPECT_EQ(vertexNormals->normals->Number(), 2);
+}
 
-    EXPECT_EQ(copied->Copy(nullptr), 0);
-    EXPECT_EQ(copied->Copy(copied.node), 1);
-    EXPECT_EQ(copied->Index(0), 42);
-
-    // Vertex nodes delete by value, normals following their indices; boxes and nearest vertices.
+// Normals follow their indices.
+TEST(VertexNodes, DeleteByValue)
+{
     Held<CGeoNormalNode> indexed;
     ASSERT_EQ(indexed->Append(4), 1);
     EXPECT_EQ(indexed->normals->Number(), 4);
@@ -234,7 +256,10 @@ TEST(GeometryClasses, IdentityDefaultsCommentsCopiesEditsMeshesLightsAndTheViewP
     ASSERT_EQ(polygon->Number(), 1);
     EXPECT_EQ(polygon->Index(0, 2), 2);
     EXPECT_EQ(polygon->Index(-1, 0), polygon->Index(-2, 0));  // the spare element
+}
 
+TEST(VertexNodes, BoundingBoxesSpanTheVerticesOfNodesThatDrawThem)
+{
     Held<CGeoVertexNode> node;
     node->AppendVertex(3);
     node->GetVertex(0) = {0, 0, 0};
@@ -244,17 +269,23 @@ TEST(GeometryClasses, IdentityDefaultsCommentsCopiesEditsMeshesLightsAndTheViewP
     ASSERT_EQ(node->EvalBBoxThis(bounds[0], bounds[1], bounds[2], bounds[3], bounds[4], bounds[5]), 1);
     EXPECT_EQ(bounds, (std::vector<double>{-1, 0, 0, 1, 5, 3}));
 
-    node->GetVertex(2) = {1, 2, 3};
+    Held<CGeoVertexNormalNode> normals;
+    normals->AppendVertex(3);
+    normals->Append(2);
+    EXPECT_EQ(normals->EvalBBoxThis(bounds[0], bounds[1], bounds[2], bounds[3], bounds[4], bounds[5]), 0);
+}
+
+TEST(VertexNodes, FindTheNearestVertexAfterTheSkippedOne)
+{
+    Held<CGeoVertexNode> node;
+    node->AppendVertex(3);
+    node->GetVertex(0) = {0, 0, 0};
+    node->GetVertex(1) = node->GetVertex(2) = {1, 2, 3};
     EXPECT_EQ(node->FindNearestVertex(1, 2, 2.5, 0), 1);
     EXPECT_EQ(node->FindNearestVertex(CVector_3<double>{0, 0, 0}, 1), 1);
     EXPECT_EQ(node->FindNearestVertex(0, 0, 0, 3), -1);
     EXPECT_EQ(node->FindNearestVertex(0, 0, 0, -5), 0);
     EXPECT_EQ(node->FindNearestVertex(1e30, 0, 0, 0), -1);  // no vertex closer than 1e38 squared
-
-    Held<CGeoVertexNormalNode> normals;
-    normals->AppendVertex(3);
-    normals->Append(2);
-    EXPECT_EQ(normals->EvalBBoxThis(bounds[0], bounds[1], bounds[2], bounds[3], bounds[4], bounds[5]), 0);
 }
 
 }  // namespace

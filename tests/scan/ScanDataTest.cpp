@@ -52,7 +52,7 @@ void ExpectBlock(const DataStore& store, DataStore& reader, const Bytes& expecte
     EXPECT_EQ(block, expected.Data());
 }
 
-TEST(Stores, GrowShrinkEditWriteReadShareAndGiveNormals)
+TEST(Stores, ArraysGrowAndShrinkByTheirRules)
 {
     struct Case {
         const char* rule;
@@ -83,8 +83,10 @@ TEST(Stores, GrowShrinkEditWriteReadShareAndGiveNormals)
         EXPECT_EQ(array.Number(), c.count);
         EXPECT_EQ(array.Capacity(), c.capacity);
     }
+}
 
-    // Matrices grow by 1024 rows and shrink by 64 rows with no minimum.
+TEST(Stores, MatricesGrowBy1024RowsAndShrinkBy64WithNoMinimum)
+{
     CMatrixDataStore<int> matrix;
     matrix.width = 100;
     matrix.Element(99, 0) = 7;
@@ -96,9 +98,11 @@ TEST(Stores, GrowShrinkEditWriteReadShareAndGiveNormals)
     EXPECT_EQ(matrix.Capacity(), 64 * 100);
     EXPECT_EQ(matrix.DeleteRows(0, INT_MAX), 1);
     EXPECT_EQ(matrix.Capacity(), 0);
+}
 
-    // Requests too large for a 32-bit capacity fail without touching the store.
-    // One-byte elements keep the allocator out of it: 2^31 of them would fit.
+// One-byte elements keep the allocator out of it: 2^31 of them would fit.
+TEST(Stores, RefuseRequestsTooLargeForA32BitCapacity)
+{
     auto array = Store<uint8_t>({1, 2, 3, 4, 5});
     EXPECT_EQ(array->Reserve(INT_MAX) + array->Append(INT_MAX) + array->Insert(2, INT_MAX) + array->Insert(INT_MAX, 1),
               0);
@@ -112,8 +116,10 @@ TEST(Stores, GrowShrinkEditWriteReadShareAndGiveNormals)
     EXPECT_EQ(&image.Element(INT_MAX, 0), &image.Element(-1, 0)) << "an element that gets no room is the spare";
     EXPECT_EQ(image.height, 480);
     EXPECT_EQ(image.Capacity(), 1024 * 640);
+}
 
-    // Insert and delete move whole elements and rows.
+TEST(Stores, InsertAndDeleteMoveWholeElementsAndRows)
+{
     auto edited = Store<int>({0, 1, 2, 3, 4});
     ASSERT_EQ(edited->Insert(2, 2) + edited->Insert(-3, 1), 2) << "a negative position inserts at the front";
     edited->Element(0) = edited->Element(3) = edited->Element(4) = -1;
@@ -128,17 +134,22 @@ TEST(Stores, GrowShrinkEditWriteReadShareAndGiveNormals)
     std::iota(rows.Buffer(), rows.Buffer() + 6, 0);
     ASSERT_EQ(rows.InsertRows(1, 1) + rows.DeleteRows(0, 1), 2);
     EXPECT_EQ(Items(rows.Buffer() + 2, 4), (std::vector<int>{2, 3, 4, 5}));
+}
 
-    // Out-of-range access takes the spare element in every store.
-    EXPECT_EQ(&edited->Element(3), &edited->Element(-1));
+TEST(Stores, TakeTheSpareElementForOutOfRangeAccess)
+{
+    auto array = Store<int>({1, 2, 3});
+    EXPECT_EQ(&array->Element(3), &array->Element(-1));
     CPolygonDataStore<int> polygons;
     polygons.rows = {{{7, 8, 9, 0}, 3}};
     EXPECT_EQ(&polygons.Element(0, 3), &polygons.Element(1, 0)) << "slot 3 is past the row's item count";
     CLineDataStore<int> lines;
     lines.lines = {{1, 2}, {}};
     EXPECT_EQ(&lines.Element(1, 0), &lines.Element(0, 2));
+}
 
-    // A store writes its counts, then its items, and reads them back.
+TEST(StoreBlocks, HoldTheCountsThenTheItemsAndReadBack)
+{
     ExpectBlock(*Store<int>({0, 1, 2}), *Store<int>({9, 9, 9, 9}), Bytes().I32(3).I32(0).I32(1).I32(2));
 
     // A matrix stores its height before its width.
@@ -162,8 +173,10 @@ TEST(Stores, GrowShrinkEditWriteReadShareAndGiveNormals)
     ASSERT_EQ(assignedLines.Assign(lineSource), 1);
     lineReader.lines.resize(4);
     ExpectBlock(assignedLines, lineReader, Bytes().I32(2).I32(1).F64(1.0).F64(2.0).F64(0.5).I32(0));
+}
 
-    // Bad blocks are refused with the store unchanged.
+TEST(StoreBlocks, BadOnesAreRefusedWithTheStoreUnchanged)
+{
     CArrayDataStore<int> refusing;
     CMatrixDataStore<int> badMatrix;
     CPolygonDataStore<int> badPolygons;
@@ -177,8 +190,11 @@ TEST(Stores, GrowShrinkEditWriteReadShareAndGiveNormals)
         << "5 corners";
     EXPECT_EQ(badMatrix.width, 1);
     EXPECT_EQ(badPolygons.Number(), 2);
+}
 
-    // Copied handles see each other's edits until unshared; assignment moves the reference.
+// Assignment moves the reference.
+TEST(SharedStores, SeeEachOthersEditsUntilUnshared)
+{
     VertexStore first;
     VertexStore second(first);
     ASSERT_EQ(first->Append(600), 1);
@@ -201,8 +217,11 @@ TEST(Stores, GrowShrinkEditWriteReadShareAndGiveNormals)
     EXPECT_EQ(&*second, &*first);
     EXPECT_EQ(first->RefCount(), 2);
     EXPECT_EQ(witness->RefCount(), 1);
+}
 
-    // Face normals are right-handed unit normals of the first three corners; degenerate input comes back unscaled.
+// Degenerate input comes back unscaled.
+TEST(Normals, OfFacesAreRightHandedUnitNormalsOfThreeCorners)
+{
     auto vertices =
         Store<VERTEX>({{0, 0, 0}, {10, 0, 0}, {0, 10, 0}, {0, 0, 5}, {1, 1, 1}, {2, 2, 2}, {1e-6, 0, 0}, {0, 1, 0}});
     struct NormalCase {
@@ -220,17 +239,22 @@ TEST(Stores, GrowShrinkEditWriteReadShareAndGiveNormals)
         ExpectVector(CalcNormal(vertices, c.corners.data(), static_cast<int>(c.corners.size())), c.normal);
     }
     ExpectVector(CalcNormal(vertices, nullptr, 3), {0, 0, 0});
+}
 
-    // Unit normals have length one; short vectors are marked, in double and float.
+TEST(Normals, UnitOnesHaveLengthOneAndShortOnesAreMarked)
+{
     auto normals = Store<CVector_3<double>>({{3, 0, 4}, {0, 0, 0}, {1e-7, 2e-7, 0}, {0, 1e-6, 0}});
     UnitNormal(normals);
     const CVector_3<double> units[] = {{0.6, 0, 0.8}, {1, 0, 0}, {1, 2e-7, 0}, {0, 1, 0}};
     for (int i = 0; i < 4; ++i) ExpectVector(normals->Element(i), units[i]);
     ClearNormal(normals);
     ExpectVector(normals->Element(0), {0, 0, 0});
+}
 
-    // Float normals: the reciprocal length is rounded to float before scaling;
-    // neither a float length nor scaling in double gives these bits.
+// The reciprocal length is rounded to float before scaling; neither a float
+// length nor scaling in double gives these bits.
+TEST(Normals, InFloatScaleByTheRoundedReciprocalLength)
+{
     auto floats = Store<CVector_3<float>>({{5, 9, 18}, {1e-7f, 0, 0}});
     UnitFloatNormal(floats);
     EXPECT_EQ(floats->Element(0).x, 0x1.edd11p-3f);

@@ -56,7 +56,7 @@ std::string BoundedRead(Bytes& stream, size_t size, CTree& into)
     return bounds.Failed() ? "byte " + std::to_string(bounds.failureOffset) + ": " + bounds.failure : "";
 }
 
-TEST_F(MixedTree, StreamsWriteExactBytesReadBackAndRefuseUnregisteredTypesOrWhatRunsPastLeakingNothing)
+TEST_F(MixedTree, StreamsOfUnregisteredTypesAreRefusedLeakingNothing)
 {
     std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(s.r)));
     ASSERT_EQ(WriteNode(stream.data(), s.r), static_cast<int>(stream.size()));
@@ -66,8 +66,10 @@ TEST_F(MixedTree, StreamsWriteExactBytesReadBackAndRefuseUnregisteredTypesOrWhat
     EXPECT_EQ(CTestCountedNode::live, live);
     EXPECT_EQ(s.tree.Root(), s.r);
     EXPECT_EQ(s.r->RefCount(), 1);
+}
 
-    // Trees write these exact bytes and read back into trees that write them again.
+TEST(NodeStreams, HoldExactBytesAndReadBackIntoTreesWritingThemAgain)
+{
     std::pair<CTree, Bytes> cases[] = {
         {CTree(CBaseNode::Create()), Bytes().I32(35).I32(0).Str("CBaseNode").Str("").I32(4).I32(0)},
         TwoLevelTreeAndStream(),
@@ -82,8 +84,10 @@ TEST_F(MixedTree, StreamsWriteExactBytesReadBackAndRefuseUnregisteredTypesOrWhat
         EXPECT_EQ(WriteNode(again.data(), copy.Root()), static_cast<int>(again.size()));
         EXPECT_EQ(again, expected.Data());
     }
+}
 
-    // Under bounds, every prefix, unknown type, negative count and block past its record is refused with its offset.
+TEST(BoundedReads, RefuseEveryPrefixWithItsOffset)
+{
     Bytes twoLevel = TwoLevelTreeAndStream().second;
     CTree tree;
     for (size_t size = 0; size < twoLevel.Data().size(); ++size) {
@@ -93,7 +97,11 @@ TEST_F(MixedTree, StreamsWriteExactBytesReadBackAndRefuseUnregisteredTypesOrWhat
     EXPECT_EQ(BoundedRead(twoLevel, 96, tree), "byte 92: a string of 10 bytes runs past the end (4 bytes remain)");
     EXPECT_EQ(BoundedRead(twoLevel, twoLevel.Data().size(), tree), "");
     EXPECT_EQ(tree.Root()->GetChildNum(), 2u);
+}
 
+TEST(BoundedReads, RefuseUnknownTypesBadCountsAndOverlongBlocks)
+{
+    CTree tree;
     struct Case {
         Bytes stream;
         const char* failure;

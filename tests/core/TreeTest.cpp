@@ -28,14 +28,17 @@ int RecordVisit(CBaseNode* node, int value, void* data)
     return node->Name() == visits->stopAt ? 1 : 0;
 }
 
-TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypesAndTreesWalkFindHoldAndDisplayTheirNodes)
+TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypes)
 {
     CTree copy(CopyTree(s.r));
     ASSERT_EQ(WalkNames(copy, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
     EXPECT_EQ(copy.Root()->RefCount(), 1);  // the copy came with count 0
     EXPECT_EQ(copy.Root()->GetChild(0)->GetChild(0)->RefCount(), 1);
     EXPECT_EQ(CopyTree(u), nullptr);
+}
 
+TEST(Walks, StopWhereTheCallbackSays)
+{
     // Where the callback stops, stop-all, the nodes visited and the result.
     const std::tuple<const char*, int, NameList, int> cases[] = {
         {"", 1, {"R", "A", "A1", "A2", "B"}, 0},  // never stops
@@ -51,8 +54,10 @@ TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypesAndTreesWalkFindHoldAndDispl
         EXPECT_EQ(ForEachNode(walked.r, &RecordVisit, 42, &visits, stopAll), result) << stopAt << stopAll;
         EXPECT_EQ(visits.names, visited) << stopAt << stopAll;
     }
+}
 
-    // The second forms ask only the top node which children to enter.
+TEST(Walks, OfTheSecondFormAskOnlyTheTopNodeWhichChildrenToEnter)
+{
     StandardTree gated(&CTestGateNode::Create);  // each node rejects its first child
     gated.b->AppendChild(Named("B1"));
     gated.b->AppendChild(Named("B2"));
@@ -63,8 +68,11 @@ TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypesAndTreesWalkFindHoldAndDispl
     int counter = 0;
     EXPECT_EQ(SearchNode2(gated.r, &IsSameName, counter, hidden), nullptr);
     EXPECT_EQ(SearchNode2(gated.r, &IsSameName, counter, visible), gated.b->GetChild(0));
+}
 
-    // The search counter selects which match is returned; types must match exactly.
+TEST(Searches, CounterSelectsWhichMatchIsReturned)
+{
+    StandardTree walked;
     walked.a2->SetName("A");
     walked.b->SetName("A");
     char name[] = "A";
@@ -73,16 +81,22 @@ TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypesAndTreesWalkFindHoldAndDispl
         EXPECT_EQ(SearchNode(walked.r, &IsSameName, start, name), found) << after;
         EXPECT_EQ(start, after);
     }
+}
 
+TEST(Searches, MatchTypesExactly)
+{
     CTree tree(CTestBoxNode::Create());
     tree.Root()->AppendChild(CTestCubeNode::Create());
     char cube[] = "CTestCubeNode", box[] = "CTestBoxNode";
-    counter = 0;
+    int counter = 0;
     EXPECT_EQ(SearchNode(tree.Root(), &IsSameType, counter, cube), tree.Root()->GetChild(0));
     counter = 1;  // passes the root, so only the derived cube could match
     EXPECT_EQ(SearchNode(tree.Root(), &IsSameType, counter, box), nullptr);
+}
 
-    // Tree orders mirror each other, and end positions belong to one tree and order and stay put.
+// End positions belong to one tree and order.
+TEST(Trees, OrdersMirrorEachOtherAndEndPositionsStayPut)
+{
     StandardTree standard;
     EXPECT_EQ(WalkNames(standard.tree, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
     EXPECT_EQ(WalkNames(standard.tree, CTree::LAST_CHILD_FIRST), (NameList{"R", "B", "A", "A2", "A1"}));
@@ -99,7 +113,11 @@ TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypesAndTreesWalkFindHoldAndDispl
     const auto unknown = static_cast<CTree::TRAVEL_ORDER>(2);  // ends the walk at once
     CTree::POS odd(&standard.tree, standard.r, unknown);
     EXPECT_EQ(++odd, standard.tree.End(unknown));
+}
 
+TEST(Trees, FindParentsAndSiblings)
+{
+    StandardTree standard;
     EXPECT_EQ(standard.tree.FindParent(standard.a1), standard.a);
     EXPECT_EQ(standard.tree.FindParent(standard.a2, standard.a), standard.a);
     EXPECT_EQ(standard.tree.FindParent(standard.a1, standard.b), nullptr);
@@ -118,8 +136,10 @@ TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypesAndTreesWalkFindHoldAndDispl
     EXPECT_EQ(standard.tree.FindParent(x), standard.a);
     standard.a->InsertChild(0, standard.a2);
     EXPECT_EQ(standard.tree.FindNext(standard.a2), standard.a1);
+}
 
-    // Each tree holds one reference, and the last release destroys the subtree.
+TEST(Trees, HoldOneReferenceEachAndTheLastReleaseDestroys)
+{
     const int before = CTestCountedNode::live;
     CBaseNode* root = CTestCountedNode::Create();
     root->AppendChild(CTestCountedNode::Create());
@@ -129,8 +149,11 @@ TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypesAndTreesWalkFindHoldAndDispl
     released.SetRoot(nullptr);
     held.SetRoot(CTestCountedNode::Create());
     EXPECT_EQ(CTestCountedNode::live, before + 1);
+}
 
-    // DisplayTree lists each node with markers, indents and positions, and names unchanged.
+// Names are listed unchanged.
+TEST(Trees, DisplayEachNodeWithMarkersIndentsAndPositions)
+{
     StandardTree shown;
     CBaseNode* b1 = Named("100%s %d");
     shown.b->AppendChild(b1);

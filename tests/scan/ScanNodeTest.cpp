@@ -30,7 +30,7 @@ Bytes& BezierBytes(Bytes& bytes, double first, int tag)
     return bytes.I32(tag).I32(0);
 }
 
-TEST(ScanNodeClasses, HaveTheirIdentityCommentsAndExactDataBlocksAndScenesRoundTripUnlessTooShort)
+TEST(ScanNodeClasses, HaveTheirIdentityCommentsAndExactDataBlocks)
 {
     Bytes mesh, linear, bezier, charLine;
     // Polygons, list 2, list 3, coordinates, list 1, then the model's block.
@@ -105,8 +105,10 @@ TEST(ScanNodeClasses, HaveTheirIdentityCommentsAndExactDataBlocksAndScenesRoundT
         EXPECT_EQ(again, expected);
         EXPECT_EQ(made.Root()->Write(nullptr) + made.Root()->Read(nullptr), 0);
     }
+}
 
-    // A scene written, read and written again gives the same bytes.
+TEST(ScanScenes, WrittenReadAndWrittenAgainGiveTheSameBytes)
+{
     Scene scene;
     const int size = scene.tree.SizeOfByte();
     std::vector<uint8_t> first(static_cast<size_t>(size)), second(static_cast<size_t>(size));
@@ -122,9 +124,11 @@ TEST(ScanNodeClasses, HaveTheirIdentityCommentsAndExactDataBlocksAndScenesRoundT
     CCharLineNode* readCharLine = static_cast<CCharLineNode*>(element->GetNode(0, "CCharLineNode"));
     EXPECT_EQ(readCharLine->intParam2, 19);
     EXPECT_EQ(readCharLine->transient, 0) << "not streamed";
+}
 
-    // Under the bounds of a checked load, a data block whose inner lengths or
-    // counts run past its end is refused, and nothing read is kept.
+// Nothing read is kept.
+TEST(CheckedLoads, RefuseDataBlocksWhoseCountsRunPastTheirEnd)
+{
     CTree meshTree(MakeMesh());
     const int modelPart = static_cast<CMeshNode*>(meshTree.Root())->CModelNode::SizeOfByte();
     std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(meshTree.Root())));
@@ -167,7 +171,7 @@ void ExpectShared(CRefData<Store>& copy, CRefData<Store>& source)
     EXPECT_EQ(source->RefCount(), 2);
 }
 
-TEST(ObjectNodes, CopiesMeshImagesElementsAndVertices)
+TEST(ObjectNodes, CopiedTreesShareOnlyImagesAndCharacterLines)
 {
     Scene scene;
     CTree copy(CopyTree(scene.element));
@@ -196,8 +200,10 @@ TEST(ObjectNodes, CopiesMeshImagesElementsAndVertices)
     EXPECT_EQ(lod->level, -3);
     EXPECT_EQ(charLine->transient, 99);
     EXPECT_EQ(charLine->realParam2, 15.5);
+}
 
-    // Mesh images are the image children counted in child order.
+TEST(MeshImages, AreTheImageChildrenCountedInChildOrder)
+{
     CTree probeTree(new ProbeMesh);
     auto* probe = static_cast<ProbeMesh*>(probeTree.Root());
     EXPECT_EQ(probe->ImageIndex(0), -1);
@@ -223,8 +229,10 @@ TEST(ObjectNodes, CopiesMeshImagesElementsAndVertices)
     EXPECT_EQ(probe->DeleteImage(2), 1);
     EXPECT_EQ(second->RefCount(), 1) << "the image node was released";
     EXPECT_EQ(probe->GetChildNum(), 4u);
+}
 
-    // Elements count and find children by kind; scenes are the elements among the root's children.
+TEST(Elements, CountAndFindTheirChildrenByKind)
+{
     Scene elements;
     CElementNode* counted = elements.element;
     EXPECT_EQ(counted->NodeNumber("CModelNode"), 2) << "a mesh is a model too";
@@ -239,7 +247,11 @@ TEST(ObjectNodes, CopiesMeshImagesElementsAndVertices)
     EXPECT_EQ(counted->GetImage(0), nullptr);
     EXPECT_EQ(counted->IsChildEnable(2), 0) << "level of detail";
     EXPECT_EQ(counted->IsChildEnable(1) + counted->IsChildEnable(6) + counted->IsChildEnable(7), 3);
+}
 
+TEST(ScanScenes, HoldTheElementsAmongTheRootsChildren)
+{
+    Scene elements;
     CElementNode* added = Make<CElementNode>("E2");
     EXPECT_EQ(AppendElementToScene(added, &elements.tree), 1);
     elements.tree.Root()->InsertChild(1, CBaseNode::Create());
@@ -254,8 +266,11 @@ TEST(ObjectNodes, CopiesMeshImagesElementsAndVertices)
     EXPECT_EQ(ElementNumber(&empty) + ElementNumber(nullptr), 0);
     EXPECT_EQ(GetElement(0, nullptr), nullptr);
     EXPECT_EQ(added->RefCount(), 1);
+}
 
-    // Model vertices are edited through the vertex store.
+TEST(ModelNodes, EditVerticesThroughTheVertexStore)
+{
+    Scene elements;
     EXPECT_EQ(elements.model->GetVertex(2), nullptr);
     EXPECT_EQ(elements.model->GetVertex(-1), nullptr);
     EXPECT_EQ(elements.model->InsertVertex(0, 1), 1);
@@ -264,9 +279,10 @@ TEST(ObjectNodes, CopiesMeshImagesElementsAndVertices)
     EXPECT_EQ(elements.model->GetVertex(0)->x, 4.0);
     EXPECT_EQ(elements.model->ClearVertex(), 1);
     EXPECT_EQ(elements.model->VertexNumber(), 0);
+}
 
-    // Copy of a mesh leaves out its images, of another type copies only the base; copy
-    // construction shares every store.
+TEST(ObjectNodes, CopyLeavesOutMeshImagesAndTakesOnlyCommonBases)
+{
     Scene fresh;
     CTree meshTree(CMeshNode::Create()), lodTree(CLodNode::Create());
     EXPECT_EQ(meshTree.Root()->Copy(fresh.mesh), 1);
@@ -277,7 +293,11 @@ TEST(ObjectNodes, CopiesMeshImagesElementsAndVertices)
     EXPECT_EQ(lodTree.Root()->Comment(), "LOD level = 0");
     EXPECT_EQ(lodTree.Root()->Name(), "M");
     EXPECT_EQ(meshTree.Root()->Copy(nullptr), 0);
+}
 
+TEST(ObjectNodes, CopyConstructionSharesEveryStore)
+{
+    Scene fresh;
     auto* meshCopy = new CMeshNode(*fresh.mesh);
     auto* charLineCopy = new CCharLineNode(*fresh.charLine);
     CTree holdsMeshCopy(meshCopy), holdsCharLine(charLineCopy);

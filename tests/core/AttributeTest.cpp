@@ -26,7 +26,7 @@ int StoredInt(CBaseNodeAttribute& store, const char* name)
     return data ? *static_cast<int*>(data) : -1;
 }
 
-TEST(Attributes, BlocksWriteInNameOrderReadingReplacesTheStoreSetReplacesOrRefusesAndQueriesAreTyped)
+TEST(AttributeBlocks, HoldTheEntriesInNameOrder)
 {
     CStandardAttribute sorted;
     int answer = 42;
@@ -48,8 +48,10 @@ TEST(Attributes, BlocksWriteInNameOrderReadingReplacesTheStoreSetReplacesOrRefus
         .Attribute("\xE9t\xE9", 1, VALUE_BOOL, Bytes().I32(42));
     EXPECT_EQ(WriteBlock(sorted), expected.Data());
     EXPECT_EQ(WriteBlock(*std::make_unique<CStandardAttribute>()), Bytes().I32(0).Data());
+}
 
-    // Reading replaces the store, which writes back the same bytes.
+TEST(AttributeBlocks, ReplaceTheStoreThatReadsThemAndWriteBackTheSame)
+{
     Bytes block;
     block.I32(2)
         .Attribute("blob", 1, VALUE_STRUCT, Bytes().Raw({1, 2, 3, 4, 5, 6, 7, 8, 9, 10}))
@@ -70,8 +72,11 @@ TEST(Attributes, BlocksWriteInNameOrderReadingReplacesTheStoreSetReplacesOrRefus
     CStandardAttribute copy;
     copy.Read(again.data());
     EXPECT_EQ(WriteBlock(copy), again);
+}
 
-    // Bad entries are dropped and bad counts read as empty.
+TEST(AttributeBlocks, DropBadEntriesAndReadBadCountsAsEmpty)
+{
+    CStandardAttribute store;
     Bytes bad;
     bad.I32(4)
         .Attribute("", 1, VALUE_INT, Bytes().I32(1))
@@ -85,16 +90,21 @@ TEST(Attributes, BlocksWriteInNameOrderReadingReplacesTheStoreSetReplacesOrRefus
     EXPECT_EQ(store.AttributeNumber(), 2);
     EXPECT_EQ(store.Read(Bytes().I32(-3).Mutable()), 1);
     EXPECT_EQ(store.AttributeNumber(), 0);
+}
 
-    // The empty name is a name like any other until it is read back.
+TEST(AttributeBlocks, DropTheEmptyNameOnlyWhenReadBack)
+{
+    CStandardAttribute store;
     int value = 9;
     store.SetAttribute("", &value, 4, VALUE_INT);
     std::vector<uint8_t> written = WriteBlock(store);
     EXPECT_EQ(written.size(), 4u + 4 + 1 + 12 + 4);
     store.Read(written.data());
     EXPECT_EQ(store.AttributeNumber(), 0);
+}
 
-    // Set replaces a value or refuses and keeps the older one.
+TEST(Attributes, SetReplacesAValueOrRefusesAndKeepsTheOlder)
+{
     CStandardAttribute kept;
     int first = 5, other = 6;
     double twice = 2.5;
@@ -102,7 +112,7 @@ TEST(Attributes, BlocksWriteInNameOrderReadingReplacesTheStoreSetReplacesOrRefus
     EXPECT_EQ(kept.SetAttribute("w", &other, 0, VALUE_INT) + kept.SetAttribute("w", &other, 4, 0), 0);
     EXPECT_EQ(StoredInt(kept, "w"), 5);
     EXPECT_EQ(kept.SetAttribute("w", &twice, 8, VALUE_DOUBLE), 1);
-    size = type = 0;
+    int size = 0, type = 0;
     EXPECT_EQ(*static_cast<double*>(kept.QueryAttribute("w", &size, &type)), 2.5);
     EXPECT_EQ(std::make_tuple(size, type, kept.AttributeNumber()), std::make_tuple(8, VALUE_DOUBLE, 1));
 
@@ -118,8 +128,11 @@ TEST(Attributes, BlocksWriteInNameOrderReadingReplacesTheStoreSetReplacesOrRefus
     size = type = 3;
     EXPECT_EQ(kept.QueryAttribute("big", &size, &type), nullptr);
     EXPECT_EQ(std::make_tuple(size, type), std::make_tuple(0, 0));
+}
 
-    // On nodes, typed queries match only their own type, and strings share the struct type.
+// Strings share the struct type.
+TEST(NodeAttributes, TypedQueriesMatchOnlyTheirOwnType)
+{
     CBaseNode node;
     node.SetAttributeInt("i", 5);
     node.SetAttributeFloat("f", 1.25f);
@@ -139,7 +152,7 @@ TEST(Attributes, BlocksWriteInNameOrderReadingReplacesTheStoreSetReplacesOrRefus
 
     const char scan[] = "scan";
     node.SetAttributeString("s", scan, sizeof scan);
-    size = 0;
+    int size = 0;
     EXPECT_STREQ(static_cast<char*>(node.QueryAttributeStruct("s", &size)), "scan");
     EXPECT_EQ(size, 5);
     EXPECT_EQ(node.QueryAttributeString("i", &size), nullptr);

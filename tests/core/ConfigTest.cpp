@@ -18,7 +18,7 @@ protected:
     }
 };
 
-TEST_F(ConfigStore, ValuesAreKeptUnderTypesOfTheirOwnFoundOnlyByTheirOwnQueryAndReplacedWithTheirType)
+TEST_F(ConfigStore, ValuesAreFoundOnlyByTheQueryOfTheirType)
 {
     char block[] = {1, 2, 3};
     SetConfigString("unit", "milli");
@@ -37,8 +37,11 @@ TEST_F(ConfigStore, ValuesAreKeptUnderTypesOfTheirOwnFoundOnlyByTheirOwnQueryAnd
     EXPECT_EQ(QueryConfigString("block", &size), nullptr);
     EXPECT_EQ(QueryConfigStruct("unit", &size), nullptr);
     EXPECT_EQ(size, 3);  // nothing written for another type
+}
 
-    // Setting a name again replaces its type, but a null text changes nothing.
+TEST_F(ConfigStore, SettingANameAgainReplacesItsType)
+{
+    for (const char* neighbour : {"a", "z"}) SetConfigString(neighbour, "");  // n stays between them
     SetConfigInt("n", 3);
     SetConfigDouble("n", 2.5);
     SetConfigString("n", nullptr);  // a null text changes nothing

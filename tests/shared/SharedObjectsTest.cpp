@@ -37,7 +37,7 @@ public:
     int Write(void*) override { return 0; }
 };
 
-TEST(SharedObjects, NameListsAndTreesByNameWithTheirBlocks)
+TEST(NameLists, WriteAndReadTheirBlocks)
 {
     CNameList list = ListOf({"a", "", "bc"});
     Bytes expected = Bytes().I32(3).I32(2).Raw({'a', 0}).I32(1).Raw({0}).I32(3).Raw({'b', 'c', 0});
@@ -54,9 +54,11 @@ TEST(SharedObjects, NameListsAndTreesByNameWithTheirBlocks)
     EXPECT_EQ(list.Read(nullptr), 0);
     EXPECT_EQ(list.Size(), 0u);
     EXPECT_EQ(list.SizeOfByte(), 4);
+}
 
-    // Positions step round through the end in both directions.
-    list = ListOf({"a", "b", nullptr});
+TEST(NameLists, PositionsStepRoundThroughTheEndBothWays)
+{
+    CNameList list = ListOf({"a", "b", nullptr});
     CNameList::POS pos = list.End();
     EXPECT_EQ((++pos).Value(), "a");
     EXPECT_EQ((--pos), list.End());
@@ -74,8 +76,10 @@ TEST(SharedObjects, NameListsAndTreesByNameWithTheirBlocks)
     EXPECT_EQ(list.Size(), 2u);
     const CNameList& constant = list;
     EXPECT_EQ(CNameList::CONST_POS(list.Begin()), constant.Begin());
+}
 
-    // Copies and assignments copy every name in order.
+TEST(NameLists, CopiesAndAssignmentsCopyEveryNameInOrder)
+{
     CNameList source = ListOf({"x", "", "x"});
     CNameList copy(source);
     CNameList assigned = ListOf({"old"});
@@ -88,8 +92,10 @@ TEST(SharedObjects, NameListsAndTreesByNameWithTheirBlocks)
     CNameList& alias = self;
     self = alias;
     EXPECT_EQ(Names(self), (std::vector<std::string>{"s"}));
+}
 
-    // A tree by name is one tree that no other kind of look-up sees.
+TEST(TreesByName, AreOneTreeThatNoOtherLookUpSees)
+{
     CDataManager manager;
     CTree* tree = CreateTree(&manager, "scene");
     ASSERT_NE(tree, nullptr);
@@ -104,8 +110,12 @@ TEST(SharedObjects, NameListsAndTreesByNameWithTheirBlocks)
     EXPECT_EQ(GetTree(&manager, "names"), nullptr);
     EXPECT_EQ(CreateTree(&manager, "names"), nullptr) << "the name is taken by a list";
     EXPECT_EQ(CreateNameList(nullptr, &manager), nullptr);
+}
 
-    // A name taken by the host's own object keeps it.
+TEST(SharedObjects, LeaveANameTakenByTheHostsOwnObject)
+{
+    CDataManager manager;
+    CreateNameList("names", &manager);
     CHostObject host;
     ASSERT_EQ(manager.Register("host", &host), 1);
     EXPECT_EQ(GetTree(&manager, "host"), nullptr);
@@ -117,15 +127,20 @@ TEST(SharedObjects, NameListsAndTreesByNameWithTheirBlocks)
     EXPECT_EQ(manager.UnRegister("host"), &host);
     EXPECT_EQ(FreeNameList("names", &manager), 1);
     EXPECT_EQ(manager.GetData("names"), nullptr);
+}
 
+TEST(SharedObjects, NeedAManager)
+{
     EXPECT_EQ(CreateTree(nullptr, "t"), nullptr);
     EXPECT_EQ(GetTree(nullptr, "t"), nullptr);
     EXPECT_EQ(FreeTree(nullptr, "t"), 1);
     EXPECT_EQ(CreateNameList("l", nullptr), nullptr);
     EXPECT_EQ(GetNameList("l", nullptr), nullptr);
     EXPECT_EQ(FreeNameList("l", nullptr), 0);
+}
 
-    // Freeing the tree or ending the manager releases the root exactly once.
+TEST(TreesByName, ReleaseTheRootOnceWhenFreedOrTheManagerEnds)
+{
     CBaseNode* root = CBaseNode::Create();
     root->AddRef();  // the test's own reference shows each release
     {
@@ -141,8 +156,11 @@ TEST(SharedObjects, NameListsAndTreesByNameWithTheirBlocks)
     }
     EXPECT_EQ(root->RefCount(), 1);
     root->Release();
+}
 
-    // Tree and list objects hand their payload through a flat block.
+TEST(SharedObjects, HandTheirPayloadThroughAFlatBlock)
+{
+    CDataManager manager;
     CTree* sourceTree = CreateTree(&manager, "source");
     CTree* target = CreateTree(&manager, "target");
     EXPECT_EQ(manager.GetData("source")->MakeBlock(), nullptr) << "an empty tree makes no block";

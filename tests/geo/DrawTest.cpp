@@ -1,5 +1,3 @@
-// Drawing through the procedure directory and bounding boxes over mixed trees.
-
 #include "support/ProcedureRecorder.h"
 
 #include <brelldata/core/Tree.h>
@@ -87,7 +85,7 @@ TEST(Drawing, AsksEachNodesChainInOrderAndSkipsHiddenAndDisabledNodes)
 
 // The two variants of Draw differ in how a failing non-geometry child counts,
 // and in where the result starts.
-TEST(Drawing, ResultsOfEachVariantMissingProceduresHiddenTreesAndBoundingBoxes)
+TEST(Drawing, VariantsCountAFailingPlainChildDifferently)
 {
     struct Case {
         const char* title;
@@ -110,8 +108,10 @@ TEST(Drawing, ResultsOfEachVariantMissingProceduresHiddenTreesAndBoundingBoxes)
         Make<CGeoLineNode>("l", Make<CBaseNode>("plain", tree.Root()));
         EXPECT_EQ(static_cast<CGeoBaseNode*>(tree.Root())->Draw("R", nullptr), c.expected);
     }
+}
 
-    // Missing procedures fail, and hidden trees call nothing.
+TEST(Drawing, FailsWithoutProceduresAndCallsNothingForHiddenTrees)
+{
     CTree tree(Make("root"));
     Make<CGeoSwitchNode>("a", tree.Root());
     Make<CGeoPointNode>("b", tree.Root());
@@ -128,8 +128,10 @@ TEST(Drawing, ResultsOfEachVariantMissingProceduresHiddenTreesAndBoundingBoxes)
     static_cast<CGeoBaseNode*>(tree.Root())->ShowEnable(0);
     EXPECT_EQ(DrawTree(tree.Root(), "R", nullptr), 1);
     EXPECT_TRUE(recorder.TakeCalls().empty());
+}
 
-    // Bounding boxes count hidden nodes and normal tips, but not disabled children.
+TEST(BoundingBoxes, CountHiddenNodesAndNormalTipsButNotDisabledChildren)
+{
     CTree boxed(Make("root"));
     auto* hidden = Make<CGeoVertexNode>("hidden", boxed.Root());
     AddVertex(hidden, 0, 0, 0);

@@ -1,5 +1,3 @@
-// Switch, mode and geometry reference nodes, and searching for references.
-
 #include "support/Held.h"
 
 #include <brelldata/core/RefNode.h>
@@ -53,7 +51,7 @@ private:
     int& discards_;
 };
 
-TEST(GroupNodes, SwitchFlagsModeMembersAndReferenceNodesCachesAndChains)
+TEST(SwitchNodes, FlagsFollowEnablesDefaultsAndCopies)
 {
     Held three(SwitchOf(3));
     EXPECT_EQ(three->Comment(), "Default: Enable <  >");
@@ -82,8 +80,10 @@ TEST(GroupNodes, SwitchFlagsModeMembersAndReferenceNodesCachesAndChains)
     Held<CGeoSwitchNode> copy;
     copy->Copy(two.node);
     EXPECT_EQ(copy->Comment(), "Default: Disable < -xx >");
+}
 
-    // A mode node keeps its members in order, releases replaced ones, and its mode reaches shaded meshes below.
+TEST(ModeNodes, KeepMembersInOrderAndReleaseReplacedOnes)
+{
     Held<CGeoModeNode> mode;
     auto* other = new CGeoBaseNode;
     auto* line = new CGeoBaseNode;
@@ -115,7 +115,10 @@ TEST(GroupNodes, SwitchFlagsModeMembersAndReferenceNodesCachesAndChains)
     EXPECT_EQ(mode->Comment(), "Point,Shading");
     mode->SetMode(64);
     EXPECT_EQ(mode->Comment(), "<None>");
+}
 
+TEST(ModeNodes, ModeReachesShadedMeshesBelow)
+{
     Held<CGeoModeNode> shading;
     auto* polygon = new CGeoPolyShadeRefNode;
     auto* deep = new CGeoPolyShadeRefNode;
@@ -131,8 +134,10 @@ TEST(GroupNodes, SwitchFlagsModeMembersAndReferenceNodesCachesAndChains)
     EXPECT_EQ(polygon->smooth, 1);
     EXPECT_EQ(polygon->texture, 0);
     EXPECT_EQ(deep->smooth, 1);
+}
 
-    // A geometry reference node discards its cache exactly once on every path.
+TEST(GeoRefNodes, DiscardTheirCacheExactlyOnceOnEveryPath)
+{
     CBaseNode target;
     struct Path {
         const char* title;
@@ -164,8 +169,10 @@ TEST(GroupNodes, SwitchFlagsModeMembersAndReferenceNodesCachesAndChains)
         EXPECT_EQ(discards, 1);
     }
     EXPECT_EQ(target.RefCount(), 0);
+}
 
-    // References follow mixed chains and are found by search.
+TEST(GeoRefNodes, FollowMixedChainsAndAreFoundBySearch)
+{
     CTree tree(new CBaseNode);
     auto* referred = new CGeoPolygonNode;
     auto* toPolygon = new CRefNode;

@@ -1,6 +1,3 @@
-// The 2-D overlay nodes: members, constructors, ownership, and what drawing,
-// boxes and node streams see of them.
-
 #include "support/ProcedureRecorder.h"
 
 #include <brelldata/core/NodeRegistry.h>
@@ -22,7 +19,7 @@ std::vector<std::pair<int, int>> Points(CArrayDataStore<POINT>& store)
     return points;
 }
 
-TEST(OverlayNodes, IdentityConstructorsDrawingAndStreams)
+TEST(OverlayNodes, AreNotRegisteredAtStartAndHaveNoBox)
 {
     const char* types[] = {"CGeoPoint2DNode",     "CGeoLine2DNode",   "CGeoCrossLine2DNode",
                            "CGeoRectangle2DNode", "CGeoRegion2DNode", "CGeoBezier2DNode"};
@@ -39,8 +36,10 @@ TEST(OverlayNodes, IdentityConstructorsDrawingAndStreams)
     std::vector<double> box(6, 7);
     EXPECT_EQ(EvalBBoxForNode(tree.Root(), box[0], box[1], box[2], box[3], box[4], box[5]), 0);
     EXPECT_EQ(box, std::vector<double>(6, 7));
+}
 
-    // Constructors store their figures and defaults.
+TEST(OverlayNodes, ConstructorsStoreTheirFiguresAndDefaults)
+{
     const POINT corners[] = {{0, 0}, {10, 0}, {10, 10}};
     CGeoLine2DNode open(corners, 3, 0x0000FFu, 0, 9);
     EXPECT_EQ(open.points.Number(), 3);
@@ -75,8 +74,10 @@ TEST(OverlayNodes, IdentityConstructorsDrawingAndStreams)
     EXPECT_EQ(chain.NumCtrlPoints(), 1);
     plain.SetColor(1, 2, 3);
     EXPECT_EQ(plain.color3, 3u);
+}
 
-    // Regions are copied in or taken from a path.
+TEST(OverlayRegions, AreCopiedInOrTakenFromAPath)
+{
     CRgn square;
     square.CreateRectRgn(0, 0, 4, 4);
     CGeoRegion2DNode copied(square, 0x00FF00u, 3, 0x0000FFu);
@@ -98,8 +99,10 @@ TEST(OverlayNodes, IdentityConstructorsDrawingAndStreams)
     CGeoRegion2DNode withoutPath(&dc, 0x00FF00u, 0, 0u);  // the path was consumed
     EXPECT_EQ(withoutPath.region.m_hObject, nullptr);
     withoutPath.SetRegion(square);
+}
 
-    // They draw their own procedure, then the base ones, and stream only their attributes.
+TEST(OverlayNodes, DrawTheirOwnProcedureThenTheBaseOnes)
+{
     brell::test::ProcedureRecorder recorder;
     for (const char* name :
          {"DrawCGeoRegion2DNodeByR", "DrawCGeoBaseNodeByR", "EndDrawCGeoRegion2DNodeByR", "EndDrawCGeoBaseNodeByR"})
@@ -110,7 +113,10 @@ TEST(OverlayNodes, IdentityConstructorsDrawingAndStreams)
     EXPECT_EQ(recorder.TakeCalls(),
               (std::vector<std::string>{"DrawCGeoRegion2DNodeByR r", "DrawCGeoBaseNodeByR r",
                                         "EndDrawCGeoRegion2DNodeByR r", "EndDrawCGeoBaseNodeByR r"}));
+}
 
+TEST(OverlayNodes, StreamOnlyTheirAttributes)
+{
     RegisterNodeType("CGeoPoint2DNode", &CGeoPoint2DNode::Create);
     EXPECT_NE(CTree(CreateNode("CGeoPoint2DNode")).Root(), nullptr);
     const POINT corner{1, 1};

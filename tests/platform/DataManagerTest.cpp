@@ -46,7 +46,7 @@ public:
     std::vector<Report> reports;
 };
 
-TEST(DataManager, RefusesWhatItCannotHoldReportsOwnedObjectsOnceAndObjectsHandBlocksBack)
+TEST(DataManager, RefusesWhatItCannotHold)
 {
     CDataManager manager;
     CTestObject held, other;
@@ -62,8 +62,11 @@ TEST(DataManager, RefusesWhatItCannotHoldReportsOwnedObjectsOnceAndObjectsHandBl
     EXPECT_EQ(manager.Owner("b", "x", nullptr), 0);
     EXPECT_EQ(manager.UnRegister("a"), &held);
     EXPECT_EQ(manager.UnRegister("a"), nullptr);
+}
 
-    // An object makes a block of its SizeOfByte bytes and takes one back, freeing it.
+// A block taken back is freed.
+TEST(DataObjects, MakeBlocksOfTheirSizeAndTakeThemBack)
+{
     CTestObject object;
     auto* block = static_cast<unsigned char*>(object.MakeBlock());
     ASSERT_NE(block, nullptr);
@@ -75,8 +78,10 @@ TEST(DataManager, RefusesWhatItCannotHoldReportsOwnedObjectsOnceAndObjectsHandBl
     EXPECT_EQ(object.MakeBlock(), nullptr) << "a failed write hands out no block";
     CTestObject empty(0);
     EXPECT_EQ(empty.MakeBlock(), nullptr);
+}
 
-    // Owned objects are reported once, and unowned ones deleted only at the end.
+TEST(DataManager, ReportsOwnedObjectsOnceAndDeletesUnownedOnesAtTheEnd)
+{
     const int before = CTestObject::live;
     CRecordingNotify notify;
     auto* unregistered = new CTestObject;

@@ -57,7 +57,7 @@ HRGN RegionOfPath(CDC& dc, const std::vector<Figure>& figures)
     return PathToRegion(dc.m_hDC);
 }
 
-TEST(Regions, CombineByEveryModeFillPathsByTheEvenOddRuleAndObjectsHoldOne)
+TEST(Regions, CombineByEveryMode)
 {
     struct Case {
         int mode;
@@ -85,8 +85,10 @@ TEST(Regions, CombineByEveryModeFillPathsByTheEvenOddRuleAndObjectsHoldOne)
         ExpectPoints(first, {-1, -1, 10, 10}, [&](int x, int y) { return PtInRegion(result, x, y) == 1; });
         for (HRGN r : {first, second, result}) EXPECT_EQ(DeleteObject(r), 1);
     }
+}
 
-    // Results keep the fewest bands and boxes.
+TEST(Regions, CombinedKeepTheFewestBandsAndBoxes)
+{
     HRGN top = CreateRectRgn(0, 0, 4, 2), bottom = CreateRectRgn(0, 2, 4, 5), result = CreateRectRgn(0, 0, 0, 0);
     EXPECT_EQ(CombineRgn(result, top, bottom, RGN_OR), SIMPLEREGION) << "stacked equal bands merge";
     RECT box{};
@@ -99,8 +101,10 @@ TEST(Regions, CombineByEveryModeFillPathsByTheEvenOddRuleAndObjectsHoldOne)
     EXPECT_EQ(GetRegionRects(result, &rects), 0);
     EXPECT_EQ(rects, nullptr);
     for (HRGN r : {top, bottom, result}) DeleteObject(r);
+}
 
-    // Null regions and unknown modes are errors that change nothing.
+TEST(Regions, NullRegionsAndUnknownModesAreErrorsThatChangeNothing)
+{
     HRGN source = CreateRectRgn(0, 0, 2, 2), destination = CreateRectRgn(5, 5, 6, 6);
     EXPECT_EQ(CombineRgn(nullptr, source, source, RGN_OR), 0);
     EXPECT_EQ(CombineRgn(destination, nullptr, source, RGN_OR), 0);
@@ -116,8 +120,10 @@ TEST(Regions, CombineByEveryModeFillPathsByTheEvenOddRuleAndObjectsHoldOne)
     EXPECT_EQ(GetRegionRects(source, nullptr), 1);
     EXPECT_EQ(DeleteObject(nullptr), 0);
     for (HRGN r : {source, destination}) DeleteObject(r);
+}
 
-    // Paths fill by the even-odd rule.
+TEST(Paths, FillByTheEvenOddRule)
+{
     const Figure concave{{2, 2}, {30, 5}, {14, 14}, {31, 27}, {3, 30}, {9, 15}};
     const Figure pentagram{{50, 10}, {74, 82}, {12, 38}, {88, 38}, {26, 82}};
     const Figure triangle{{0, 0}, {20, 40}, {35, 3}};
@@ -137,13 +143,16 @@ TEST(Regions, CombineByEveryModeFillPathsByTheEvenOddRuleAndObjectsHoldOne)
 
     const int far = 1 << 30, limit = (1 << 27) - 1;
     CDC dc;
+    RECT box{};
     HRGN huge = RegionOfPath(dc, {{{-far, -far}, {far, -far}, {far, far}, {-far, far}}});
     EXPECT_EQ(GetRgnBox(huge, &box), SIMPLEREGION);
     EXPECT_EQ((std::vector<int>{box.left, box.top, box.right, box.bottom}),
               (std::vector<int>{-limit, -limit, limit, limit}));
     DeleteObject(huge);
+}
 
-    // Only a closed path gives a region, and it is consumed.
+TEST(Paths, GiveARegionOnlyWhenClosedAndOnlyOnce)
+{
     CDC open;
     EXPECT_EQ(PathToRegion(open.m_hDC), nullptr) << "no path";
     EXPECT_EQ(open.EndPath(), 0);
@@ -169,8 +178,11 @@ TEST(Regions, CombineByEveryModeFillPathsByTheEvenOddRuleAndObjectsHoldOne)
     rectangle.CreateRectRgn(0, 0, 2, 2);
     EXPECT_EQ(none.CopyRgn(&rectangle), 0) << "nothing to copy into";
     EXPECT_EQ(none.DeleteObject(), 0);
+}
 
-    // A region object holds one region and deletes what it still holds.
+TEST(RegionObjects, HoldOneRegionAndDeleteWhatTheyStillHold)
+{
+    RECT box{};
     CRgn ra, rb, c;
     EXPECT_EQ(ra.CreateRectRgn(0, 0, 4, 4), 1);
     EXPECT_EQ(ra.CreateRectRgn(0, 0, 1, 1), 0);

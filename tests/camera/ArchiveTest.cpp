@@ -29,7 +29,7 @@ public:
     std::vector<Call> reads, writes;
 };
 
-TEST(Archive, BuffersSmallTransfersPassesLargeOnesStraightToTheFileAndNamesDeviceFailures)
+TEST(Archive, BuffersSmallTransfersAndPassesLargeOnesStraightToTheFile)
 {
     const Buffer bytes = Pattern(10024, 1);
     SpyFile file;
@@ -57,16 +57,21 @@ TEST(Archive, BuffersSmallTransfersPassesLargeOnesStraightToTheFileAndNamesDevic
     EXPECT_EQ(load.Read(read.data(), 1), 1u);
     load.Close();
     EXPECT_EQ(file.Seek(0, CFile::current), 5u) << "closing a loading archive gives back what it read ahead";
+}
 
-    // Device failures name the path and the reason, and pass through the camera operators.
+TEST(DeviceFailures, NameThePathAndTheReason)
+{
     EXPECT_THAT(
         [] { CFile("/nonexistent-brell/shot.dat", CFile::modeRead); },
         testing::ThrowsMessage<CFileException>("cannot open /nonexistent-brell/shot.dat: No such file or directory"));
     uint8_t fixed[8] = {};
     EXPECT_THAT([&] { CMemFile(fixed, 8).Write(fixed, 9); },
                 testing::ThrowsMessage<CFileException>("cannot write memory file: the memory file cannot grow"));
+}
 
-    // A 3-D block of 4096 bytes leaves the archive's buffer on the way out.
+// A 3-D block of 4096 bytes leaves the archive's buffer on the way out.
+TEST(DeviceFailures, PassThroughTheShotOperators)
+{
     CAMERADATA shot;
     ReadShot(Join({HeaderBytes<FirstLayout>({64, 64, 1, 8}, {0, 0, 0, 0}), Pattern(4096, 5)}), shot);
     ASSERT_EQ(shot.length3D, 4096);

@@ -24,7 +24,7 @@ struct Referenced {
     Scene scene;
 };
 
-TEST_F(GlTest, OnlyReferencedSubtreesKeepTheirUploadsUntilReleasedAndCachesOutliveTheirRenderer)
+TEST_F(GlTest, ReferencedSubtreesKeepTheirUploadsUntilReleased)
 {
     Referenced referenced;
     Render(referenced.scene.node);
@@ -43,8 +43,10 @@ TEST_F(GlTest, OnlyReferencedSubtreesKeepTheirUploadsUntilReleasedAndCachesOutli
     Render(referenced.scene.node);
     EXPECT_EQ(renderer->Uploads(), 2 * first);
     EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
+}
 
-    // Each cache outlives its renderer and goes with its node, once.
+TEST_F(GlTest, CachesOutliveTheirRendererAndGoWithTheirNodeOnce)
+{
     const int before = GlCacheCount();
     {
         Referenced twice;
@@ -62,8 +64,10 @@ TEST_F(GlTest, OnlyReferencedSubtreesKeepTheirUploadsUntilReleasedAndCachesOutli
         EXPECT_EQ(GlCacheCount(), before + 2);
     }
     EXPECT_EQ(GlCacheCount(), before);
+}
 
-    // Nodes outside references upload every frame.
+TEST_F(GlTest, NodesOutsideReferencesUploadEveryFrame)
+{
     Scene plain;
     Add(plain.node, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
     const uint64_t uploaded = renderer->Uploads();

@@ -30,7 +30,7 @@ std::string PlyHeader(const std::string& format, const std::string& vertices, co
 }
 
 // Each file is refused with a message that names the place and what was expected and found there.
-TEST(HostileFiles, EachIsRefusedWithItsOwnMessageAndWritersRefuseInconsistentGeometry)
+TEST(HostileFiles, AreEachRefusedWithTheirOwnMessage)
 {
     const struct {
         ScanGeometry (*read)(std::string_view, const std::string&);
@@ -103,8 +103,10 @@ TEST(HostileFiles, EachIsRefusedWithItsOwnMessageAndWritersRefuseInconsistentGeo
               std::tuple(FileError::Place::line, 13u, "a vertex index below 3", "\"3\""));
     EXPECT_EQ(std::tuple(byte.Where(), byte.Position(), byte.Expected(), byte.Found()),
               std::tuple(FileError::Place::byte, 205u, "vertex indices below 3", "7"));
+}
 
-    // Writers refuse inconsistent geometry.
+TEST(Writers, RefuseInconsistentGeometry)
+{
     ScanGeometry g;
     g.positions = {{0, 0, 0}, {1, 0, 0}, {0, 1, 0}};
     g.faces = {{{0, 1, 3, 0}, 3}};

@@ -1,8 +1,8 @@
 #include "camera/ShotFixtures.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <string>
 #include <vector>
 
 namespace {
@@ -59,29 +59,26 @@ TEST(Archive, BuffersSmallTransfersAndPassesLargeOnesStraightToTheFile)
     EXPECT_EQ(file.Seek(0, CFile::current), 5u) << "closing a loading archive gives back what it read ahead";
 }
 
-TEST(Archive, DeviceFailuresNameThePathAndReasonAndPassThroughCameraOperators)
+TEST(DeviceFailures, NameThePathAndTheReason)
 {
-    auto message = [](auto operation) -> std::string {
-        try {
-            operation();
-        } catch (const CFileException& e) {
-            return e.what();
-        }
-        return "no exception";
-    };
-    EXPECT_EQ(message([] { CFile("/nonexistent-brell/shot.dat", CFile::modeRead); }),
-              "cannot open /nonexistent-brell/shot.dat: No such file or directory");
+    EXPECT_THAT(
+        [] { CFile("/nonexistent-brell/shot.dat", CFile::modeRead); },
+        testing::ThrowsMessage<CFileException>("cannot open /nonexistent-brell/shot.dat: No such file or directory"));
     uint8_t fixed[8] = {};
-    EXPECT_EQ(message([&] { CMemFile(fixed, 8).Write(fixed, 9); }),
-              "cannot write memory file: the memory file cannot grow");
+    EXPECT_THAT([&] { CMemFile(fixed, 8).Write(fixed, 9); },
+                testing::ThrowsMessage<CFileException>("cannot write memory file: the memory file cannot grow"));
+}
 
-    // A 3-D block of 4096 bytes leaves the archive's buffer on the way out.
+// A 3-D block of 4096 bytes leaves the archive's buffer on the way out.
+TEST(DeviceFailures, PassThroughTheShotOperators)
+{
     CAMERADATA shot;
     ReadShot(Join({HeaderBytes<FirstLayout>({64, 64, 1, 8}, {0, 0, 0, 0}), Pattern(4096, 5)}), shot);
     ASSERT_EQ(shot.length3D, 4096);
     CFile full("/dev/full", CFile::modeWrite);
-    CArchive store(&full, CArchive::store);
-    EXPECT_EQ(message([&] { store << shot; }), "cannot write /dev/full: No space left on device");
+    CArchive toFull(&full, CArchive::store);
+    EXPECT_THAT([&] { toFull << shot; },
+                testing::ThrowsMessage<CFileException>("cannot write /dev/full: No space left on device"));
 }
 
 }  // namespace

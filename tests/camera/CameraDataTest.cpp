@@ -32,18 +32,13 @@ bool Holds(const unsigned char* array, const Buffer& file, size_t from, size_t c
     return std::equal(array, array + count, file.begin() + static_cast<std::ptrdiff_t>(from));
 }
 
-TYPED_TEST(Shots, RoundTripsThroughMemoryAndDiskKeepEveryByte)
+TYPED_TEST(Shots, RoundTripCopyCutAndFailAsEachLayoutDoes)
 {
     using Shot = typename TypeParam::Shot;
     const Buffer file = SmallFile<TypeParam>();
-    const size_t h = TypeParam::kHeaderBytes;
     Shot shot;
-    ReadShot(file, shot);
-    EXPECT_EQ(shot.header.pitchPlaneWidth + shot.header.colorPlanePixelBits, 4 + 8);
+    ReadShot(file, shot);  // the read itself is checked at every cut below, the whole file included
     ASSERT_EQ(shot.length3D, TypeParam::kSmall3d);
-    ASSERT_EQ(shot.length2D, TypeParam::kSmall2d);
-    EXPECT_TRUE(Holds(shot.data3D, file, h, TypeParam::kSmall3d));
-    EXPECT_TRUE(Holds(shot.data2D, file, h + TypeParam::kSmall3d, TypeParam::kSmall2d));
     const Buffer hostOrder = ImageOf(shot.header);
     EXPECT_EQ(WriteShot(shot), file);
     EXPECT_EQ(ImageOf(shot.header), hostOrder) << "writing leaves the caller's header in host order";
@@ -61,51 +56,64 @@ TYPED_TEST(Shots, RoundTripsThroughMemoryAndDiskKeepEveryByte)
     load >> fromDisk;
     EXPECT_EQ(WriteShot(fromDisk), file);
     std::remove(path.c_str());
-}
 
-TYPED_TEST(Shots, CopiesAndAssignmentsOwnArraysOfTheirOwn)
-{
-    using Shot = typename TypeParam::Shot;
-    Shot original;
-    ReadShot(SmallFile<TypeParam>(), original);
-    size_t last3d = static_cast<size_t>(original.length3D) * TypeParam::k3dArrayFactor - 1;
-    original.data3D[last3d] = 0x77;
-    if constexpr (std::is_same_v<Shot, KAMERADATA>) original.reserved = 9;
-    const Buffer expected = WriteShot(original);
+    const size_t last3d = static_cast<size_t>(shot.length3D) * TypeParam::k3dArrayFactor - 1;
+    shot.data3D[last3d] = 0x77;
+    if constexpr (std::is_same_v<Shot, KAMERADATA>) shot.reserved = 9;
+    const Buffer expected = WriteShot(shot);
     Shot assigned;
-    assigned = original;
-    Shot copied(original);
+    assigned = shot;
+    Shot copied(shot);
     for (Shot* copy : {&assigned, &copied}) {
-        EXPECT_NE(copy->data3D, original.data3D);
-        EXPECT_NE(copy->data2D, original.data2D);
+        EXPECT_NE(copy->data3D, shot.data3D);
+        EXPECT_NE(copy->data2D, shot.data2D);
         EXPECT_EQ(copy->data3D[last3d], 0x77) << "the whole 3-D array is copied";
-        EXPECT_EQ(TypeParam::Reserved(*copy), TypeParam::Reserved(original));
+        EXPECT_EQ(TypeParam::Reserved(*copy), TypeParam::Reserved(shot));
         EXPECT_EQ(WriteShot(*copy), expected);
     }
-}
 
-TYPED_TEST(Shots, ArraysRoundUpToSixteenAndAreKeptForSmallerRequests)
-{
-    typename TypeParam::Shot shot;
-    EXPECT_EQ(TypeParam::Allocate3d(shot, 100), 1);
-    ASSERT_EQ(shot.length3D, 112);
-    shot.data3D[112 * TypeParam::k3dArrayFactor - 1] = 1;
-    unsigned char* array = shot.data3D;
-    EXPECT_EQ(TypeParam::Allocate3d(shot, 50), 1);
-    EXPECT_EQ(shot.data3D, array);
-    EXPECT_EQ(TypeParam::Allocate3d(shot, 112), 1);
-    EXPECT_EQ(TypeParam::Allocate3d(shot, 0) + TypeParam::Allocate3d(shot, -5), 0);
-    EXPECT_EQ(shot.length3D, 112);
-    EXPECT_EQ(TypeParam::Allocate2d(shot, 1), 1);
-    EXPECT_EQ(shot.length2D, 16);
-    EXPECT_EQ(TypeParam::Allocate2d(shot, INT_MAX), 0) << "a length past 32 bits cannot be had";
-    EXPECT_EQ(shot.data2D, nullptr);
-    EXPECT_EQ(shot.length2D, 0);
-}
+    // Arrays round up to sixteen and are kept for smaller requests.
+    Shot sized;
+    EXPECT_EQ(TypeParam::Allocate3d(sized, 100), 1);
+    ASSERT_EQ(sized.length3D, 112);
+    sized.data3D[112 * TypeParam::k3dArrayFactor - 1] = 1;
+    unsigned char* kept = sized.data3D;
+    EXPECT_EQ(TypeParam::Allocate3d(sized, 50), 1);
+    EXPECT_EQ(sized.data3D, kept);
+    EXPECT_EQ(TypeParam::Allocate3d(sized, 112), 1);
+    EXPECT_EQ(TypeParam::Allocate3d(sized, 0) + TypeParam::Allocate3d(sized, -5), 0);
+    EXPECT_EQ(sized.length3D, 112);
+    EXPECT_EQ(TypeParam::Allocate2d(sized, 1), 1);
+    EXPECT_EQ(sized.length2D, 16);
+    EXPECT_EQ(TypeParam::Allocate2d(sized, INT_MAX), 0) << "a length past 32 bits cannot be had";
+    EXPECT_EQ(sized.data2D, nullptr);
+    EXPECT_EQ(sized.length2D, 0);
 
-TYPED_TEST(Shots, EachErrorLeavesAnAllZeroRecordAndOneErrorLine)
-{
-    using Shot = typename TypeParam::Shot;
+    // A file cut anywhere: the header keeps what was read and zeros, each array what was
+    // read; before the size fields are whole there is no 3-D block.
+    const size_t h = TypeParam::kHeaderBytes, size3d = TypeParam::kSmall3d;
+    for (size_t size = 0; size <= file.size(); ++size) {
+        Shot cut;
+        ReadShot(Buffer(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size)), cut);
+        if (size < TypeParam::kSizeFieldsEnd) {
+            ExpectEmpty<TypeParam>(cut);
+            continue;
+        }
+        Buffer header(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(std::min(size, h)));
+        header.resize(h, 0);
+        ReverseOrder(cut.header);  // back to file order
+        ASSERT_EQ(ImageOf(cut.header), header) << size;
+        ASSERT_EQ(cut.length3D, TypeParam::kSmall3d) << size;
+        bool colorRead = size >= TypeParam::kColorPlane + 8;
+        ASSERT_EQ(cut.length2D, colorRead ? TypeParam::kSmall2d : TypeParam::kEmpty2d) << size;
+        size_t read = std::max(size, h) - h;
+        ASSERT_TRUE(Holds(cut.data3D, file, h, std::min(read, size3d))) << size;
+        if (read > size3d) {
+            ASSERT_TRUE(Holds(cut.data2D, file, h + size3d, read - size3d)) << size;
+        }
+    }
+
+    // Each error leaves an all-zero record and one error line.
     struct Case {
         Planes pitch, color;
         std::string error;
@@ -121,13 +129,13 @@ TYPED_TEST(Shots, EachErrorLeavesAnAllZeroRecordAndOneErrorLine)
     };
     for (const Case& c : cases) {
         Recording recording(testing::TempDir() + "brell-camera-errors");
-        Shot shot;
-        TypeParam::Allocate3d(shot, 100);
-        TypeParam::Allocate2d(shot, 10);
-        std::memset(&shot.header, 0x5A, sizeof shot.header);
-        if constexpr (std::is_same_v<Shot, KAMERADATA>) shot.reserved = 7;
-        ReadShot(Join({HeaderBytes<TypeParam>(c.pitch, c.color), Pattern(256, 5)}), shot);
-        ExpectEmpty<TypeParam>(shot);
+        Shot failed;
+        TypeParam::Allocate3d(failed, 100);
+        TypeParam::Allocate2d(failed, 10);
+        std::memset(&failed.header, 0x5A, sizeof failed.header);
+        if constexpr (std::is_same_v<Shot, KAMERADATA>) failed.reserved = 7;
+        ReadShot(Join({HeaderBytes<TypeParam>(c.pitch, c.color), Pattern(256, 5)}), failed);
+        ExpectEmpty<TypeParam>(failed);
         std::vector<std::string> outputs = Outputs(recording);
         ASSERT_GE(outputs.size(), 3u);
         EXPECT_EQ(outputs[0], kClear);
@@ -136,49 +144,20 @@ TYPED_TEST(Shots, EachErrorLeavesAnAllZeroRecordAndOneErrorLine)
         EXPECT_EQ(std::count_if(outputs.begin(), outputs.end(), [](auto& o) { return o.rfind("output 0 -2", 0) == 0; }),
                   1);
     }
-}
 
-// A file cut anywhere: the header keeps what was read and zeros, each array
-// what was read; before the size fields are whole there is no 3-D block.
-TYPED_TEST(Shots, EveryTruncationPointIsReadWithoutReadingPastTheFile)
-{
-    const Buffer file = SmallFile<TypeParam>();
-    const size_t h = TypeParam::kHeaderBytes, size3d = TypeParam::kSmall3d;
-    for (size_t size = 0; size <= file.size(); ++size) {
-        typename TypeParam::Shot shot;
-        ReadShot(Buffer(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size)), shot);
-        if (size < TypeParam::kSizeFieldsEnd) {
-            ExpectEmpty<TypeParam>(shot);
-            continue;
-        }
-        Buffer header(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(std::min(size, h)));
-        header.resize(h, 0);
-        ASSERT_EQ(ImageOf(FileOrder(shot.header)), header) << size;
-        ASSERT_EQ(shot.length3D, TypeParam::kSmall3d) << size;
-        bool colorRead = size >= TypeParam::kColorPlane + 8;
-        ASSERT_EQ(shot.length2D, colorRead ? TypeParam::kSmall2d : TypeParam::kEmpty2d) << size;
-        size_t read = std::max(size, h) - h;
-        ASSERT_TRUE(Holds(shot.data3D, file, h, std::min(read, size3d))) << size;
-        if (read > size3d) {
-            ASSERT_TRUE(Holds(shot.data2D, file, h + size3d, read - size3d)) << size;
-        }
-    }
-}
-
-TYPED_TEST(Shots, WithoutColourPlanesOnlyTheSecondLayoutReadsA2dBlock)
-{
+    // Without colour planes only the second layout reads a 2-D block.
     Recording recording(testing::TempDir() + "brell-camera-no-colour");
-    typename TypeParam::Shot shot;
-    ReadShot(Join({HeaderBytes<TypeParam>(kSmallPitch, {4, 4, 0, 8}), Pattern(5000, 5)}), shot);
-    EXPECT_EQ(shot.length2D, TypeParam::kEmpty2d);
-    EXPECT_EQ(shot.data2D == nullptr, TypeParam::kEmpty2d == 0);
+    Shot failed;
+    ReadShot(Join({HeaderBytes<TypeParam>(kSmallPitch, {4, 4, 0, 8}), Pattern(5000, 5)}), failed);
+    EXPECT_EQ(failed.length2D, TypeParam::kEmpty2d);
+    EXPECT_EQ(failed.data2D == nullptr, TypeParam::kEmpty2d == 0);
     std::vector<std::string> outputs = Outputs(recording);
     EXPECT_EQ(outputs.size(), 3 + TypeParam::kListingLines + (TypeParam::kEmpty2d != 0));
     EXPECT_EQ(outputs.back(), TypeParam::kEmpty2d != 0 ? Traced("Read 2D data in camera data", 3840)
                                                        : Traced("Read 3D data in camera data", TypeParam::kSmall3d));
 }
 
-TEST(FirstLayoutShot, AFortyByteBlockFillsAFortyEightByteArrayAndIsWrittenWhole)
+TEST(LayoutShots, AFortyByteBlockFillsAFortyEightByteArrayAndA640By480ShotTracesOnlyItsProgress)
 {
     const Buffer file = Join({HeaderBytes<FirstLayout>({3, 5, 2, 12}, kSmallColor), Pattern(40, 5), Pattern(16, 9)});
     CAMERADATA shot;
@@ -189,22 +168,20 @@ TEST(FirstLayoutShot, AFortyByteBlockFillsAFortyEightByteArrayAndIsWrittenWhole)
     Buffer written = WriteShot(shot);
     ASSERT_EQ(written.size(), 512u + 48 + 16);
     EXPECT_TRUE(std::equal(file.begin(), file.begin() + 552, written.begin()));
-}
 
-TEST(SecondLayoutShot, A640By480ShotTracesOnlyItsProgress)
-{
+    // A 640 x 480 shot of the second layout traces only its progress.
     Recording recording(testing::TempDir() + "brell-camera-640x480");
     const int32_t size3d = 640 * 480 * 9, size2d = 640 * 480 * 3 + 3840;
-    const Buffer file =
+    const Buffer large =
         Join({HeaderBytes<SecondLayout>({640, 480, 1, 16}, {640, 480, 1, 24}), Pattern(size3d, 5), Pattern(size2d, 9)});
-    KAMERADATA shot;
-    ReadShot(file, shot);
-    ASSERT_EQ(shot.length3D, 2764800);
-    ASSERT_EQ(shot.length2D, 925440);
-    shot.data3D[4 * 2764800 - 1] = 0;
-    EXPECT_TRUE(Holds(shot.data3D, file, 1024, size3d));
-    EXPECT_TRUE(Holds(shot.data2D, file, 1024 + size3d, size2d));
-    EXPECT_EQ(WriteShot(shot), file);
+    KAMERADATA wide;
+    ReadShot(large, wide);
+    ASSERT_EQ(wide.length3D, 2764800);
+    ASSERT_EQ(wide.length2D, 925440);
+    wide.data3D[4 * 2764800 - 1] = 0;
+    EXPECT_TRUE(Holds(wide.data3D, large, 1024, size3d));
+    EXPECT_TRUE(Holds(wide.data2D, large, 1024 + size3d, size2d));
+    EXPECT_EQ(WriteShot(wide), large);
     EXPECT_EQ(Outputs(recording),
               (std::vector<std::string>{kClear, kReadHeader, Traced("Read 3D data in camera data", size3d),
                                         Traced("Read 2D data in camera data", size2d),

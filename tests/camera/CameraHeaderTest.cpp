@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <iterator>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace {
@@ -26,7 +24,7 @@ Header HostOrder(const Buffer& file)
     return header;
 }
 
-TYPED_TEST(Headers, ReverseOrderSwapsEachFieldWithItsWidthAndNothingElse)
+TYPED_TEST(Headers, ReverseOrderSwapsEachFieldWithItsWidthAndPlausibilityStopsJustPastEachBound)
 {
     using Header = typename TypeParam::Header;
     const Buffer file = Pattern(sizeof(Header), 3);
@@ -39,10 +37,8 @@ TYPED_TEST(Headers, ReverseOrderSwapsEachFieldWithItsWidthAndNothingElse)
     EXPECT_EQ(ImageOf(header), expected);
     ReverseOrder(header);
     EXPECT_EQ(ImageOf(header), file) << "twice restores the record";
-}
 
-TYPED_TEST(Headers, PlausibilityStopsJustPastEachBound)
-{
+    // Plausibility stops just past each bound.
     struct Case {
         const char* rule;
         Planes pitch;
@@ -60,9 +56,9 @@ TYPED_TEST(Headers, PlausibilityStopsJustPastEachBound)
         {"second pitch of pixels below zero", {1, 1, 1, 8}, 0.0f, -1e-30f, 0},
     };
     for (const Case& c : cases) {
-        auto header = HostOrder<typename TypeParam::Header>(
+        auto checked = HostOrder<typename TypeParam::Header>(
             HeaderBytes<TypeParam>(c.pitch, {65535, 65535, 65535, 65535}, c.pitchOfPixels1, c.pitchOfPixels2));
-        EXPECT_EQ(TypeParam::Check(&header), c.plausible) << c.rule;
+        EXPECT_EQ(TypeParam::Check(&checked), c.plausible) << c.rule;
     }
     EXPECT_EQ(TypeParam::Check(nullptr), 0);
 }
@@ -93,44 +89,11 @@ TEST(FirstLayoutHeader, ReadsInHostOrderAndListsThirtyTwoLinesAtLevelSixty)
     CArchive load(&memory, CArchive::load);
     load >> h;
 
-    const std::pair<double, double> fields[] = {{h.pitchPlaneWidth, 640},
-                                                {h.pitchPlaneHeight, 480},
-                                                {h.pitchPlaneNumber, 1},
-                                                {h.pitchPlanePixelBits, 16},
-                                                {h.colorPlaneWidth, 1280},
-                                                {h.colorPlaneHeight, 960},
-                                                {h.colorPlaneNumber, 3},
-                                                {h.colorPlanePixelBits, 24},
-                                                {h.date, 0x20240917},
-                                                {h.focalLength, 8.5},
-                                                {h.referencePlane, 3},
-                                                {h.shootingMode, 1},
-                                                {h.principalPlane, 12.25},
-                                                {h.galvanoStart, -30.5},
-                                                {h.galvanoSpeed, 2.125},
-                                                {h.pitchOfPixels[1], 0.5},
-                                                {h.cameraAngle[1], -2.25},
-                                                {h.cameraPosition[2], -300.25},
-                                                {h.projectionAngle[2], -45},
-                                                {h.projectionPosition[0], 10},
-                                                {h.pitchCcdCenter[1], 240.25},
-                                                {h.colorCcdPitch[0], 0.0625},
-                                                {h.colorCcdCenter[1], 480.75},
-                                                {h.pitchCcdPeak, 200},
-                                                {h.reserved1, 0xEE},
-                                                {h.fileMode, -3},
-                                                {h.stageTotal, 12},
-                                                {h.stageNumber, -1},
-                                                {h.stageAngle, 15},
-                                                {h.temperatureData, -5},
-                                                {h.gain, 250},
-                                                {h.laserPower, 128},
-                                                {h.minimumPixel, 7},
-                                                {h.h8RomVersion[6], 0xef},
-                                                {h.reserved2[107], 0x11},
-                                                {h.calibTables[3].words[13], 0x37010203},
-                                                {h.reserved3[31], 0x22}};
-    for (size_t i = 0; i < std::size(fields); ++i) EXPECT_EQ(fields[i].first, fields[i].second) << "field " << i;
+    // The listing below shows every other field as read.
+    EXPECT_EQ(h.reserved1, 0xEE);
+    EXPECT_EQ(h.reserved2[107], 0x11);
+    EXPECT_EQ(h.calibTables[3].words[13], 0x37010203u);
+    EXPECT_EQ(h.reserved3[31], 0x22);
 
     const std::vector<std::string> listing = {
         "---------------- Header of Camera Data ----------------\n",

@@ -77,7 +77,7 @@ inline Buffer Pattern(size_t size, uint8_t seed)
 
 inline void Put(Buffer& file, size_t offset, const Bytes& field)
 {
-    std::memcpy(file.data() + offset, field.Data().data(), field.Size());
+    std::memcpy(file.data() + offset, field.Data().data(), field.Data().size());
 }
 
 // A file header of the layout: patterned, with these planes and pitch of pixels values.
@@ -88,13 +88,6 @@ Buffer HeaderBytes(Planes pitch, Planes color, float pitchOfPixels1 = 0.25f, flo
     for (auto [offset, p] : {std::pair{Layout::kPitchPlane, pitch}, std::pair{Layout::kColorPlane, color}})
         Put(header, offset, Bytes().Be16(p.width).Be16(p.height).Be16(p.number).Be16(p.pixelBits));
     Put(header, Layout::kPitchOfPixels, Bytes().BeF32(pitchOfPixels1).BeF32(pitchOfPixels2));
-    return header;
-}
-
-template <class Header>
-Header FileOrder(Header header)
-{
-    ReverseOrder(header);
     return header;
 }
 

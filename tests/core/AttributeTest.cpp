@@ -5,7 +5,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <memory>
 #include <tuple>
 #include <vector>
@@ -27,18 +26,18 @@ int StoredInt(CBaseNodeAttribute& store, const char* name)
     return data ? *static_cast<int*>(data) : -1;
 }
 
-TEST(AttributeBlock, StoreWithSeveralAttributesWritesThemInByteOrderOfTheirNames)
+TEST(AttributeBlocks, HoldTheEntriesInNameOrder)
 {
-    CStandardAttribute store;
+    CStandardAttribute sorted;
     int answer = 42;
     double scale = 0.5;
     char text[] = "mm";
-    store.SetAttribute("unit", text, 3, VALUE_STRUCT);
-    store.SetAttribute("Zeta", &answer, 4, VALUE_INT);
-    store.SetAttribute("scale", &scale, 8, VALUE_DOUBLE);
-    store.SetAttribute("\xE9t\xE9", &answer, 4, VALUE_BOOL);  // high bytes sort after ASCII
-    EXPECT_EQ(store.AttributeName(-1), "Zeta");
-    EXPECT_EQ(store.AttributeName(4), "");
+    sorted.SetAttribute("unit", text, 3, VALUE_STRUCT);
+    sorted.SetAttribute("Zeta", &answer, 4, VALUE_INT);
+    sorted.SetAttribute("scale", &scale, 8, VALUE_DOUBLE);
+    sorted.SetAttribute("\xE9t\xE9", &answer, 4, VALUE_BOOL);  // high bytes sort after ASCII
+    EXPECT_EQ(sorted.AttributeName(-1), "Zeta");
+    EXPECT_EQ(sorted.AttributeName(4), "");
 
     // The library writes 1 as the reserved word of an entry with data.
     Bytes expected;
@@ -47,11 +46,11 @@ TEST(AttributeBlock, StoreWithSeveralAttributesWritesThemInByteOrderOfTheirNames
         .Attribute("scale", 1, VALUE_DOUBLE, Bytes().F64(0.5))
         .Attribute("unit", 1, VALUE_STRUCT, Bytes().Raw({'m', 'm', 0}))
         .Attribute("\xE9t\xE9", 1, VALUE_BOOL, Bytes().I32(42));
-    EXPECT_EQ(WriteBlock(store), expected.Data());
+    EXPECT_EQ(WriteBlock(sorted), expected.Data());
     EXPECT_EQ(WriteBlock(*std::make_unique<CStandardAttribute>()), Bytes().I32(0).Data());
 }
 
-TEST(AttributeBlock, ReadingReplacesTheStoreAndWritesBackTheSameBytes)
+TEST(AttributeBlocks, ReplaceTheStoreThatReadsThemAndWriteBackTheSame)
 {
     Bytes block;
     block.I32(2)
@@ -75,24 +74,27 @@ TEST(AttributeBlock, ReadingReplacesTheStoreAndWritesBackTheSameBytes)
     EXPECT_EQ(WriteBlock(copy), again);
 }
 
-TEST(AttributeBlock, BadEntriesAreDroppedAndBadCountsReadAsEmpty)
+TEST(AttributeBlocks, DropBadEntriesAndReadBadCountsAsEmpty)
 {
-    Bytes block;
-    block.I32(4)
+    CStandardAttribute store;
+    Bytes bad;
+    bad.I32(4)
         .Attribute("", 1, VALUE_INT, Bytes().I32(1))
         .Attribute("d", 1, VALUE_INT, Bytes().I32(2))
         .Attribute("d", 1, VALUE_INT, Bytes().I32(3))
         .Attribute("e", 1, VALUE_INT, Bytes().I32(4));
-    CStandardAttribute store;
-    ASSERT_EQ(store.Read(block.Mutable()), 1);
+    ASSERT_EQ(store.Read(bad.Mutable()), 1);
     EXPECT_EQ(store.AttributeNumber(), 2);
     EXPECT_EQ(StoredInt(store, "d"), 2);  // the first of two equal names stays
     EXPECT_EQ(store.Read(nullptr), 0);
     EXPECT_EQ(store.AttributeNumber(), 2);
     EXPECT_EQ(store.Read(Bytes().I32(-3).Mutable()), 1);
     EXPECT_EQ(store.AttributeNumber(), 0);
+}
 
-    // The empty name is a name like any other until it is read back.
+TEST(AttributeBlocks, DropTheEmptyNameOnlyWhenReadBack)
+{
+    CStandardAttribute store;
     int value = 9;
     store.SetAttribute("", &value, 4, VALUE_INT);
     std::vector<uint8_t> written = WriteBlock(store);
@@ -101,34 +103,35 @@ TEST(AttributeBlock, BadEntriesAreDroppedAndBadCountsReadAsEmpty)
     EXPECT_EQ(store.AttributeNumber(), 0);
 }
 
-TEST(AttributeStore, SetReplacesOrRefusesAndKeepsTheOlderValue)
+TEST(Attributes, SetReplacesAValueOrRefusesAndKeepsTheOlder)
 {
-    CStandardAttribute store;
-    int value = 5, other = 6;
+    CStandardAttribute kept;
+    int first = 5, other = 6;
     double twice = 2.5;
-    ASSERT_EQ(store.SetAttribute("w", &value, 4, VALUE_INT), 1);
-    EXPECT_EQ(store.SetAttribute("w", &other, 0, VALUE_INT) + store.SetAttribute("w", &other, 4, 0), 0);
-    EXPECT_EQ(StoredInt(store, "w"), 5);
-    EXPECT_EQ(store.SetAttribute("w", &twice, 8, VALUE_DOUBLE), 1);
+    ASSERT_EQ(kept.SetAttribute("w", &first, 4, VALUE_INT), 1);
+    EXPECT_EQ(kept.SetAttribute("w", &other, 0, VALUE_INT) + kept.SetAttribute("w", &other, 4, 0), 0);
+    EXPECT_EQ(StoredInt(kept, "w"), 5);
+    EXPECT_EQ(kept.SetAttribute("w", &twice, 8, VALUE_DOUBLE), 1);
     int size = 0, type = 0;
-    EXPECT_EQ(*static_cast<double*>(store.QueryAttribute("w", &size, &type)), 2.5);
-    EXPECT_EQ(std::make_tuple(size, type, store.AttributeNumber()), std::make_tuple(8, VALUE_DOUBLE, 1));
+    EXPECT_EQ(*static_cast<double*>(kept.QueryAttribute("w", &size, &type)), 2.5);
+    EXPECT_EQ(std::make_tuple(size, type, kept.AttributeNumber()), std::make_tuple(8, VALUE_DOUBLE, 1));
 
     // A value can be set again from the store's own bytes, short or long.
     char big[40] = "a value longer than eight bytes";
-    store.SetAttribute("big", big, sizeof big, VALUE_STRUCT);
-    store.SetAttribute("big", store.QueryAttribute("big", nullptr, nullptr), sizeof big, VALUE_STRUCT);
-    store.SetAttribute("w", store.QueryAttribute("w", nullptr, nullptr), 8, VALUE_DOUBLE);
-    EXPECT_STREQ(static_cast<char*>(store.QueryAttribute("big", nullptr, nullptr)), big);
-    EXPECT_EQ(*static_cast<double*>(store.QueryAttribute("w", nullptr, nullptr)), 2.5);
+    kept.SetAttribute("big", big, sizeof big, VALUE_STRUCT);
+    kept.SetAttribute("big", kept.QueryAttribute("big", nullptr, nullptr), sizeof big, VALUE_STRUCT);
+    kept.SetAttribute("w", kept.QueryAttribute("w", nullptr, nullptr), 8, VALUE_DOUBLE);
+    EXPECT_STREQ(static_cast<char*>(kept.QueryAttribute("big", nullptr, nullptr)), big);
+    EXPECT_EQ(*static_cast<double*>(kept.QueryAttribute("w", nullptr, nullptr)), 2.5);
 
-    store.DelAttribute("big");
+    kept.DelAttribute("big");
     size = type = 3;
-    EXPECT_EQ(store.QueryAttribute("big", &size, &type), nullptr);
+    EXPECT_EQ(kept.QueryAttribute("big", &size, &type), nullptr);
     EXPECT_EQ(std::make_tuple(size, type), std::make_tuple(0, 0));
 }
 
-TEST(NodeAttributes, TypedQueriesMatchOnlyTheirOwnTypeAndStringsShareTheStructType)
+// Strings share the struct type.
+TEST(NodeAttributes, TypedQueriesMatchOnlyTheirOwnType)
 {
     CBaseNode node;
     node.SetAttributeInt("i", 5);
@@ -147,8 +150,8 @@ TEST(NodeAttributes, TypedQueriesMatchOnlyTheirOwnTypeAndStringsShareTheStructTy
               0);
     EXPECT_EQ(std::make_tuple(asInt, asFloat, asBool, asDouble), std::make_tuple(5, 1.25f, 3, -0.125));
 
-    const char text[] = "scan";
-    node.SetAttributeString("s", text, sizeof text);
+    const char scan[] = "scan";
+    node.SetAttributeString("s", scan, sizeof scan);
     int size = 0;
     EXPECT_STREQ(static_cast<char*>(node.QueryAttributeStruct("s", &size)), "scan");
     EXPECT_EQ(size, 5);

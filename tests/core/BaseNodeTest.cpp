@@ -1,5 +1,6 @@
 #include "core/TreeFixtures.h"
 #include "diag/Recording.h"
+#include "support/Held.h"
 
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/NodeRegistry.h>
@@ -16,14 +17,6 @@ namespace {
 
 using namespace brell::test;
 
-// Holds one reference on a node for the length of a test.
-struct Held {
-    explicit Held(CBaseNode* node) : node(node) { node->AddRef(); }
-    ~Held() { node->Release(); }
-    CBaseNode* operator->() const { return node; }
-    CBaseNode* node;
-};
-
 NameList& destroyed = CTestCountedNode::destroyed;
 
 CBaseNode* Logged(const char* name)
@@ -31,7 +24,7 @@ CBaseNode* Logged(const char* name)
     return Named(name, CTestCountedNode::Create());
 }
 
-TEST(TypeIdentity, FollowsTheChainOfBases)
+TEST(BaseNode, IsKindOfEachBaseByExactName)
 {
     Held cube(CTestCubeNode::Create());
     EXPECT_EQ(cube->Type(), "CTestCubeNode");
@@ -43,7 +36,7 @@ TEST(TypeIdentity, FollowsTheChainOfBases)
     EXPECT_EQ(Held(CTestBoxNode::Create())->IsKindOf("CTestCubeNode"), 0);
 }
 
-TEST(ReferenceCounts, ReleaseBelowOneDestroysNodesAndRefObjects)
+TEST(BaseNode, ReleaseBelowOneDestroysNodesAndReferenceObjects)
 {
     destroyed.clear();
     Logged("unowned")->Release();
@@ -67,26 +60,7 @@ TEST(ReferenceCounts, ReleaseBelowOneDestroysNodesAndRefObjects)
     EXPECT_EQ(destroyed.back(), "ref");
 }
 
-TEST(Children, RemovalDropsOneEntryAndWithoutReleaseHandsTheReferenceToTheCaller)
-{
-    Held parent(CBaseNode::Create());
-    CBaseNode* child = CBaseNode::Create();
-    parent->AppendChild(child);
-    parent->AppendChild(child);
-    parent->AppendChild(CBaseNode::Create());
-    EXPECT_EQ(child->RefCount(), 2);
-    EXPECT_EQ(parent->RemoveChild(child, 1), 1);
-    EXPECT_EQ(child->RefCount(), 1);
-    EXPECT_EQ(parent->ChildIndex(child), 0);
-    parent->RemoveChild(0u, 0);
-    EXPECT_EQ(child->RefCount(), 1);
-    EXPECT_EQ(parent->RemoveChild(child, 1), 0);
-    parent->RemoveChild(5u, 1);
-    EXPECT_EQ(parent->GetChildNum(), 1u);
-    child->Release();
-}
-
-TEST(Children, DestroyingAParentReleasesChildrenLastFirstAndSharedOnesSurvive)
+TEST(BaseNodeChildren, AreReleasedLastFirstAndSharedOnesSurvive)
 {
     destroyed.clear();
     Held keeper(CBaseNode::Create());
@@ -98,34 +72,85 @@ TEST(Children, DestroyingAParentReleasesChildrenLastFirstAndSharedOnesSurvive)
     EXPECT_EQ(keeper->GetChild(0)->RefCount(), 1);
 }
 
-TEST(Children, InsertAcceptsPositionsUpToTheCountAndIgnoresNull)
+// Null is ignored.
+TEST(BaseNodeChildren, AreRemovedAndInsertedByPosition)
 {
-    Held parent(CBaseNode::Create());
-    CBaseNode* a = CBaseNode::Create();
+    Held holder(CBaseNode::Create());
+    CBaseNode* child = CBaseNode::Create();
+    CBaseNode* last = CBaseNode::Create();
+    holder->InsertChild(0, child);
+    holder->AppendChild(child);
+    holder->AppendChild(last);
+    EXPECT_EQ(child->RefCount(), 2);
+    EXPECT_EQ(holder->RemoveChild(child, 1), 1);
+    EXPECT_EQ(child->RefCount(), 1);
+    EXPECT_EQ(holder->ChildIndex(child), 0);
+    holder->RemoveChild(0u, 0);  // without release the reference is the caller's
+    EXPECT_EQ(child->RefCount(), 1);
+    EXPECT_EQ(holder->RemoveChild(child, 1), 0);
+    holder->RemoveChild(5u, 1);
+    EXPECT_EQ(holder->GetChildNum(), 1u);
+    child->Release();
+
     CBaseNode* b = CBaseNode::Create();
     Held outsider(CBaseNode::Create());
-    parent->InsertChild(0, a);
-    parent->InsertChild(1, b);  // equal to the count: appends
-    parent->InsertChild(0, b);
-    parent->InsertChild(4, outsider.node);
-    parent->InsertChild(0, nullptr);
-    parent->AppendChild(nullptr);
-    EXPECT_EQ((std::vector<CBaseNode*>{parent->GetFirstChild(), parent->GetChild(1), parent->GetLastChild(),
-                                       parent->GetChild(3)}),
-              (std::vector<CBaseNode*>{b, a, b, nullptr}));
+    holder->InsertChild(1, b);  // equal to the count: appends
+    holder->InsertChild(0, b);
+    holder->InsertChild(4, outsider.node);
+    holder->InsertChild(0, nullptr);
+    holder->AppendChild(nullptr);
+    EXPECT_EQ((std::vector<CBaseNode*>{holder->GetFirstChild(), holder->GetChild(1), holder->GetLastChild(),
+                                       holder->GetChild(3)}),
+              (std::vector<CBaseNode*>{b, last, b, nullptr}));
     EXPECT_EQ(outsider->RefCount(), 1);
-    EXPECT_EQ(parent->ChildIndex(nullptr), -1);
-    EXPECT_EQ(parent->IsChild(outsider.node), 0);
+    EXPECT_EQ(holder->ChildIndex(nullptr), -1);
+    EXPECT_EQ(holder->IsChild(outsider.node), 0);
     EXPECT_EQ(outsider->GetLastChild(), nullptr);
 }
 
-TEST(NodeCopy, CopyTakesNameAndAttributesButNotChildrenOrCount)
+TEST(NodeRegistry, CreatesTypesByExactNameWithCountZero)
 {
-    Held source(CBaseNode::Create());
-    Held target(CBaseNode::Create());
+    CBaseNode* node = CreateNode("CRefNode");
+    ASSERT_NE(node, nullptr);
+    EXPECT_EQ(node->Type(), "CRefNode");
+    EXPECT_EQ(node->RefCount(), 0);
+    node->Release();
+    for (const char* name : {"crefnode", "CTestCubeNode", ""}) EXPECT_EQ(CreateNode(name), nullptr) << name;
+}
+
+TEST(NodeRegistry, KeepsTheFirstFactoryAndTracesEachRegistration)
+{
+    Recording recording(testing::TempDir() + "brell-registry-trace");
+    RegisterNodeType("CTestCubeNode", &CTestCubeNode::Create);
+    RegisterNodeType("CBaseNode", &CTestCubeNode::Create);  // the first factory stays
+    RegisterNodeType("CTestNullNode", []() -> CBaseNode* { return nullptr; });
+    CBaseNode* made = CreateNode("CTestCubeNode");
+    CBaseNode* base = CreateNode("CBaseNode");
+    EXPECT_EQ(made->Type(), "CTestCubeNode");
+    EXPECT_EQ(base->Type(), "CBaseNode");
+    EXPECT_EQ(CreateNode("CTestNullNode"), nullptr);
+    made->Release();
+    base->Release();
+
+    UnRegisterNodeType("CTestCubeNode");
+    UnRegisterNodeType("CTestNullNode");
+    UnRegisterNodeType("CTestNeverRegistered");
+    EXPECT_EQ(CreateNode("CTestCubeNode"), nullptr);
+    EXPECT_EQ(recording.Texts(),
+              (std::vector<std::string>{"Register node type CTestCubeNode\n", "Register node type CBaseNode\n",
+                                        "Register node type CTestNullNode\n", "Unregister node type CTestCubeNode\n",
+                                        "Unregister node type CTestNullNode\n",
+                                        "Unregister node type CTestNeverRegistered\n"}));
+    EXPECT_EQ(recording.Lines().front(), "output 0 0 Register node type CTestCubeNode\n");
+}
+
+TEST(BaseNode, CopyTakesNameAndAttributesButNotChildrenOrCount)
+{
+    Held source(CBaseNode::Create()), target(CBaseNode::Create());
+    CBaseNode* sourceChild = CBaseNode::Create();
     source->SetName("source");
     source->SetAttributeInt("n", 3);
-    source->AppendChild(CBaseNode::Create());
+    source->AppendChild(sourceChild);
     target->SetAttributeInt("old", 1);
     EXPECT_EQ(target->Comment(), "Attribute: 1");
 
@@ -139,101 +164,58 @@ TEST(NodeCopy, CopyTakesNameAndAttributesButNotChildrenOrCount)
     EXPECT_EQ(target->AttributeNumber(), 1);
     target->SetName(nullptr);
     EXPECT_EQ(target->Name(), "");
-}
 
-TEST(NodeCopy, CopyConstructionAndAssignmentTakeTheirOwnReferences)
-{
-    Held source(CBaseNode::Create());
-    CBaseNode* child = CBaseNode::Create();
-    source->AppendChild(child);
-    source->SetAttributeInt("n", 3);
     {
         CBaseNode copy(*source.node);
         EXPECT_EQ(copy.RefCount(), 0);
-        EXPECT_EQ(child->RefCount(), 2);
+        EXPECT_EQ(sourceChild->RefCount(), 2);
         EXPECT_NE(copy.QueryAttribute("n", nullptr, nullptr), source->QueryAttribute("n", nullptr, nullptr));
         CBaseNode assigned;
         assigned.AppendChild(CBaseNode::Create());
         assigned = copy;
-        EXPECT_EQ(child->RefCount(), 3);
+        EXPECT_EQ(sourceChild->RefCount(), 3);
     }
-    EXPECT_EQ(child->RefCount(), 1);
+    EXPECT_EQ(sourceChild->RefCount(), 1);
 }
 
-TEST(RefNode, ChainsOfReferencesResolveToTheNodeFinallyMeantWithoutCounting)
+TEST(ReferenceNodes, ResolveChainsToTheNodeFinallyMeantWithoutCounting)
 {
-    CBaseNode* target = CBaseNode::Create();
-    target->AddRef();
+    CBaseNode* referred = CBaseNode::Create();
+    referred->AddRef();
     CRefNode second, first;
     EXPECT_EQ(first.Reference(), nullptr);
     EXPECT_EQ(first.Comment(), "Reference node: 0");
 
-    second.SetRefNode(target);
+    second.SetRefNode(referred);
     first.SetRefNode(&second);
-    EXPECT_EQ(first.Reference(), target);
-    EXPECT_EQ(second.Reference(), target);
+    EXPECT_EQ(first.Reference(), referred);
+    EXPECT_EQ(second.Reference(), referred);
     char expected[48];
     std::snprintf(expected, sizeof expected, "Reference node: %lx", reinterpret_cast<unsigned long>(&second));
     EXPECT_EQ(first.Comment(), expected);
-    EXPECT_EQ(target->RefCount(), 1);
-    target->Release();
+    EXPECT_EQ(referred->RefCount(), 1);
+    referred->Release();
 }
 
-TEST(RefNode, CopyTakesTheTargetOnlyFromReferenceNodes)
+TEST(ReferenceNodes, CopyTheReferenceOnlyFromAReferenceNode)
 {
-    CBaseNode a, b, plain;
-    CRefNode source, target;
-    source.SetName("source");
-    source.SetAttributeInt("k", 1);
-    source.SetRefNode(&a);
-    target.SetRefNode(&b);
-    EXPECT_EQ(target.Copy(&source), 1);
-    EXPECT_EQ(target.Reference(), &a);
-    EXPECT_EQ(target.Name(), "source");
-    EXPECT_EQ(target.AttributeNumber(), 1);
+    CBaseNode targetA, targetB, plain;
+    CRefNode refSource, refCopy;
+    refSource.SetName("source");
+    refSource.SetAttributeInt("k", 1);
+    refSource.SetRefNode(&targetA);
+    refCopy.SetRefNode(&targetB);
+    EXPECT_EQ(refCopy.Copy(&refSource), 1);
+    EXPECT_EQ(refCopy.Reference(), &targetA);
+    EXPECT_EQ(refCopy.Name(), "source");
+    EXPECT_EQ(refCopy.AttributeNumber(), 1);
 
     plain.SetName("plain");
-    target.SetRefNode(&b);
-    EXPECT_EQ(target.Copy(&plain), 1);
-    EXPECT_EQ(target.Reference(), &b);
-    EXPECT_EQ(target.Name(), "plain");
-    EXPECT_EQ(target.AttributeNumber(), 0);
-}
-
-TEST(NodeRegistry, LibraryTypesAreCreatedByExactNameWithCountZero)
-{
-    CBaseNode* node = CreateNode("CRefNode");
-    ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node->Type(), "CRefNode");
-    EXPECT_EQ(node->RefCount(), 0);
-    node->Release();
-    for (const char* name : {"crefnode", "CTestCubeNode", ""}) EXPECT_EQ(CreateNode(name), nullptr) << name;
-}
-
-TEST(NodeRegistry, CallersRegisterTypesOnceAndEveryCallWritesItsTraceLine)
-{
-    Recording recording(testing::TempDir() + "brell-registry-trace");
-    RegisterNodeType("CTestCubeNode", &CTestCubeNode::Create);
-    RegisterNodeType("CBaseNode", &CTestCubeNode::Create);  // the first factory stays
-    RegisterNodeType("CTestNullNode", []() -> CBaseNode* { return nullptr; });
-    CBaseNode* cube = CreateNode("CTestCubeNode");
-    CBaseNode* base = CreateNode("CBaseNode");
-    EXPECT_EQ(cube->Type(), "CTestCubeNode");
-    EXPECT_EQ(base->Type(), "CBaseNode");
-    EXPECT_EQ(CreateNode("CTestNullNode"), nullptr);
-    cube->Release();
-    base->Release();
-
-    UnRegisterNodeType("CTestCubeNode");
-    UnRegisterNodeType("CTestNullNode");
-    UnRegisterNodeType("CTestNeverRegistered");
-    EXPECT_EQ(CreateNode("CTestCubeNode"), nullptr);
-    EXPECT_EQ(recording.Texts(),
-              (std::vector<std::string>{"Register node type CTestCubeNode\n", "Register node type CBaseNode\n",
-                                        "Register node type CTestNullNode\n", "Unregister node type CTestCubeNode\n",
-                                        "Unregister node type CTestNullNode\n",
-                                        "Unregister node type CTestNeverRegistered\n"}));
-    EXPECT_EQ(recording.Lines().front(), "output 0 0 Register node type CTestCubeNode\n");
+    refCopy.SetRefNode(&targetB);
+    EXPECT_EQ(refCopy.Copy(&plain), 1);
+    EXPECT_EQ(refCopy.Reference(), &targetB);
+    EXPECT_EQ(refCopy.Name(), "plain");
+    EXPECT_EQ(refCopy.AttributeNumber(), 0);
 }
 
 }  // namespace

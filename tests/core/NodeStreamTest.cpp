@@ -42,7 +42,33 @@ std::pair<CTree, Bytes> TwoLevelTreeAndStream()
     return {CTree(r), stream};
 }
 
-TEST(NodeStream, TreesWriteTheseExactBytesAndReadBackIntoTreesThatWriteThemAgain)
+// Reads block under bounds that end after size bytes; the failure, empty when
+// the read succeeded.
+std::string BoundedRead(Bytes& stream, size_t size, CTree& into)
+{
+    brell::BlockBounds bounds;
+    bounds.begin = stream.Mutable();
+    bounds.end = bounds.begin + size;
+    brell::ActiveBlockBounds() = &bounds;
+    into.SetRoot(ReadNode(stream.Mutable()));
+    brell::ActiveBlockBounds() = nullptr;
+    EXPECT_EQ(into.Root() == nullptr, bounds.Failed());
+    return bounds.Failed() ? "byte " + std::to_string(bounds.failureOffset) + ": " + bounds.failure : "";
+}
+
+TEST_F(MixedTree, StreamsOfUnregisteredTypesAreRefusedLeakingNothing)
+{
+    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(s.r)));
+    ASSERT_EQ(WriteNode(stream.data(), s.r), static_cast<int>(stream.size()));
+    const int live = CTestCountedNode::live;
+    EXPECT_EQ(ReadNode(stream.data()), nullptr);
+    EXPECT_EQ(s.tree.Read(stream.data()), 0);
+    EXPECT_EQ(CTestCountedNode::live, live);
+    EXPECT_EQ(s.tree.Root(), s.r);
+    EXPECT_EQ(s.r->RefCount(), 1);
+}
+
+TEST(NodeStreams, HoldExactBytesAndReadBackIntoTreesWritingThemAgain)
 {
     std::pair<CTree, Bytes> cases[] = {
         {CTree(CBaseNode::Create()), Bytes().I32(35).I32(0).Str("CBaseNode").Str("").I32(4).I32(0)},
@@ -60,52 +86,27 @@ TEST(NodeStream, TreesWriteTheseExactBytesAndReadBackIntoTreesThatWriteThemAgain
     }
 }
 
-TEST_F(MixedTree, UnregisteredTypeBelowTheTopFailsTheReadLeakingNothingAndKeepingTheOldRoot)
+TEST(BoundedReads, RefuseEveryPrefixWithItsOffset)
 {
-    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(s.r)));
-    ASSERT_EQ(WriteNode(stream.data(), s.r), static_cast<int>(stream.size()));
-    const int live = CTestCountedNode::live;
-    EXPECT_EQ(ReadNode(stream.data()), nullptr);
-    EXPECT_EQ(s.tree.Read(stream.data()), 0);
-    EXPECT_EQ(CTestCountedNode::live, live);
-    EXPECT_EQ(s.tree.Root(), s.r);
-    EXPECT_EQ(s.r->RefCount(), 1);
-}
-
-// Reads block under bounds that end after size bytes; the failure, empty when
-// the read succeeded.
-std::string BoundedRead(Bytes& stream, size_t size, CTree& into)
-{
-    brell::BlockBounds bounds;
-    bounds.begin = stream.Mutable();
-    bounds.end = bounds.begin + size;
-    brell::ActiveBlockBounds() = &bounds;
-    into.SetRoot(ReadNode(stream.Mutable()));
-    brell::ActiveBlockBounds() = nullptr;
-    EXPECT_EQ(into.Root() == nullptr, bounds.Failed());
-    return bounds.Failed() ? "byte " + std::to_string(bounds.failureOffset) + ": " + bounds.failure : "";
-}
-
-TEST(CheckedNodeStream, EveryPrefixIsRefusedWithItsOffsetAndNothingIsKept)
-{
-    Bytes stream = TwoLevelTreeAndStream().second;
+    Bytes twoLevel = TwoLevelTreeAndStream().second;
     CTree tree;
-    for (size_t size = 0; size < stream.Data().size(); ++size) {
+    for (size_t size = 0; size < twoLevel.Data().size(); ++size) {
         SCOPED_TRACE(size);
-        EXPECT_NE(BoundedRead(stream, size, tree), "");
+        EXPECT_NE(BoundedRead(twoLevel, size, tree), "");
     }
-    EXPECT_EQ(BoundedRead(stream, 96, tree), "byte 92: a string of 10 bytes runs past the end (4 bytes remain)");
-    EXPECT_EQ(BoundedRead(stream, stream.Data().size(), tree), "");
+    EXPECT_EQ(BoundedRead(twoLevel, 96, tree), "byte 92: a string of 10 bytes runs past the end (4 bytes remain)");
+    EXPECT_EQ(BoundedRead(twoLevel, twoLevel.Data().size(), tree), "");
     EXPECT_EQ(tree.Root()->GetChildNum(), 2u);
 }
 
-TEST(CheckedNodeStream, RefusesUnknownTypesNegativeCountsAndBlocksPastTheirRecord)
+TEST(BoundedReads, RefuseUnknownTypesBadCountsAndOverlongBlocks)
 {
+    CTree tree;
     struct Case {
         Bytes stream;
         const char* failure;
     };
-    Case cases[] = {
+    Case refused[] = {
         {Bytes().I32(34).I32(0).Str("CNoNode").Str("").I32(4).I32(0), "byte 0: unregistered node type \"CNoNode\""},
         {Bytes().I32(35).I32(-1).Str("CBaseNode").Str("").I32(4).I32(0), "byte 0: a negative child count"},
         {Bytes().I32(35).I32(0).Str("CBaseNode").Str("").I32(40).I32(0),
@@ -113,10 +114,7 @@ TEST(CheckedNodeStream, RefusesUnknownTypesNegativeCountsAndBlocksPastTheirRecor
         {Bytes().I32(35).I32(0).Str("CBaseNode").Str("").I32(4).I32(2000000000),
          "byte 35: attributes of 2000000000 items of 17 bytes runs past the end (0 bytes remain)"},
     };
-    for (Case& c : cases) {
-        CTree tree;
-        EXPECT_EQ(BoundedRead(c.stream, c.stream.Data().size(), tree), c.failure);
-    }
+    for (Case& c : refused) EXPECT_EQ(BoundedRead(c.stream, c.stream.Data().size(), tree), c.failure);
 }
 
 }  // namespace

@@ -15,62 +15,6 @@ namespace {
 
 using namespace brell::test;
 
-TEST(TreePositions, OrdersMirrorEachOtherAndEndPositionsBelongToOneTreeAndOrderAndStayPut)
-{
-    StandardTree s;
-    EXPECT_EQ(WalkNames(s.tree, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
-    EXPECT_EQ(WalkNames(s.tree, CTree::LAST_CHILD_FIRST), (NameList{"R", "B", "A", "A2", "A1"}));
-
-    CTree::POS pos = s.tree.Begin(CTree::FIRST_CHILD_FIRST);
-    EXPECT_EQ((pos++).Value(), s.r);  // the postfix step gives the position before it
-    for (int i = 0; i < 4; ++i) ++pos;
-    EXPECT_EQ(pos, s.tree.End(CTree::FIRST_CHILD_FIRST));
-    EXPECT_NE(pos, s.tree.End(CTree::LAST_CHILD_FIRST));
-    CTree other(s.r);
-    EXPECT_NE(pos, other.End(CTree::FIRST_CHILD_FIRST));
-    EXPECT_EQ(++pos, s.tree.End(CTree::FIRST_CHILD_FIRST));
-
-    const auto unknown = static_cast<CTree::TRAVEL_ORDER>(2);  // ends the walk at once
-    CTree::POS odd(&s.tree, s.r, unknown);
-    EXPECT_EQ(++odd, s.tree.End(unknown));
-}
-
-TEST(TreeStructure, ParentsAndSiblingsAreFoundFromTheRootOrTheStart)
-{
-    StandardTree s;
-    EXPECT_EQ(s.tree.FindParent(s.a1), s.a);
-    EXPECT_EQ(s.tree.FindParent(s.a2, s.a), s.a);
-    EXPECT_EQ(s.tree.FindParent(s.a1, s.b), nullptr);
-    EXPECT_EQ(s.tree.FindNext(s.a), s.b);
-    EXPECT_EQ(s.tree.FindPrev(s.b), s.a);
-    EXPECT_EQ(s.tree.FindNext(s.b), nullptr);
-    EXPECT_EQ(s.tree.FindPrev(s.a), nullptr);
-    EXPECT_EQ(s.tree.FindNext(s.r), nullptr);  // the root has no parent
-
-    // Depth first, each node's own children before its subtrees; first matches win.
-    CBaseNode* x = Named("X");
-    s.a1->AppendChild(x);
-    s.b->AppendChild(x);
-    EXPECT_EQ(s.tree.FindParent(x), s.a1);
-    s.a->AppendChild(x);
-    EXPECT_EQ(s.tree.FindParent(x), s.a);
-    s.a->InsertChild(0, s.a2);
-    EXPECT_EQ(s.tree.FindNext(s.a2), s.a1);
-}
-
-TEST(TreeOwnership, EachTreeHoldsOneReferenceAndTheLastReleaseDestroysTheSubtree)
-{
-    const int before = CTestCountedNode::live;
-    CBaseNode* root = CTestCountedNode::Create();
-    root->AppendChild(CTestCountedNode::Create());
-    CTree tree(root), copy(root);
-    tree.SetRoot(root);  // setting the current root again keeps its one reference
-    EXPECT_EQ(root->RefCount(), 2);
-    copy.SetRoot(nullptr);
-    tree.SetRoot(CTestCountedNode::Create());
-    EXPECT_EQ(CTestCountedNode::live, before + 1);
-}
-
 struct Visits {
     std::string stopAt;
     NameList names;
@@ -84,7 +28,16 @@ int RecordVisit(CBaseNode* node, int value, void* data)
     return node->Name() == visits->stopAt ? 1 : 0;
 }
 
-TEST(ForEachNode, StopRulesGiveTheseExactVisitsAndResults)
+TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypes)
+{
+    CTree copy(CopyTree(s.r));
+    ASSERT_EQ(WalkNames(copy, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
+    EXPECT_EQ(copy.Root()->RefCount(), 1);  // the copy came with count 0
+    EXPECT_EQ(copy.Root()->GetChild(0)->GetChild(0)->RefCount(), 1);
+    EXPECT_EQ(CopyTree(u), nullptr);
+}
+
+TEST(Walks, StopWhereTheCallbackSays)
 {
     // Where the callback stops, stop-all, the nodes visited and the result.
     const std::tuple<const char*, int, NameList, int> cases[] = {
@@ -95,40 +48,43 @@ TEST(ForEachNode, StopRulesGiveTheseExactVisitsAndResults)
         {"A1", 1, {"R", "A", "A1"}, 1},
         {"R", 0, {"R"}, 1},
     };
-    StandardTree s;
+    StandardTree walked;
     for (const auto& [stopAt, stopAll, visited, result] : cases) {
         Visits visits{stopAt, {}};
-        EXPECT_EQ(ForEachNode(s.r, &RecordVisit, 42, &visits, stopAll), result) << stopAt << stopAll;
+        EXPECT_EQ(ForEachNode(walked.r, &RecordVisit, 42, &visits, stopAll), result) << stopAt << stopAll;
         EXPECT_EQ(visits.names, visited) << stopAt << stopAll;
     }
 }
 
-TEST(ForEachNode, SecondFormsAskOnlyTheTopNodeWhichChildrenToEnter)
+TEST(Walks, OfTheSecondFormAskOnlyTheTopNodeWhichChildrenToEnter)
 {
-    StandardTree s(&CTestGateNode::Create);  // each node rejects its first child
-    s.b->AppendChild(Named("B1"));
-    s.b->AppendChild(Named("B2"));
+    StandardTree gated(&CTestGateNode::Create);  // each node rejects its first child
+    gated.b->AppendChild(Named("B1"));
+    gated.b->AppendChild(Named("B2"));
     Visits visits;
-    EXPECT_EQ(ForEachNode2(s.r, &RecordVisit, 42, &visits, 0), 0);
+    EXPECT_EQ(ForEachNode2(gated.r, &RecordVisit, 42, &visits, 0), 0);
     EXPECT_EQ(visits.names, (NameList{"R", "B", "B1", "B2"}));
     char hidden[] = "A1", visible[] = "B1";
     int counter = 0;
-    EXPECT_EQ(SearchNode2(s.r, &IsSameName, counter, hidden), nullptr);
-    EXPECT_EQ(SearchNode2(s.r, &IsSameName, counter, visible), s.b->GetChild(0));
+    EXPECT_EQ(SearchNode2(gated.r, &IsSameName, counter, hidden), nullptr);
+    EXPECT_EQ(SearchNode2(gated.r, &IsSameName, counter, visible), gated.b->GetChild(0));
 }
 
-TEST(SearchNode, CounterSelectsWhichMatchIsReturnedAndTypesMustMatchExactly)
+TEST(Searches, CounterSelectsWhichMatchIsReturned)
 {
-    StandardTree s;
-    s.a2->SetName("A");
-    s.b->SetName("A");
+    StandardTree walked;
+    walked.a2->SetName("A");
+    walked.b->SetName("A");
     char name[] = "A";
     // The counter before and after, and the match found.
-    for (auto [counter, after, found] : {std::tuple{0, -1, s.a}, {2, -1, s.b}, {5, 2, nullptr}}) {
-        EXPECT_EQ(SearchNode(s.r, &IsSameName, counter, name), found) << after;
-        EXPECT_EQ(counter, after);
+    for (auto [start, after, found] : {std::tuple{0, -1, walked.a}, {2, -1, walked.b}, {5, 2, nullptr}}) {
+        EXPECT_EQ(SearchNode(walked.r, &IsSameName, start, name), found) << after;
+        EXPECT_EQ(start, after);
     }
+}
 
+TEST(Searches, MatchTypesExactly)
+{
     CTree tree(CTestBoxNode::Create());
     tree.Root()->AppendChild(CTestCubeNode::Create());
     char cube[] = "CTestCubeNode", box[] = "CTestBoxNode";
@@ -138,22 +94,71 @@ TEST(SearchNode, CounterSelectsWhichMatchIsReturnedAndTypesMustMatchExactly)
     EXPECT_EQ(SearchNode(tree.Root(), &IsSameType, counter, box), nullptr);
 }
 
-TEST_F(MixedTree, CopyTreeLeavesOutUnregisteredTypesWithTheirSubtrees)
+// End positions belong to one tree and order.
+TEST(Trees, OrdersMirrorEachOtherAndEndPositionsStayPut)
 {
-    CTree copy(CopyTree(s.r));
-    ASSERT_EQ(WalkNames(copy, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
-    EXPECT_EQ(copy.Root()->RefCount(), 1);  // the copy came with count 0
-    EXPECT_EQ(copy.Root()->GetChild(0)->GetChild(0)->RefCount(), 1);
-    EXPECT_EQ(CopyTree(u), nullptr);
+    StandardTree standard;
+    EXPECT_EQ(WalkNames(standard.tree, CTree::FIRST_CHILD_FIRST), (NameList{"R", "A", "A1", "A2", "B"}));
+    EXPECT_EQ(WalkNames(standard.tree, CTree::LAST_CHILD_FIRST), (NameList{"R", "B", "A", "A2", "A1"}));
+
+    CTree::POS pos = standard.tree.Begin(CTree::FIRST_CHILD_FIRST);
+    EXPECT_EQ((pos++).Value(), standard.r);  // the postfix step gives the position before it
+    for (int i = 0; i < 4; ++i) ++pos;
+    EXPECT_EQ(pos, standard.tree.End(CTree::FIRST_CHILD_FIRST));
+    EXPECT_NE(pos, standard.tree.End(CTree::LAST_CHILD_FIRST));
+    CTree other(standard.r);
+    EXPECT_NE(pos, other.End(CTree::FIRST_CHILD_FIRST));
+    EXPECT_EQ(++pos, standard.tree.End(CTree::FIRST_CHILD_FIRST));
+
+    const auto unknown = static_cast<CTree::TRAVEL_ORDER>(2);  // ends the walk at once
+    CTree::POS odd(&standard.tree, standard.r, unknown);
+    EXPECT_EQ(++odd, standard.tree.End(unknown));
 }
 
-TEST(DisplayTree, ListsEachNodeWithMarkersIndentsAndPositionsAndNamesUnchanged)
+TEST(Trees, FindParentsAndSiblings)
 {
-    StandardTree s;
+    StandardTree standard;
+    EXPECT_EQ(standard.tree.FindParent(standard.a1), standard.a);
+    EXPECT_EQ(standard.tree.FindParent(standard.a2, standard.a), standard.a);
+    EXPECT_EQ(standard.tree.FindParent(standard.a1, standard.b), nullptr);
+    EXPECT_EQ(standard.tree.FindNext(standard.a), standard.b);
+    EXPECT_EQ(standard.tree.FindPrev(standard.b), standard.a);
+    EXPECT_EQ(standard.tree.FindNext(standard.b), nullptr);
+    EXPECT_EQ(standard.tree.FindPrev(standard.a), nullptr);
+    EXPECT_EQ(standard.tree.FindNext(standard.r), nullptr);  // the root has no parent
+
+    // Depth first, each node's own children before its subtrees; first matches win.
+    CBaseNode* x = Named("X");
+    standard.a1->AppendChild(x);
+    standard.b->AppendChild(x);
+    EXPECT_EQ(standard.tree.FindParent(x), standard.a1);
+    standard.a->AppendChild(x);
+    EXPECT_EQ(standard.tree.FindParent(x), standard.a);
+    standard.a->InsertChild(0, standard.a2);
+    EXPECT_EQ(standard.tree.FindNext(standard.a2), standard.a1);
+}
+
+TEST(Trees, HoldOneReferenceEachAndTheLastReleaseDestroys)
+{
+    const int before = CTestCountedNode::live;
+    CBaseNode* root = CTestCountedNode::Create();
+    root->AppendChild(CTestCountedNode::Create());
+    CTree held(root), released(root);
+    held.SetRoot(root);  // setting the current root again keeps its one reference
+    EXPECT_EQ(root->RefCount(), 2);
+    released.SetRoot(nullptr);
+    held.SetRoot(CTestCountedNode::Create());
+    EXPECT_EQ(CTestCountedNode::live, before + 1);
+}
+
+// Names are listed unchanged.
+TEST(Trees, DisplayEachNodeWithMarkersIndentsAndPositions)
+{
+    StandardTree shown;
     CBaseNode* b1 = Named("100%s %d");
-    s.b->AppendChild(b1);
-    s.a2->SetName("");
-    s.a->SetAttributeInt("n", 1);
+    shown.b->AppendChild(b1);
+    shown.a2->SetName("");
+    shown.a->SetAttributeInt("n", 1);
     auto tail = [](CBaseNode* node, int attributes) {
         std::ostringstream text;
         text << "(CBaseNode : 0x" << std::hex << reinterpret_cast<uintptr_t>(node) << std::dec
@@ -164,15 +169,15 @@ TEST(DisplayTree, ListsEachNodeWithMarkersIndentsAndPositionsAndNamesUnchanged)
 
     Recording recording(testing::TempDir() + "brell-walk-display");
     DisplayTree(nullptr);
-    DisplayTree(s.tree);
+    DisplayTree(shown.tree);
     EXPECT_EQ(recording.Texts(), (NameList{
                                      "\x81\xA5"
                                      "R" +
-                                         tail(s.r, 0),
-                                     "  " + tee + "1: A" + tail(s.a, 1),
-                                     "  " + bar + tee + "1: A1" + tail(s.a1, 0),
-                                     "  " + bar + corner + "2: <Noname> " + tail(s.a2, 0),
-                                     "  " + corner + "2: B" + tail(s.b, 0),
+                                         tail(shown.r, 0),
+                                     "  " + tee + "1: A" + tail(shown.a, 1),
+                                     "  " + bar + tee + "1: A1" + tail(shown.a1, 0),
+                                     "  " + bar + corner + "2: <Noname> " + tail(shown.a2, 0),
+                                     "  " + corner + "2: B" + tail(shown.b, 0),
                                      "    " + corner + "1: 100%s %d" + tail(b1, 0),
                                  }));
 }

@@ -16,33 +16,15 @@ using brell::test::Recording;
 
 // The library's node types in registration order.
 const std::vector<std::string> kNodeTypes = {
-    "CBaseNode",
-    "CRefNode",
-    "CObjectNode",
-    "CElementNode",
-    "CLodNode",
-    "CModelNode",
-    "CMeshNode",
-    "CLinearLineNode",
-    "CBezierLineNode",
-    "CCharLineNode",
-    "CImageNode",
-    "CGeoBaseNode",
-    "CGeoRefNode",
-    "CGeoSwitchNode",
-    "CGeoModeNode",
-    "CGeoLightNode",
-    "CGeoCameraNode",
-    "CGeoVertexNode",
-    "CGeoPointNode",
-    "CGeoLineNode",
-    "CGeoPolygonNode",
-    "CGeoNormalNode",
-    "CGeoPolyWireNode",
-    "CGeoVertexNormalNode",
-    "CGeoWireFrameNode",
-    "CGeoPolygonRefNode",
-    "CGeoPolyShadeRefNode",
+    "CBaseNode",           "CRefNode",           "CObjectNode",
+    "CElementNode",        "CLodNode",           "CModelNode",
+    "CMeshNode",           "CLinearLineNode",    "CBezierLineNode",
+    "CCharLineNode",       "CImageNode",         "CGeoBaseNode",
+    "CGeoRefNode",         "CGeoSwitchNode",     "CGeoModeNode",
+    "CGeoLightNode",       "CGeoCameraNode",     "CGeoVertexNode",
+    "CGeoPointNode",       "CGeoLineNode",       "CGeoPolygonNode",
+    "CGeoNormalNode",      "CGeoPolyWireNode",   "CGeoVertexNormalNode",
+    "CGeoWireFrameNode",   "CGeoPolygonRefNode", "CGeoPolyShadeRefNode",
     "CGeoPolyWireRefNode",
 };
 
@@ -58,11 +40,6 @@ std::vector<std::string> Concat(std::initializer_list<std::vector<std::string>> 
     std::vector<std::string> all;
     for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
     return all;
-}
-
-std::string RecordPath(const char* suite)
-{
-    return testing::TempDir() + "brell-load-" + suite + ".txt";
 }
 
 void* LoadLibrary()
@@ -90,7 +67,7 @@ void ExpectNodesCanBeMadeByName(void* library)
 
 TEST(WithRecordingOutput, RegistrationsArriveOnChannelZeroAtLevelZeroInTableOrder)
 {
-    Recording recording(RecordPath("recording"));
+    Recording recording(testing::TempDir() + "brell-load-recording.txt");
     void* library = LoadLibrary();
     ASSERT_NE(library, nullptr);
     EXPECT_EQ(recording.Lines(), Concat({{"load", "open 0"}, TraceLines("Register node type ")}));
@@ -113,7 +90,7 @@ TEST(WithoutOutputLibrary, LoadingAndUnloadingSucceed)
 
 TEST(WithoutReopenEntryPoint, OutputLibraryIsReleasedAtOnceAndNeverCalled)
 {
-    Recording recording(RecordPath("no-reopen"));
+    Recording recording(testing::TempDir() + "brell-load-no-reopen.txt");
     void* library = LoadLibrary();
     ASSERT_NE(library, nullptr);
     EXPECT_EQ(recording.Lines(), (std::vector<std::string>{"load", "unload"}));
@@ -124,7 +101,7 @@ TEST(WithoutReopenEntryPoint, OutputLibraryIsReleasedAtOnceAndNeverCalled)
 
 TEST(WithFailingOpen, EveryMessageTriesToOpenTheChannelAgainAndNothingIsClosed)
 {
-    Recording recording(RecordPath("open-fails"));
+    Recording recording(testing::TempDir() + "brell-load-open-fails.txt");
     void* library = LoadLibrary();
     ASSERT_NE(library, nullptr);
     ASSERT_EQ(dlclose(library), 0);

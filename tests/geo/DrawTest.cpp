@@ -1,5 +1,3 @@
-// Drawing through the procedure directory and bounding boxes over mixed trees.
-
 #include "support/ProcedureRecorder.h"
 
 #include <brelldata/core/Tree.h>
@@ -87,7 +85,7 @@ TEST(Drawing, AsksEachNodesChainInOrderAndSkipsHiddenAndDisabledNodes)
 
 // The two variants of Draw differ in how a failing non-geometry child counts,
 // and in where the result starts.
-TEST(Drawing, ResultsOfTheBaseAndTheDerivedVariant)
+TEST(Drawing, VariantsCountAFailingPlainChildDifferently)
 {
     struct Case {
         const char* title;
@@ -112,7 +110,7 @@ TEST(Drawing, ResultsOfTheBaseAndTheDerivedVariant)
     }
 }
 
-TEST(Drawing, MissingProceduresFailAndHiddenTreesCallNothing)
+TEST(Drawing, FailsWithoutProceduresAndCallsNothingForHiddenTrees)
 {
     CTree tree(Make("root"));
     Make<CGeoSwitchNode>("a", tree.Root());
@@ -132,33 +130,33 @@ TEST(Drawing, MissingProceduresFailAndHiddenTreesCallNothing)
     EXPECT_TRUE(recorder.TakeCalls().empty());
 }
 
-TEST(BoundingBox, CountsHiddenNodesAndNormalTipsButNotDisabledChildren)
+TEST(BoundingBoxes, CountHiddenNodesAndNormalTipsButNotDisabledChildren)
 {
-    CTree tree(Make("root"));
-    auto* hidden = Make<CGeoVertexNode>("hidden", tree.Root());
+    CTree boxed(Make("root"));
+    auto* hidden = Make<CGeoVertexNode>("hidden", boxed.Root());
     AddVertex(hidden, 0, 0, 0);
     AddVertex(hidden, 1, 2, 3);
     hidden->ShowEnable(0);
-    auto* sw = Make<CGeoSwitchNode>("sw", Make<CBaseNode>("plain", tree.Root()));
+    auto* sw = Make<CGeoSwitchNode>("sw", Make<CBaseNode>("plain", boxed.Root()));
     AddVertex(Make<CGeoVertexNode>("far", sw), 100, 100, 100);
     sw->EnableAll(0);
-    auto* normals = Make<CGeoNormalNode>("normals", tree.Root());
+    auto* normals = Make<CGeoNormalNode>("normals", boxed.Root());
     AddVertex(normals, -1, 0, 0);
     normals->Append(1);
     normals->Index(0) = 0;
     normals->Normal(0) = {0, 0, -1};
-    auto* vertexNormals = Make<CGeoVertexNormalNode>("vertex normals", tree.Root());
+    auto* vertexNormals = Make<CGeoVertexNormalNode>("vertex normals", boxed.Root());
     AddVertex(vertexNormals, 0, 0, 0);
     vertexNormals->Append(1);
     vertexNormals->Normal(0) = {0, 0.5f, 0};
 
     std::vector<double> box(6, 99);
-    ASSERT_EQ(EvalBBox(&tree, box[0], box[1], box[2], box[3], box[4], box[5]), 1);
+    ASSERT_EQ(EvalBBox(&boxed, box[0], box[1], box[2], box[3], box[4], box[5]), 1);
     EXPECT_EQ(box, (std::vector<double>{-1, 0, -10, 1, 5, 3}));
 
     int empty = 0;
     std::vector<double> wider = {-5, -5, -20, 5, 5, 5};
-    EXPECT_EQ(static_cast<CGeoBaseNode*>(tree.Root())
+    EXPECT_EQ(static_cast<CGeoBaseNode*>(boxed.Root())
                   ->EvalBBox(wider[0], wider[1], wider[2], wider[3], wider[4], wider[5], empty),
               1);
     EXPECT_EQ(wider, (std::vector<double>{-5, -5, -20, 5, 5, 5}));

@@ -1,7 +1,5 @@
-// Geometry node classes: identity, defaults, comments, copies, index edits,
-// reference meshes, lights and the view point.
-
 #include "diag/Recording.h"
+#include "support/Held.h"
 
 #include <brelldata/core/NodeRegistry.h>
 #include <brelldata/geo/GroupNodes.h>
@@ -11,28 +9,20 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <memory>
 #include <string>
 #include <vector>
 
 namespace {
 
-// Holds a node made by name for the length of a test.
-struct Held {
-    explicit Held(const char* type) : node(CreateNode(type)) { node->AddRef(); }
-    ~Held() { node->Release(); }
-    CBaseNode* node;
+using brell::test::Held;
+
+// Exposes the repair of normal counts, which only derived classes may call.
+class CheckedShade : public CGeoPolyShadeRefNode {
+public:
+    using CGeoPolyShadeRefNode::Check;
 };
 
-template <class Node>
-struct HeldAs {
-    HeldAs() : node(new Node) { node->AddRef(); }
-    ~HeldAs() { node->Release(); }
-    Node* operator->() const { return node; }
-    Node* node;
-};
-
-TEST(GeometryClasses, IdentityAndCommentOfANewNode)
+TEST(GeometryClasses, HaveTheirTypesBasesAndEmptyComments)
 {
     struct Case {
         const char* type;
@@ -61,11 +51,10 @@ TEST(GeometryClasses, IdentityAndCommentOfANewNode)
     };
     for (const Case& c : cases) {
         SCOPED_TRACE(c.type);
-        Held held(c.type);
+        Held held(CreateNode(c.type));
         auto* node = static_cast<CGeoBaseNode*>(held.node);
         EXPECT_EQ(node->Type(), c.type);
-        EXPECT_EQ(node->IsKindOf(c.base), 1);
-        EXPECT_EQ(node->IsKindOf("CGeoBaseNode"), 1);
+        EXPECT_EQ(node->IsKindOf(c.base), 1);  // and so of the bases of the base, as the core tests show
         EXPECT_EQ(node->IsKindOf("CGeoRefNode"), std::string(c.type) == "CGeoRefNode" ? 1 : 0);
         EXPECT_EQ(node->Comment(), c.comment);
         EXPECT_EQ(node->ShowEnable(0), 1);
@@ -73,15 +62,15 @@ TEST(GeometryClasses, IdentityAndCommentOfANewNode)
     }
 }
 
-TEST(GeometryClasses, DefaultsAndCommentsWithTheirFlags)
+TEST(GeometryClasses, DefaultsAndCommentsFollowTheirFields)
 {
-    HeldAs<CGeoPointNode> point;
-    HeldAs<CGeoNormalNode> normal;
+    Held<CGeoPointNode> point;
+    Held<CGeoNormalNode> normal;
     EXPECT_EQ(point->size, 1.0);
     EXPECT_EQ(normal->size, 10.0);
     EXPECT_EQ(point->color.r + point->color.g + point->color.b + point->color.a, 4 * 255);
 
-    HeldAs<CGeoLineNode> line;
+    Held<CGeoLineNode> line;
     EXPECT_EQ(line->Segment(), 2);
     EXPECT_EQ(line->lineWidth, 1.0);
     line->closed = 1;
@@ -89,128 +78,24 @@ TEST(GeometryClasses, DefaultsAndCommentsWithTheirFlags)
     line->Append(2);
     EXPECT_EQ(line->Comment(), "2 lines, 4 vertices, seg = 2<close>");
 
-    HeldAs<CGeoPolyShadeRefNode> shade;
+    Held<CGeoPolyShadeRefNode> shade;
     shade->smooth = shade->texture = 1;
     EXPECT_EQ(shade->Comment(), "0 PolyShades, 0 vertices<smooth><texture>");
 
-    HeldAs<CGeoCameraNode> camera;
+    Held<CGeoCameraNode> camera;
     camera->camera.perspective = 0;
     EXPECT_EQ(camera->Comment(), "Ortho: 0.000000, 0.000000, 0.000000 => 0.000000, 0.000000, -1000.000000");
 
-    HeldAs<CGeoBaseNode> base;
+    Held<CGeoBaseNode> base;
     base->ShowEnable(0);
     base->SetAttributeInt("a", 1);
     EXPECT_EQ(base->Comment(), "Attribute: 1[Hide]");
 }
 
-TEST(GeometryClasses, CopySharesStoresOfTheTypesInCommon)
+// Reference meshes index their texture coordinates with spare elements.
+TEST(ReferenceMeshes, IndexThroughTheirIndicesOrTheSpareElement)
 {
-    HeldAs<CGeoPointNode> point;
-    HeldAs<CGeoPointNode> source;
-    source->size = 3.0;
-    source->SetName("source");
-    source->ShowEnable(0);
-    ASSERT_EQ(point->Copy(source.node), 1);
-    EXPECT_EQ(point->size, 3.0);
-    EXPECT_EQ(point->Name(), "source");
-    EXPECT_EQ(point->IsShow(), 0);
-    source->Append(1);
-    source->Index(0) = 42;
-    source->AppendVertex(1);
-    EXPECT_EQ(point->Index(0), 42);
-    EXPECT_EQ(point->VertexNumber(), 1);
-
-    // From a line node only the vertex store is in common.
-    HeldAs<CGeoPointNode> fromLine;
-    HeldAs<CGeoLineNode> line;
-    line->AppendVertex(5);
-    ASSERT_EQ(fromLine->Copy(line.node), 1);
-    EXPECT_EQ(fromLine->VertexNumber(), 5);
-    EXPECT_EQ(fromLine->size, 1.0);
-    EXPECT_EQ(fromLine->Number(), 0);
-
-    // A shaded mesh shares only the texture image; its normals stay its own.
-    HeldAs<CGeoPolyShadeRefNode> shade;
-    HeldAs<CGeoPolyShadeRefNode> shadeSource;
-    shadeSource->smooth = 1;
-    shadeSource->flatNormals->Append(3);
-    shadeSource->indices->Append(2);
-    shade->Copy(shadeSource.node);
-    shadeSource->textureImage->AppendRows(4);
-    EXPECT_EQ(shade->smooth, 1);
-    EXPECT_EQ(shade->textureImage->height, 4);
-    EXPECT_EQ(shade->flatNormals->Number(), 0);
-    EXPECT_EQ(shade->Number(), 2);
-
-    // A vertex normal node keeps its own length.
-    HeldAs<CGeoVertexNormalNode> vertexNormals;
-    HeldAs<CGeoVertexNormalNode> vertexNormalSource;
-    vertexNormalSource->length = 2.0;
-    vertexNormalSource->Append(2);
-    vertexNormals->Copy(vertexNormalSource.node);
-    EXPECT_EQ(vertexNormals->length, 10.0);
-    EXPECT_EQ(vertexNormals->normals->Number(), 2);
-
-    EXPECT_EQ(point->Copy(nullptr), 0);
-    EXPECT_EQ(point->Copy(point.node), 1);
-    EXPECT_EQ(point->Index(0), 42);
-}
-
-TEST(VertexNodes, DeleteByValueAndNormalsFollowTheirIndices)
-{
-    HeldAs<CGeoNormalNode> normal;
-    ASSERT_EQ(normal->Append(4), 1);
-    EXPECT_EQ(normal->normals->Number(), 4);
-    const int values[] = {4, 1, 4, 2};
-    for (int i = 0; i < 4; ++i) {
-        normal->Index(i) = values[i];
-        normal->Normal(i) = {double(i), 0, 0};
-    }
-    normal->DeleteByValue(4);
-    ASSERT_EQ(normal->Number(), 2);
-    EXPECT_EQ(normal->Index(0), 1);
-    EXPECT_EQ(normal->Index(1), 2);
-    EXPECT_EQ(normal->Normal(1).x, 3.0);
-    EXPECT_EQ(normal->normals->Number(), 2);
-
-    HeldAs<CGeoPolygonNode> polygon;
-    polygon->Append(3);
-    const int rows[3][3] = {{0, 1, 2}, {2, 3, 4}, {4, 5, 0}};
-    for (int i = 0; i < 3; ++i)
-        for (int j = 0; j < 3; ++j) polygon->Index(i, j) = rows[i][j];
-    polygon->DeleteByValue(4);
-    ASSERT_EQ(polygon->Number(), 1);
-    EXPECT_EQ(polygon->Index(0, 2), 2);
-    EXPECT_EQ(polygon->Index(-1, 0), polygon->Index(-2, 0));  // the spare element
-}
-
-TEST(VertexNodes, BoxAndNearestVertex)
-{
-    HeldAs<CGeoVertexNode> node;
-    node->AppendVertex(3);
-    node->GetVertex(0) = {0, 0, 0};
-    node->GetVertex(1) = {1, 2, 3};
-    node->GetVertex(2) = {-1, 5, 0};
-    std::vector<double> box(6);
-    ASSERT_EQ(node->EvalBBoxThis(box[0], box[1], box[2], box[3], box[4], box[5]), 1);
-    EXPECT_EQ(box, (std::vector<double>{-1, 0, 0, 1, 5, 3}));
-
-    node->GetVertex(2) = {1, 2, 3};
-    EXPECT_EQ(node->FindNearestVertex(1, 2, 2.5, 0), 1);
-    EXPECT_EQ(node->FindNearestVertex(CVector_3<double>{0, 0, 0}, 1), 1);
-    EXPECT_EQ(node->FindNearestVertex(0, 0, 0, 3), -1);
-    EXPECT_EQ(node->FindNearestVertex(0, 0, 0, -5), 0);
-    EXPECT_EQ(node->FindNearestVertex(1e30, 0, 0, 0), -1);  // no vertex closer than 1e38 squared
-
-    HeldAs<CGeoVertexNormalNode> normals;
-    normals->AppendVertex(3);
-    normals->Append(2);
-    EXPECT_EQ(normals->EvalBBoxThis(box[0], box[1], box[2], box[3], box[4], box[5]), 0);
-}
-
-TEST(ReferenceMeshes, IndexTextureCoordinatesAndTheirSpareElements)
-{
-    HeldAs<CGeoPolyShadeRefNode> mesh;
+    Held<CGeoPolyShadeRefNode> mesh;
     auto& rows = mesh->polygons->rows;
     rows.push_back({{0, 1, 2, 0}, 3});
     rows.push_back({{2, 3, 4, 5}, 4});
@@ -235,37 +120,31 @@ TEST(ReferenceMeshes, IndexTextureCoordinatesAndTheirSpareElements)
     EXPECT_EQ(mesh->EvalBBoxThis(box[0], box[1], box[2], box[3], box[4], box[5]), 1);
 }
 
-// Exposes the repair of normal counts, which only derived classes may call.
-class CheckedShade : public CGeoPolyShadeRefNode {
-public:
-    using CGeoPolyShadeRefNode::Check;
-};
-
-TEST(ReferenceMeshes, CheckCorrectsNormalCountsWithAWarningEach)
+TEST(ReferenceMeshes, CheckRepairsNormalCountsAndReportsIt)
 {
     brell::test::Recording recording(testing::TempDir() + "brell-geo-check");
-    HeldAs<CheckedShade> mesh;
-    mesh->indices->Append(3);
-    mesh->flatNormals->Append(2);
-    mesh->FlatNormal(1) = {1, 2, 3};
-    mesh->AppendVertex(4);
-    mesh->smoothNormals->Append(4);
-    mesh->Check();
+    Held<CheckedShade> checked;
+    checked->indices->Append(3);
+    checked->flatNormals->Append(2);
+    checked->FlatNormal(1) = {1, 2, 3};
+    checked->AppendVertex(4);
+    checked->smoothNormals->Append(4);
+    checked->Check();
     EXPECT_EQ(recording.Texts(),
               (std::vector<std::string>{
                   "Internal error: CGeoPolyShadeRefNode's flat normal number is error, and will be corrected.\n"}));
-    EXPECT_EQ(mesh->flatNormals->Number(), 3);
-    EXPECT_EQ(mesh->FlatNormal(1).z, 3.0f);
+    EXPECT_EQ(checked->flatNormals->Number(), 3);
+    EXPECT_EQ(checked->FlatNormal(1).z, 3.0f);
 
-    mesh->AppendVertex(1);
-    mesh->Check();
+    checked->AppendVertex(1);
+    checked->Check();
     EXPECT_EQ(recording.Texts().size(), 2u);
-    EXPECT_EQ(mesh->smoothNormals->Number(), 5);
+    EXPECT_EQ(checked->smoothNormals->Number(), 5);
 }
 
-TEST(LightsAndCamera, LightListAndViewPoint)
+TEST(LightNodes, AppendDeleteAndCopyTheirLights)
 {
-    HeldAs<CGeoLightNode> lights;
+    Held<CGeoLightNode> lights;
     EXPECT_EQ(lights->Light(0), nullptr);
     EXPECT_EQ(lights->Delete(0), 0);
     LIGHT_PARAM light{};
@@ -281,7 +160,10 @@ TEST(LightsAndCamera, LightListAndViewPoint)
     EXPECT_EQ(lights->Comment(), "2 lights");
     lights->Copy(lights.node);
     EXPECT_EQ(lights->Number(), 2);
+}
 
+TEST(ViewPoint, SeesTheWholeBoxInTheFieldOfView)
+{
     double x, y, z;
     EXPECT_EQ(EvalViewPoint(-1, -1, -1, 1, 1, 1, 0, 0, -1, 90, x, y, z), 1);
     EXPECT_EQ(x, 0.0);
@@ -289,6 +171,121 @@ TEST(LightsAndCamera, LightListAndViewPoint)
     EXPECT_NEAR(z, std::sqrt(3.0) / std::sin(M_PI / 4), 1e-12);
     EvalViewPoint(-1, -1, -1, 1, 1, 1, 0, 0, -2, 0, x, y, z);
     EXPECT_NEAR(z, 4.526067, 1e-6);
+}
+
+TEST(GeometryCopies, ShareTheStoresOfTheTypesInCommon)
+{
+    Held<CGeoPointNode> copied, source;
+    source->size = 3.0;
+    source->SetName("source");
+    source->ShowEnable(0);
+    ASSERT_EQ(copied->Copy(source.node), 1);
+    EXPECT_EQ(copied->size, 3.0);
+    EXPECT_EQ(copied->Name(), "source");
+    EXPECT_EQ(copied->IsShow(), 0);
+    source->Append(1);
+    source->Index(0) = 42;
+    source->AppendVertex(1);
+    EXPECT_EQ(copied->Index(0), 42);
+    EXPECT_EQ(copied->VertexNumber(), 1);
+
+    EXPECT_EQ(copied->Copy(nullptr), 0);
+    EXPECT_EQ(copied->Copy(copied.node), 1);
+    EXPECT_EQ(copied->Index(0), 42);
+}
+
+TEST(GeometryCopies, FromALineNodeTakeOnlyTheVertices)
+{
+    Held<CGeoPointNode> fromLine;
+    Held<CGeoLineNode> lines;
+    lines->AppendVertex(5);
+    ASSERT_EQ(fromLine->Copy(lines.node), 1);
+    EXPECT_EQ(fromLine->VertexNumber(), 5);
+    EXPECT_EQ(fromLine->size, 1.0);
+    EXPECT_EQ(fromLine->Number(), 0);
+}
+
+TEST(GeometryCopies, OfAShadedMeshShareOnlyTheTextureImage)
+{
+    Held<CGeoPolyShadeRefNode> shaded, shadeSource;
+    shadeSource->smooth = 1;
+    shadeSource->flatNormals->Append(3);
+    shadeSource->indices->Append(2);
+    shaded->Copy(shadeSource.node);
+    shadeSource->textureImage->AppendRows(4);
+    EXPECT_EQ(shaded->smooth, 1);
+    EXPECT_EQ(shaded->textureImage->height, 4);
+    EXPECT_EQ(shaded->flatNormals->Number(), 0);
+    EXPECT_EQ(shaded->Number(), 2);
+}
+
+TEST(GeometryCopies, OfVertexNormalsKeepTheirOwnLength)
+{
+    Held<CGeoVertexNormalNode> vertexNormals, vertexNormalSource;
+    vertexNormalSource->length = 2.0;
+    vertexNormalSource->Append(2);
+    vertexNormals->Copy(vertexNormalSource.node);
+    EXPECT_EQ(vertexNormals->length, 10.0);
+    EXPECT_EQ(vertexNormals->normals->Number(), 2);
+}
+
+// Normals follow their indices.
+TEST(VertexNodes, DeleteByValue)
+{
+    Held<CGeoNormalNode> indexed;
+    ASSERT_EQ(indexed->Append(4), 1);
+    EXPECT_EQ(indexed->normals->Number(), 4);
+    const int values[] = {4, 1, 4, 2};
+    for (int i = 0; i < 4; ++i) {
+        indexed->Index(i) = values[i];
+        indexed->Normal(i) = {double(i), 0, 0};
+    }
+    indexed->DeleteByValue(4);
+    ASSERT_EQ(indexed->Number(), 2);
+    EXPECT_EQ(indexed->Index(0), 1);
+    EXPECT_EQ(indexed->Index(1), 2);
+    EXPECT_EQ(indexed->Normal(1).x, 3.0);
+    EXPECT_EQ(indexed->normals->Number(), 2);
+
+    Held<CGeoPolygonNode> polygon;
+    polygon->Append(3);
+    const int corners[3][3] = {{0, 1, 2}, {2, 3, 4}, {4, 5, 0}};
+    for (int i = 0; i < 3; ++i)
+        for (int j = 0; j < 3; ++j) polygon->Index(i, j) = corners[i][j];
+    polygon->DeleteByValue(4);
+    ASSERT_EQ(polygon->Number(), 1);
+    EXPECT_EQ(polygon->Index(0, 2), 2);
+    EXPECT_EQ(polygon->Index(-1, 0), polygon->Index(-2, 0));  // the spare element
+}
+
+TEST(VertexNodes, BoundingBoxesSpanTheVerticesOfNodesThatDrawThem)
+{
+    Held<CGeoVertexNode> node;
+    node->AppendVertex(3);
+    node->GetVertex(0) = {0, 0, 0};
+    node->GetVertex(1) = {1, 2, 3};
+    node->GetVertex(2) = {-1, 5, 0};
+    std::vector<double> bounds(6);
+    ASSERT_EQ(node->EvalBBoxThis(bounds[0], bounds[1], bounds[2], bounds[3], bounds[4], bounds[5]), 1);
+    EXPECT_EQ(bounds, (std::vector<double>{-1, 0, 0, 1, 5, 3}));
+
+    Held<CGeoVertexNormalNode> normals;
+    normals->AppendVertex(3);
+    normals->Append(2);
+    EXPECT_EQ(normals->EvalBBoxThis(bounds[0], bounds[1], bounds[2], bounds[3], bounds[4], bounds[5]), 0);
+}
+
+TEST(VertexNodes, FindTheNearestVertexAfterTheSkippedOne)
+{
+    Held<CGeoVertexNode> node;
+    node->AppendVertex(3);
+    node->GetVertex(0) = {0, 0, 0};
+    node->GetVertex(1) = node->GetVertex(2) = {1, 2, 3};
+    EXPECT_EQ(node->FindNearestVertex(1, 2, 2.5, 0), 1);
+    EXPECT_EQ(node->FindNearestVertex(CVector_3<double>{0, 0, 0}, 1), 1);
+    EXPECT_EQ(node->FindNearestVertex(0, 0, 0, 3), -1);
+    EXPECT_EQ(node->FindNearestVertex(0, 0, 0, -5), 0);
+    EXPECT_EQ(node->FindNearestVertex(1e30, 0, 0, 0), -1);  // no vertex closer than 1e38 squared
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-// Switch, mode and geometry reference nodes, and searching for references.
+#include "support/Held.h"
 
 #include <brelldata/core/RefNode.h>
 #include <brelldata/core/Tree.h>
@@ -13,59 +13,14 @@
 
 namespace {
 
+using brell::test::Held;
+
 std::vector<int> Enabled(CBaseNode& node)
 {
     std::vector<int> flags;
     for (unsigned int i = 0; i < node.GetChildNum(); ++i) flags.push_back(node.IsChildEnable(static_cast<int>(i)));
     return flags;
 }
-
-struct Switch {
-    explicit Switch(int children)
-    {
-        node->AddRef();
-        for (int i = 0; i < children; ++i) node->AppendChild(new CGeoBaseNode);
-    }
-    ~Switch() { node->Release(); }
-    CGeoSwitchNode* node = new CGeoSwitchNode;
-};
-
-TEST(SwitchNode, FlagsFollowPositionsWithTheDefaultBeyondThem)
-{
-    Switch three(3);
-    EXPECT_EQ(three.node->Comment(), "Default: Enable <  >");
-    EXPECT_EQ(Enabled(*three.node), (std::vector<int>{1, 1, 1}));
-    three.node->SetDefault(0);
-    EXPECT_EQ(Enabled(*three.node), (std::vector<int>{0, 0, 0}));
-    three.node->SetDefault(1);
-    EXPECT_EQ(three.node->Enable(1, 0), 1);
-    EXPECT_EQ(three.node->Comment(), "Default: Enable < x-x >");
-    EXPECT_EQ(three.node->Enable(3, 0), 1);
-    three.node->DeleteFlag(0);
-    three.node->DeleteFlag(7);
-    EXPECT_EQ(three.node->flags, (std::vector<int>{0, 1}));
-
-    Switch five(5);
-    five.node->EnableOnly(2, 1);
-    EXPECT_EQ(Enabled(*five.node), (std::vector<int>{0, 0, 1, 0, 0}));
-    five.node->EnableOnly(2, 0);
-    EXPECT_EQ(Enabled(*five.node), (std::vector<int>{1, 1, 0, 1, 1}));
-
-    Switch two(2);
-    two.node->InsertFlag(0, 0);
-    two.node->InsertFlag(4, 0);
-    EXPECT_EQ(two.node->flags, (std::vector<int>{0, 1, 1}));
-    two.node->SetDefault(0);
-    Switch copy(0);
-    copy.node->Copy(two.node);
-    EXPECT_EQ(copy.node->Comment(), "Default: Disable < -xx >");
-}
-
-struct Mode {
-    Mode() { node->AddRef(); }
-    ~Mode() { node->Release(); }
-    CGeoModeNode* node = new CGeoModeNode;
-};
 
 std::vector<CBaseNode*> Children(CBaseNode& node)
 {
@@ -74,58 +29,11 @@ std::vector<CBaseNode*> Children(CBaseNode& node)
     return children;
 }
 
-TEST(ModeNode, MembersKeepTheirOrderAndReplacedOnesAreReleased)
+CGeoSwitchNode* SwitchOf(int children)
 {
-    Mode mode;
-    auto* other = new CGeoBaseNode;
-    auto* line = new CGeoBaseNode;
-    auto* normal = new CGeoBaseNode;
-    auto* point = new CGeoBaseNode;
-    mode.node->AppendChild(other);
-    EXPECT_EQ(mode.node->SetNormalNode(normal), 1);
-    EXPECT_EQ(mode.node->SetLineNode(line), 1);
-    EXPECT_EQ(mode.node->SetPointNode(point), 1);
-    EXPECT_EQ(Children(*mode.node), (std::vector<CBaseNode*>{other, point, line, normal}));
-    EXPECT_EQ(Enabled(*mode.node), (std::vector<int>{1, 0, 1, 0}));
-
-    point->AddRef();
-    EXPECT_EQ(mode.node->SetPointNode(mode.node->GetPointNode()), 1);  // the same node again survives
-    EXPECT_EQ(point->RefCount(), 2);
-    auto* secondPoint = new CGeoBaseNode;
-    EXPECT_EQ(mode.node->SetPointNode(secondPoint), 1);
-    EXPECT_EQ(point->RefCount(), 1);
-    point->Release();
-    EXPECT_EQ(mode.node->GetPointNode(), secondPoint);
-
-    mode.node->RemoveChild(line, 1);
-    EXPECT_EQ(mode.node->GetLineNode(), nullptr);
-    EXPECT_EQ(mode.node->SetPointNode(nullptr), 0);
-    EXPECT_EQ(mode.node->GetPointNode(), nullptr);
-    EXPECT_EQ(Children(*mode.node), (std::vector<CBaseNode*>{other, normal}));
-
-    EXPECT_EQ(mode.node->SetMode(CGeoModeNode::kPoint | CGeoModeNode::kShading), CGeoModeNode::kWireframe);
-    EXPECT_EQ(mode.node->Comment(), "Point,Shading");
-    mode.node->SetMode(64);
-    EXPECT_EQ(mode.node->Comment(), "<None>");
-}
-
-TEST(ModeNode, ModeReachesShadedMeshesBelowThePolygonMember)
-{
-    Mode mode;
-    auto* polygon = new CGeoPolyShadeRefNode;
-    auto* deep = new CGeoPolyShadeRefNode;
-    auto* middle = new CGeoBaseNode;
-    middle->AppendChild(deep);
-    polygon->AppendChild(middle);
-    mode.node->SetMode(CGeoModeNode::kTexture);
-    mode.node->SetPolygonNode(polygon);
-    EXPECT_EQ(polygon->texture, 1);
-    EXPECT_EQ(deep->texture, 0);
-
-    mode.node->SetMode(CGeoModeNode::kSmooth);
-    EXPECT_EQ(polygon->smooth, 1);
-    EXPECT_EQ(polygon->texture, 0);
-    EXPECT_EQ(deep->smooth, 1);
+    auto* node = new CGeoSwitchNode;
+    for (int i = 0; i < children; ++i) node->AppendChild(new CGeoBaseNode);
+    return node;
 }
 
 // Counts its discards in a counter of the test's.
@@ -143,7 +51,92 @@ private:
     int& discards_;
 };
 
-TEST(GeoRefNode, DiscardsItsCacheExactlyOnceOnEveryPath)
+TEST(SwitchNodes, FlagsFollowEnablesDefaultsAndCopies)
+{
+    Held three(SwitchOf(3));
+    EXPECT_EQ(three->Comment(), "Default: Enable <  >");
+    EXPECT_EQ(Enabled(*three.node), (std::vector<int>{1, 1, 1}));
+    three->SetDefault(0);
+    EXPECT_EQ(Enabled(*three.node), (std::vector<int>{0, 0, 0}));
+    three->SetDefault(1);
+    EXPECT_EQ(three->Enable(1, 0), 1);
+    EXPECT_EQ(three->Comment(), "Default: Enable < x-x >");
+    EXPECT_EQ(three->Enable(3, 0), 1);
+    three->DeleteFlag(0);
+    three->DeleteFlag(7);
+    EXPECT_EQ(three->flags, (std::vector<int>{0, 1}));
+
+    Held five(SwitchOf(5));
+    five->EnableOnly(2, 1);
+    EXPECT_EQ(Enabled(*five.node), (std::vector<int>{0, 0, 1, 0, 0}));
+    five->EnableOnly(2, 0);
+    EXPECT_EQ(Enabled(*five.node), (std::vector<int>{1, 1, 0, 1, 1}));
+
+    Held two(SwitchOf(2));
+    two->InsertFlag(0, 0);
+    two->InsertFlag(4, 0);
+    EXPECT_EQ(two->flags, (std::vector<int>{0, 1, 1}));
+    two->SetDefault(0);
+    Held<CGeoSwitchNode> copy;
+    copy->Copy(two.node);
+    EXPECT_EQ(copy->Comment(), "Default: Disable < -xx >");
+}
+
+TEST(ModeNodes, KeepMembersInOrderAndReleaseReplacedOnes)
+{
+    Held<CGeoModeNode> mode;
+    auto* other = new CGeoBaseNode;
+    auto* line = new CGeoBaseNode;
+    auto* normal = new CGeoBaseNode;
+    auto* point = new CGeoBaseNode;
+    mode->AppendChild(other);
+    EXPECT_EQ(mode->SetNormalNode(normal), 1);
+    EXPECT_EQ(mode->SetLineNode(line), 1);
+    EXPECT_EQ(mode->SetPointNode(point), 1);
+    EXPECT_EQ(Children(*mode.node), (std::vector<CBaseNode*>{other, point, line, normal}));
+    EXPECT_EQ(Enabled(*mode.node), (std::vector<int>{1, 0, 1, 0}));
+
+    point->AddRef();
+    EXPECT_EQ(mode->SetPointNode(mode->GetPointNode()), 1);  // the same node again survives
+    EXPECT_EQ(point->RefCount(), 2);
+    auto* secondPoint = new CGeoBaseNode;
+    EXPECT_EQ(mode->SetPointNode(secondPoint), 1);
+    EXPECT_EQ(point->RefCount(), 1);
+    point->Release();
+    EXPECT_EQ(mode->GetPointNode(), secondPoint);
+
+    mode->RemoveChild(line, 1);
+    EXPECT_EQ(mode->GetLineNode(), nullptr);
+    EXPECT_EQ(mode->SetPointNode(nullptr), 0);
+    EXPECT_EQ(mode->GetPointNode(), nullptr);
+    EXPECT_EQ(Children(*mode.node), (std::vector<CBaseNode*>{other, normal}));
+
+    EXPECT_EQ(mode->SetMode(CGeoModeNode::kPoint | CGeoModeNode::kShading), CGeoModeNode::kWireframe);
+    EXPECT_EQ(mode->Comment(), "Point,Shading");
+    mode->SetMode(64);
+    EXPECT_EQ(mode->Comment(), "<None>");
+}
+
+TEST(ModeNodes, ModeReachesShadedMeshesBelow)
+{
+    Held<CGeoModeNode> shading;
+    auto* polygon = new CGeoPolyShadeRefNode;
+    auto* deep = new CGeoPolyShadeRefNode;
+    auto* middle = new CGeoBaseNode;
+    middle->AppendChild(deep);
+    polygon->AppendChild(middle);
+    shading->SetMode(CGeoModeNode::kTexture);
+    shading->SetPolygonNode(polygon);
+    EXPECT_EQ(polygon->texture, 1);
+    EXPECT_EQ(deep->texture, 0);
+
+    shading->SetMode(CGeoModeNode::kSmooth);
+    EXPECT_EQ(polygon->smooth, 1);
+    EXPECT_EQ(polygon->texture, 0);
+    EXPECT_EQ(deep->smooth, 1);
+}
+
+TEST(GeoRefNodes, DiscardTheirCacheExactlyOnceOnEveryPath)
 {
     CBaseNode target;
     struct Path {
@@ -178,30 +171,30 @@ TEST(GeoRefNode, DiscardsItsCacheExactlyOnceOnEveryPath)
     EXPECT_EQ(target.RefCount(), 0);
 }
 
-TEST(GeoRefNode, ReferencesFollowMixedChainsAndAreFoundBySearch)
+TEST(GeoRefNodes, FollowMixedChainsAndAreFoundBySearch)
 {
     CTree tree(new CBaseNode);
-    auto* polygon = new CGeoPolygonNode;
+    auto* referred = new CGeoPolygonNode;
     auto* toPolygon = new CRefNode;
     auto* geoToRef = new CGeoRefNode;
     auto* refToGeo = new CRefNode;
     auto* geoToGeo = new CGeoRefNode;
-    for (CBaseNode* node : std::vector<CBaseNode*>{polygon, toPolygon, geoToRef, refToGeo, geoToGeo})
+    for (CBaseNode* node : std::vector<CBaseNode*>{referred, toPolygon, geoToRef, refToGeo, geoToGeo})
         tree.Root()->AppendChild(node);
-    toPolygon->SetRefNode(polygon);
+    toPolygon->SetRefNode(referred);
     geoToRef->SetRefNode(toPolygon);
     refToGeo->SetRefNode(geoToRef);
     geoToGeo->SetRefNode(geoToRef);
-    EXPECT_EQ(geoToRef->Reference(), polygon);
-    EXPECT_EQ(refToGeo->Reference(), polygon);
-    EXPECT_EQ(geoToGeo->Reference(), polygon);
+    EXPECT_EQ(geoToRef->Reference(), referred);
+    EXPECT_EQ(refToGeo->Reference(), referred);
+    EXPECT_EQ(geoToGeo->Reference(), referred);
     EXPECT_EQ(CGeoRefNode().Reference(), nullptr);
 
     int counter = 1;
-    EXPECT_EQ(SearchNode(tree.Root(), IsRefNode, counter, polygon), geoToRef);
+    EXPECT_EQ(SearchNode(tree.Root(), IsRefNode, counter, referred), geoToRef);
     counter = 3;
-    EXPECT_EQ(SearchNode(tree.Root(), IsRefNode, counter, polygon), geoToGeo);
-    EXPECT_EQ(IsRefNode(polygon, counter, nullptr), 0);
+    EXPECT_EQ(SearchNode(tree.Root(), IsRefNode, counter, referred), geoToGeo);
+    EXPECT_EQ(IsRefNode(referred, counter, nullptr), 0);
 }
 
 }  // namespace

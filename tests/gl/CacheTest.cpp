@@ -10,88 +10,71 @@ namespace {
 struct Referenced {
     Referenced()
     {
-        subtree->AddRef();
-        Add(subtree, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
-        CGeoPolyShadeRefNode* quad = Add(subtree, ShadedQuad(-1.0, -1.0, 1.0, 1.0, -0.5, kWhite));
+        Add(subtree.node, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
+        CGeoPolyShadeRefNode* quad = Add(subtree.node, ShadedQuad(-1.0, -1.0, 1.0, 1.0, -0.5, kWhite));
         quad->texture = 1;
-        quad->textureImage->width = 1;
-        quad->textureImage->AppendRows(1);
-        quad->textureImage->Element(0, 0) = kBlue;
-        reference->SetRefNode(subtree);
-        Add(scene.root, OrthoCamera());
-        Add(scene.root, reference);
+        SetPixels(*quad->textureImage, 1, {kBlue});
+        reference->SetRefNode(subtree.node);
+        Add(scene.node, OrthoCamera());
+        Add(scene.node, reference);
     }
-    ~Referenced() { subtree->Release(); }
 
-    CGeoBaseNode* subtree = new CGeoBaseNode;
+    Scene subtree;
     CGeoRefNode* reference = new CGeoRefNode;
     Scene scene;
 };
 
-TEST_F(GlTest, ASecondFrameOfAnUnchangedSceneUploadsNothing)
+TEST_F(GlTest, ReferencedSubtreesKeepTheirUploadsUntilReleased)
 {
     Referenced referenced;
-    Render(referenced.scene.root);
+    Render(referenced.scene.node);
     const uint64_t first = renderer->Uploads();
     EXPECT_GT(first, 0u);
     EXPECT_NE(referenced.reference->GetCache(), nullptr);
     EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
     EXPECT_EQ(AtWorld(-0.5, 0.5), kBlue);
 
-    Render(referenced.scene.root);
+    Render(referenced.scene.node);
     EXPECT_EQ(renderer->Uploads(), first);
     EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
     EXPECT_EQ(AtWorld(-0.5, 0.5), kBlue);
-}
 
-TEST_F(GlTest, NodesOutsideReferencesUploadEveryFrame)
-{
-    Scene scene;
-    Add(scene.root, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
-    Render(scene.root);
-    const uint64_t first = renderer->Uploads();
-    Render(scene.root);
-    EXPECT_EQ(renderer->Uploads(), 2 * first);
-}
-
-TEST_F(GlTest, ReleasedCachesAreRebuiltOnTheNextFrame)
-{
-    Referenced referenced;
-    Render(referenced.scene.root);
-    const uint64_t first = renderer->Uploads();
     referenced.reference->ReleaseCache();
-    Render(referenced.scene.root);
+    Render(referenced.scene.node);
     EXPECT_EQ(renderer->Uploads(), 2 * first);
     EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
 }
 
-TEST_F(GlTest, EachCacheGoesWithItsNodeOnce)
+TEST_F(GlTest, CachesOutliveTheirRendererAndGoWithTheirNodeOnce)
 {
     const int before = GlCacheCount();
     {
-        Referenced referenced;
-        auto* second = Add(referenced.scene.root, new CGeoRefNode);
-        second->SetRefNode(referenced.subtree);
-        Render(referenced.scene.root);
+        Referenced twice;
+        Add(twice.scene.node, new CGeoRefNode)->SetRefNode(twice.subtree.node);
+        Render(twice.scene.node);
+        EXPECT_EQ(GlCacheCount(), before + 2);
+        renderer.reset();
+        EXPECT_EQ(GlCacheCount(), before + 2);
+
+        // Another renderer cannot use the caches of the first and makes its own.
+        renderer = std::make_unique<CGlRenderer>(kSize, kSize);
+        Render(twice.scene.node);
+        EXPECT_GT(renderer->Uploads(), 0u);
+        EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
         EXPECT_EQ(GlCacheCount(), before + 2);
     }
     EXPECT_EQ(GlCacheCount(), before);
 }
 
-TEST_F(GlTest, CachesOutliveTheirRenderer)
+TEST_F(GlTest, NodesOutsideReferencesUploadEveryFrame)
 {
-    const int before = GlCacheCount();
-    Referenced referenced;
-    Render(referenced.scene.root);
-    renderer.reset();
-    EXPECT_EQ(GlCacheCount(), before + 1);
-
-    // Another renderer cannot use the cache of the first and makes its own.
-    renderer = std::make_unique<CGlRenderer>(kSize, kSize);
-    Render(referenced.scene.root);
-    EXPECT_GT(renderer->Uploads(), 0u);
-    EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
-    EXPECT_EQ(GlCacheCount(), before + 1);
+    Scene plain;
+    Add(plain.node, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
+    const uint64_t uploaded = renderer->Uploads();
+    Render(plain.node);
+    const uint64_t once = renderer->Uploads() - uploaded;
+    Render(plain.node);
+    EXPECT_EQ(renderer->Uploads(), uploaded + 2 * once);
 }
 
 }  // namespace

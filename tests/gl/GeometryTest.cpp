@@ -16,52 +16,40 @@ protected:
     void SetUp() override
     {
         GlTest::SetUp();
-        element->AddRef();
-        auto* model = Add(element, new CModelNode);
+        auto* model = Add(element.node, new CModelNode);
         model->AppendVertex(1);
         *model->GetVertex(0) = {0.0, 0.0, 0.5};
 
-        mesh = Add(element, new CMeshNode);
+        mesh = Add(element.node, new CMeshNode);
         mesh->AppendVertex(4);
         const VERTEX corners[] = {{-1.0, 1.0, 0.0}, {1.0, 1.0, 0.0}, {1.0, -1.0, 0.0}, {-1.0, -1.0, 0.0}};
         for (int i = 0; i < 4; ++i) *mesh->GetVertex(i) = corners[i];
         mesh->polygons->rows.push_back({{0, 1, 2, 3}, 4});
         mesh->texCoords->rows.push_back({{{0.0f, 0.0f}, {1.0f, 0.0f}, {1.0f, 1.0f}, {0.0f, 1.0f}}, 4});
         CRefData<CMatrixDataStore<RGBA>> image;
-        image->width = 2;
-        image->AppendRows(2);
-        image->Element(0, 0) = kRed;
-        image->Element(0, 1) = kGreen;
-        image->Element(1, 0) = kBlue;
-        image->Element(1, 1) = kYellow;
+        SetPixels(*image, 2, {kRed, kGreen, kBlue, kYellow});
         mesh->AppendImage(image);
 
-        auto* line = Add(element, new CLinearLineNode);
+        auto* line = Add(element.node, new CLinearLineNode);
         line->lines->lines.push_back({{-1.55, -1.55, 0.0}, {1.55, -1.55, 0.0}, {1.55, 1.55, 0.0}});
-        Add(output.root, OrthoCamera());
+        Add(output.node, OrthoCamera());
     }
-    void TearDown() override
-    {
-        element->Release();
-        GlTest::TearDown();
-    }
-
     template <class Node>
     Node* Built()
     {
         int counter = 0;
         return static_cast<Node*>(
-            SearchNode(output.root, IsSameType, counter, const_cast<char*>(Node::TypeId().c_str())));
+            SearchNode(output.node, IsSameType, counter, const_cast<char*>(Node::TypeId().c_str())));
     }
 
-    CElementNode* element = new CElementNode;
+    Held<CElementNode> element;
     CMeshNode* mesh = nullptr;
     Scene output;
 };
 
 TEST_F(ScanGeometry, TexturedMeshesShareTheScanStoresAndShowTheImage)
 {
-    ASSERT_EQ(element->GeoCalc(kGlTexture, output.root), 1);
+    ASSERT_EQ(element->GeoCalc(kGlTexture, output.node), 1);
     auto* shade = Built<CGeoPolyShadeRefNode>();
     ASSERT_NE(shade, nullptr);
     EXPECT_EQ(&*shade->vertices, &*mesh->vertices);
@@ -77,7 +65,7 @@ TEST_F(ScanGeometry, TexturedMeshesShareTheScanStoresAndShowTheImage)
     ASSERT_NE(Built<CGeoLineNode>(), nullptr);
     EXPECT_EQ(Built<CGeoLineNode>()->Number(), 2);
 
-    Render(output.root);
+    Render(output.node);
     // Between the texel centres and the edges, where filtering mixes nothing.
     EXPECT_EQ(AtWorld(-0.8, 0.8), kRed);
     EXPECT_EQ(AtWorld(0.8, 0.8), kGreen);
@@ -88,16 +76,16 @@ TEST_F(ScanGeometry, TexturedMeshesShareTheScanStoresAndShowTheImage)
 
 TEST_F(ScanGeometry, WireAndPointProceduresBuildTheirOwnNodes)
 {
-    ASSERT_EQ(element->GeoCalc(kGlWire, output.root), 1);
+    ASSERT_EQ(element->GeoCalc(kGlWire, output.node), 1);
     auto* wire = Built<CGeoWireFrameNode>();
     ASSERT_NE(wire, nullptr);
     EXPECT_EQ(&*wire->polygons, &*mesh->polygons);
     EXPECT_EQ(wire->Number(), 1);
     EXPECT_EQ(Built<CGeoPolyShadeRefNode>(), nullptr);
 
-    ASSERT_EQ(element->GeoCalc(kGlSmooth, output.root), 1);
+    ASSERT_EQ(element->GeoCalc(kGlSmooth, output.node), 1);
     EXPECT_EQ(Built<CGeoPolyShadeRefNode>()->smooth, 1);
-    Render(output.root);
+    Render(output.node);
     EXPECT_EQ(AtWorld(0.0, 0.0).r, AtWorld(0.0, 0.0).b);
     EXPECT_GT(AtWorld(0.0, 0.0).r, 150);
 }

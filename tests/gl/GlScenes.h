@@ -3,12 +3,15 @@
 // Renderers that skip a test when this machine has no EGL or OpenGL, and
 // small scenes built from a few geometry nodes.
 
+#include "support/Held.h"
+
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/gl/Picture.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <initializer_list>
 #include <memory>
 #include <ostream>
@@ -83,11 +86,7 @@ protected:
 };
 
 // A node that holds its scene for the test and releases it at the end.
-struct Scene {
-    Scene() { root->AddRef(); }
-    ~Scene() { root->Release(); }
-    CGeoBaseNode* root = new CGeoBaseNode;
-};
+using Scene = Held<CGeoBaseNode>;
 
 template <class Node>
 Node* Add(CBaseNode* parent, Node* node)
@@ -102,6 +101,14 @@ inline CGeoCameraNode* OrthoCamera()
     auto* camera = new CGeoCameraNode;
     camera->camera = {0, -2.0, 2.0, 2.0, -2.0, 1.0, 100.0, 45.0, 0.0, {0.0, 0.0, 10.0}, {0.0, 0.0, 0.0}};
     return camera;
+}
+
+// Gives image rows of width pixels, top row first.
+inline void SetPixels(CMatrixDataStore<RGBA>& image, int width, std::initializer_list<RGBA> pixels)
+{
+    image.width = width;
+    image.AppendRows(static_cast<int>(pixels.size()) / width);
+    std::copy(pixels.begin(), pixels.end(), image.Buffer());
 }
 
 template <class Node>

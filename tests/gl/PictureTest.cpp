@@ -5,6 +5,7 @@
 #include <brelldata/geo/LightCameraNodes.h>
 #include <brelldata/geo/OverlayNodes.h>
 
+#include <gmock/gmock.h>
 #include <png.h>
 
 #include <cstdio>
@@ -12,134 +13,6 @@
 
 namespace brell::test {
 namespace {
-
-// Four quarters seen through OrthoCamera: a red triangle in front of a blue
-// one (top left), a textured quad (top right), a hidden node and a disabled
-// switch child over a yellow point (bottom left), a mode node with a
-// wireframe and a magenta shaded member (bottom right).
-class Quarters : public GlTest {
-protected:
-    void SetUp() override
-    {
-        GlTest::SetUp();
-        Add(scene.root, OrthoCamera());
-        // The red one comes first: depth, not order, puts it in front.
-        Add(scene.root, Polygon({{-1.5, 0.4, 0.0}, {-0.5, 0.4, 0.0}, {-1.0, 1.4, 0.0}}, kRed));
-        Add(scene.root, Polygon({{-1.9, 0.1, -1.0}, {-0.1, 0.1, -1.0}, {-1.0, 1.9, -1.0}}, kBlue));
-
-        CGeoPolyShadeRefNode* textured = Add(scene.root, ShadedQuad(0.2, 0.2, 1.8, 1.8, 0.0, kWhite));
-        textured->texture = 1;
-        textured->textureImage->width = 2;
-        textured->textureImage->AppendRows(2);
-        textured->textureImage->Element(0, 0) = kRed;
-        textured->textureImage->Element(0, 1) = kGreen;
-        textured->textureImage->Element(1, 0) = kBlue;
-        textured->textureImage->Element(1, 1) = kYellow;
-
-        Add(scene.root, Polygon({{-1.5, -1.5, 1.0}, {-0.5, -1.5, 1.0}, {-1.0, -0.5, 1.0}}, kGreen))->ShowEnable(0);
-        auto* switchNode = Add(scene.root, new CGeoSwitchNode);
-        auto* point = Add(switchNode, new CGeoPointNode);
-        SetVertices(point, {{-1.0, -1.0, 0.0}});
-        point->Append(1);
-        point->Index(0) = 0;
-        point->size = 5.0;
-        point->color = kYellow;
-        Add(switchNode, Polygon({{-1.9, -1.9, 1.0}, {-0.1, -1.9, 1.0}, {-1.0, -0.1, 1.0}}, kGreen));
-        switchNode->Enable(1, 0);
-
-        mode = Add(scene.root, new CGeoModeNode);
-        CGeoPolyShadeRefNode* faces = ShadedQuad(0.2, -1.8, 1.8, -0.2, 0.0, kMagenta);
-        auto* wire = new CGeoWireFrameNode;
-        wire->vertices = faces->vertices;
-        wire->polygons = faces->polygons;
-        wire->indices = faces->indices;
-        wire->closed = 1;
-        wire->lineWidth = 3.0;
-        mode->SetLineNode(wire);
-        mode->SetPolygonNode(faces);
-    }
-
-    Scene scene;
-    CGeoModeNode* mode = nullptr;
-};
-
-TEST_F(Quarters, FrontTriangleHidesTheBackOneWhateverTheOrder)
-{
-    Render(scene.root);
-    EXPECT_EQ(AtWorld(-1.0, 0.75), kRed);
-    EXPECT_EQ(AtWorld(-1.0, 0.2), kBlue);
-    EXPECT_EQ(AtWorld(-1.9, 1.9), kBlack);
-}
-
-TEST_F(Quarters, TexturedQuadShowsItsImageFromTheTopLeft)
-{
-    Render(scene.root);
-    EXPECT_EQ(AtWorld(0.6, 1.4), kRed);
-    EXPECT_EQ(AtWorld(1.4, 1.4), kGreen);
-    EXPECT_EQ(AtWorld(0.6, 0.6), kBlue);
-    EXPECT_EQ(AtWorld(1.4, 0.6), kYellow);
-}
-
-TEST_F(Quarters, HiddenNodesAndDisabledChildrenDrawNothing)
-{
-    Render(scene.root);
-    EXPECT_EQ(AtWorld(-1.0, -1.0), kYellow);
-    EXPECT_EQ(AtWorld(-1.0, -0.7), kBlack);
-    EXPECT_EQ(AtWorld(-1.5, -1.7), kBlack);
-}
-
-TEST_F(Quarters, ModeNodeDrawsTheWireframeOrTheShadedMember)
-{
-    Render(scene.root);
-    EXPECT_EQ(AtWorld(0.21, -1.0), kWhite);
-    EXPECT_EQ(AtWorld(1.0, -1.0), kBlack);
-
-    mode->SetMode(CGeoModeNode::kShading);
-    Render(scene.root);
-    EXPECT_EQ(AtWorld(1.0, -1.0), kMagenta);
-    EXPECT_EQ(AtWorld(0.21, -1.0), kMagenta);
-}
-
-TEST_F(Quarters, OverlaysCoverThe3DPictureWhateverTheOrder)
-{
-    const RECT square{46, 46, 51, 51};
-    scene.root->InsertChild(0, new CGeoRectangle2DNode(&square, 1, 0xFFFF00, 0));
-    CRgn rectangles;
-    rectangles.CreateRectRgn(4, 4, 8, 8);
-    auto* region = Add(scene.root, new CGeoRegion2DNode(rectangles, 0x0000FF, 0, 0));
-    region->SetOffset({2, 0});
-    mode->SetMode(CGeoModeNode::kShading);
-    Render(scene.root);
-    const RGBA cyan{0, 255, 255, 255};
-    ExpectPixels({{48, 48, cyan},
-                  {50, 50, cyan},
-                  {51, 48, kMagenta},
-                  {6, 4, kRed},
-                  {9, 7, kRed},
-                  {5, 5, kBlack},
-                  {10, 5, kBlack}});
-}
-
-TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixels)
-{
-    Scene scene;
-    const POINT point{60, 2}, line[] = {{2, 60}, {20, 60}};
-    Add(scene.root, new CGeoPoint2DNode(&point, 1, 0xFFFFFF));
-    Add(scene.root, new CGeoLine2DNode(line, 2, 0xFFFFFF, 0, 1));
-    Add(scene.root, new CGeoCrossLine2DNode({32, 32}, 0xFFFFFF, 5, 1));
-    // Anchors at (40, 10) and (60, 10) with their handles on the line between.
-    const BEZIER_POINT2D curve[] = {{{40, 10, 40, 10, 45, 10, 0}}, {{60, 10, 55, 10, 60, 10, 0}}};
-    auto* bezier = Add(scene.root, new CGeoBezier2DNode(curve, 2, 0, 1, 1));
-    bezier->SetColor(0x0000FF, 0x0000FF, 0x0000FF);
-    Render(scene.root);
-    ExpectPixels({{60, 2, kWhite},
-                  {10, 60, kWhite},
-                  {36, 32, kWhite},
-                  {32, 28, kWhite},
-                  {34, 34, kBlack},
-                  {50, 10, kRed},
-                  {50, 12, kBlack}});
-}
 
 // The world point at the centre of window pixel (x, y) through OrthoCamera.
 VERTEX Centre(int x, int y)
@@ -160,20 +33,121 @@ Node* ReferencedSquare(int left, int top, int right, int bottom, RGBA color)
     return square;
 }
 
-TEST_F(GlTest, EveryVertexClassDraws)
-{
-    Scene scene;
-    Add(scene.root, OrthoCamera());
-    SetVertices(Add(scene.root, new CGeoVertexNode), {Centre(8, 8)});
+// Four quarters seen through OrthoCamera: a red triangle in front of a blue
+// one (top left), a textured quad (top right), a hidden node and a disabled
+// switch child over a yellow point (bottom left), a mode node with a
+// wireframe and a magenta shaded member (bottom right).
+class Quarters : public GlTest {
+protected:
+    void SetUp() override
+    {
+        GlTest::SetUp();
+        Add(scene.node, OrthoCamera());
+        // The red one comes first: depth, not order, puts it in front.
+        Add(scene.node, Polygon({{-1.5, 0.4, 0.0}, {-0.5, 0.4, 0.0}, {-1.0, 1.4, 0.0}}, kRed));
+        Add(scene.node, Polygon({{-1.9, 0.1, -1.0}, {-0.1, 0.1, -1.0}, {-1.0, 1.9, -1.0}}, kBlue));
 
-    auto* line = Add(scene.root, new CGeoLineNode);
+        CGeoPolyShadeRefNode* textured = Add(scene.node, ShadedQuad(0.2, 0.2, 1.8, 1.8, 0.0, kWhite));
+        textured->texture = 1;
+        SetPixels(*textured->textureImage, 2, {kRed, kGreen, kBlue, kYellow});
+
+        Add(scene.node, Polygon({{-1.5, -1.5, 1.0}, {-0.5, -1.5, 1.0}, {-1.0, -0.5, 1.0}}, kGreen))->ShowEnable(0);
+        auto* switchNode = Add(scene.node, new CGeoSwitchNode);
+        auto* point = Add(switchNode, new CGeoPointNode);
+        SetVertices(point, {{-1.0, -1.0, 0.0}});
+        point->Append(1);
+        point->Index(0) = 0;
+        point->size = 5.0;
+        point->color = kYellow;
+        Add(switchNode, Polygon({{-1.9, -1.9, 1.0}, {-0.1, -1.9, 1.0}, {-1.0, -0.1, 1.0}}, kGreen));
+        switchNode->Enable(1, 0);
+
+        mode = Add(scene.node, new CGeoModeNode);
+        CGeoPolyShadeRefNode* faces = ShadedQuad(0.2, -1.8, 1.8, -0.2, 0.0, kMagenta);
+        auto* wire = new CGeoWireFrameNode;
+        wire->vertices = faces->vertices;
+        wire->polygons = faces->polygons;
+        wire->indices = faces->indices;
+        wire->closed = 1;
+        wire->lineWidth = 3.0;
+        mode->SetLineNode(wire);
+        mode->SetPolygonNode(faces);
+    }
+
+    Scene scene;
+    CGeoModeNode* mode = nullptr;
+};
+
+TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
+{
+    Render(scene.node);
+    EXPECT_EQ(AtWorld(-1.0, 0.75), kRed);  // the front triangle hides the back one whatever the order
+    EXPECT_EQ(AtWorld(-1.0, 0.2), kBlue);
+    EXPECT_EQ(AtWorld(-1.9, 1.9), kBlack);
+    EXPECT_EQ(AtWorld(0.6, 1.4), kRed);  // the texture from its top left
+    EXPECT_EQ(AtWorld(1.4, 1.4), kGreen);
+    EXPECT_EQ(AtWorld(0.6, 0.6), kBlue);
+    EXPECT_EQ(AtWorld(1.4, 0.6), kYellow);
+    EXPECT_EQ(AtWorld(-1.0, -1.0), kYellow);  // hidden nodes and disabled children draw nothing
+    EXPECT_EQ(AtWorld(-1.0, -0.7), kBlack);
+    EXPECT_EQ(AtWorld(-1.5, -1.7), kBlack);
+    EXPECT_EQ(AtWorld(0.21, -1.0), kWhite);  // the mode node's wireframe
+    EXPECT_EQ(AtWorld(1.0, -1.0), kBlack);
+
+    mode->SetMode(CGeoModeNode::kShading);
+    Render(scene.node);
+    EXPECT_EQ(AtWorld(1.0, -1.0), kMagenta);
+    EXPECT_EQ(AtWorld(0.21, -1.0), kMagenta);
+
+    // Overlays cover the 3-D picture whatever the order.
+    const RECT square{46, 46, 51, 51};
+    scene.node->InsertChild(0, new CGeoRectangle2DNode(&square, 1, 0xFFFF00, 0));
+    CRgn rectangles;
+    rectangles.CreateRectRgn(4, 4, 8, 8);
+    auto* region = Add(scene.node, new CGeoRegion2DNode(rectangles, 0x0000FF, 0, 0));
+    region->SetOffset({2, 0});
+    Render(scene.node);
+    const RGBA cyan{0, 255, 255, 255};
+    ExpectPixels({{48, 48, cyan},
+                  {50, 50, cyan},
+                  {51, 48, kMagenta},
+                  {6, 4, kRed},
+                  {9, 7, kRed},
+                  {5, 5, kBlack},
+                  {10, 5, kBlack}});
+
+    // Every overlay class draws in window pixels.
+    Scene overlays;
+    const POINT point{60, 2}, polyline[] = {{2, 60}, {20, 60}};
+    Add(overlays.node, new CGeoPoint2DNode(&point, 1, 0xFFFFFF));
+    Add(overlays.node, new CGeoLine2DNode(polyline, 2, 0xFFFFFF, 0, 1));
+    Add(overlays.node, new CGeoCrossLine2DNode({32, 32}, 0xFFFFFF, 5, 1));
+    // Anchors at (40, 10) and (60, 10) with their handles on the line between.
+    const BEZIER_POINT2D curve[] = {{{40, 10, 40, 10, 45, 10, 0}}, {{60, 10, 55, 10, 60, 10, 0}}};
+    auto* bezier = Add(overlays.node, new CGeoBezier2DNode(curve, 2, 0, 1, 1));
+    bezier->SetColor(0x0000FF, 0x0000FF, 0x0000FF);
+    Render(overlays.node);
+    ExpectPixels({{60, 2, kWhite},
+                  {10, 60, kWhite},
+                  {36, 32, kWhite},
+                  {32, 28, kWhite},
+                  {34, 34, kBlack},
+                  {50, 10, kRed},
+                  {50, 12, kBlack}});
+
+    // Every vertex class draws.
+    Scene drawn;
+    Add(drawn.node, OrthoCamera());
+    SetVertices(Add(drawn.node, new CGeoVertexNode), {Centre(8, 8)});
+
+    auto* line = Add(drawn.node, new CGeoLineNode);
     SetVertices(line, {Centre(2, 20), Centre(14, 20)});
     line->Append(1);
     line->Index(0, 0) = 0;
     line->Index(0, 1) = 1;
     line->color = kRed;
 
-    auto* normals = Add(scene.root, new CGeoNormalNode);
+    auto* normals = Add(drawn.node, new CGeoNormalNode);
     SetVertices(normals, {Centre(20, 8)});
     normals->Append(1);
     normals->Index(0) = 0;
@@ -181,7 +155,7 @@ TEST_F(GlTest, EveryVertexClassDraws)
     normals->size = 0.5;
     normals->color = kGreen;
 
-    auto* vertexNormals = Add(scene.root, new CGeoVertexNormalNode);
+    auto* vertexNormals = Add(drawn.node, new CGeoVertexNormalNode);
     SetVertices(vertexNormals, {Centre(36, 8)});
     vertexNormals->Append(1);
     vertexNormals->Normal(0) = {0.0f, -1.0f, 0.0f};
@@ -189,13 +163,13 @@ TEST_F(GlTest, EveryVertexClassDraws)
     vertexNormals->color = kBlue;
 
     auto* outline = Polygon({Centre(44, 4), Centre(56, 4), Centre(56, 14), Centre(44, 14)}, kYellow);
-    auto* polyWire = Add(scene.root, new CGeoPolyWireNode);
+    auto* polyWire = Add(drawn.node, new CGeoPolyWireNode);
     polyWire->Copy(outline);
     outline->Release();
-    Add(scene.root, ReferencedSquare<CGeoPolygonRefNode>(4, 40, 14, 50, kMagenta));
-    Add(scene.root, ReferencedSquare<CGeoPolyWireRefNode>(20, 40, 30, 50, kWhite));
+    Add(drawn.node, ReferencedSquare<CGeoPolygonRefNode>(4, 40, 14, 50, kMagenta));
+    Add(drawn.node, ReferencedSquare<CGeoPolyWireRefNode>(20, 40, 30, 50, kWhite));
 
-    Render(scene.root);
+    Render(drawn.node);
     ExpectPixels({{8, 8, kWhite},
                   {8, 20, kRed},
                   {24, 8, kGreen},
@@ -205,47 +179,41 @@ TEST_F(GlTest, EveryVertexClassDraws)
                   {9, 45, kMagenta},
                   {20, 45, kWhite},
                   {25, 45, kBlack}});
-}
 
-TEST_F(GlTest, WithoutACameraTheBoxFillsTheView)
-{
-    Scene scene;
-    Add(scene.root, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
-    Render(scene.root);
+    // Without a camera the box fills the view.
+    Scene boxed;
+    Add(boxed.node, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
+    Render(boxed.node);
     EXPECT_EQ(At(kSize / 2, kSize / 2), kRed);
     EXPECT_EQ(At(1, 1), kBlack);
     // The sphere through the square's corners just fills the view, so its
     // sides reach about two thirds of the way to the picture's edges.
     EXPECT_EQ(At(kSize / 2 + kSize / 4, kSize / 2), kRed);
     EXPECT_EQ(At(kSize - 4, kSize / 2), kBlack);
-}
 
-TEST_F(GlTest, SceneLightsReplaceTheLightAtTheEye)
-{
-    Scene scene;
-    Add(scene.root, OrthoCamera());
+    // Scene lights replace the light at the eye.
+    Scene lit;
+    Add(lit.node, OrthoCamera());
     LIGHT_PARAM dim{};
     dim.enabled = 1;
     dim.ambient[0] = dim.ambient[1] = dim.ambient[2] = 0.5;
-    auto* lights = Add(scene.root, new CGeoLightNode);
+    auto* lights = Add(lit.node, new CGeoLightNode);
     lights->Append(dim);
-    Add(scene.root, ShadedQuad(-1.0, -1.0, 1.0, 1.0, 0.0, kWhite));
-    Render(scene.root);
+    Add(lit.node, ShadedQuad(-1.0, -1.0, 1.0, 1.0, 0.0, kWhite));
+    Render(lit.node);
     const RGBA gray = At(kSize / 2, kSize / 2);
     EXPECT_NEAR(gray.r, 128, 1);
     EXPECT_EQ(gray.r, gray.b);
-}
 
-TEST_F(GlTest, RenderToPngWritesThePicture)
-{
-    Scene scene;
-    Add(scene.root, OrthoCamera());
-    Add(scene.root, Polygon({{-2.0, -2.0, 0.0}, {2.0, -2.0, 0.0}, {2.0, 2.0, 0.0}}, kBlue));
+    // RenderToPng writes the picture.
+    Scene written;
+    Add(written.node, OrthoCamera());
+    Add(written.node, Polygon({{-2.0, -2.0, 0.0}, {2.0, -2.0, 0.0}, {2.0, 2.0, 0.0}}, kBlue));
     const std::string path = ::testing::TempDir() + "brell_gl_picture.png";
     RenderOptions options;
     options.width = 40;
     options.height = 20;
-    RenderToPng(scene.root, options, path.c_str());
+    RenderToPng(written.node, options, path.c_str());
 
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
@@ -262,18 +230,10 @@ TEST_F(GlTest, RenderToPngWritesThePicture)
 
 TEST(GlErrors, NameWhatFailed)
 {
-    try {
-        CGlRenderer renderer(0, 10);
-        FAIL() << "a renderer of no pixels";
-    } catch (const CGlError& error) {
-        EXPECT_NE(std::string(error.what()).find("size"), std::string::npos) << error.what();
-    }
-    try {
-        WritePng("/nonexistent/folder/picture.png", 1, 1, {kRed});
-        FAIL() << "a picture in a missing folder";
-    } catch (const CGlError& error) {
-        EXPECT_NE(std::string(error.what()).find("/nonexistent/folder/picture.png"), std::string::npos);
-    }
+    using testing::HasSubstr;
+    EXPECT_THAT([] { CGlRenderer(0, 10); }, testing::ThrowsMessage<CGlError>(HasSubstr("size")));
+    EXPECT_THAT([] { WritePng("/nonexistent/folder/picture.png", 1, 1, {kRed}); },
+                testing::ThrowsMessage<CGlError>(HasSubstr("/nonexistent/folder/picture.png")));
 }
 
 }  // namespace

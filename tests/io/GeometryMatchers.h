@@ -11,26 +11,27 @@
 
 namespace brell::test {
 
-// The index of the first differing item of two arrays of plain records, or
-// "" when they are equal; sizes compared first.
+// Plain records are equal byte for byte; rows of up to four items in the items in use.
+template <class T>
+bool Same(const T& a, const T& b)
+{
+    return std::memcmp(&a, &b, sizeof(T)) == 0;
+}
+
+template <class T>
+bool Same(const CPolygon<T>& a, const CPolygon<T>& b)
+{
+    return a.count == b.count && std::memcmp(a.items, b.items, sizeof(T) * a.count) == 0;
+}
+
+// The index of the first differing item of two arrays, or "" when they are
+// equal; sizes compared first.
 template <class T>
 std::string FirstDifference(const BulkVector<T>& a, const BulkVector<T>& b)
 {
     if (a.size() != b.size()) return "sizes " + std::to_string(a.size()) + " and " + std::to_string(b.size());
     for (size_t i = 0; i < a.size(); ++i) {
-        if (std::memcmp(&a[i], &b[i], sizeof(T)) != 0) return "item " + std::to_string(i);
-    }
-    return "";
-}
-
-// As FirstDifference for rows of up to four items: only the items in use count.
-template <class T>
-std::string FirstRowDifference(const BulkVector<CPolygon<T>>& a, const BulkVector<CPolygon<T>>& b)
-{
-    if (a.size() != b.size()) return "sizes " + std::to_string(a.size()) + " and " + std::to_string(b.size());
-    for (size_t i = 0; i < a.size(); ++i) {
-        if (a[i].count != b[i].count || std::memcmp(a[i].items, b[i].items, sizeof(T) * a[i].count) != 0)
-            return "row " + std::to_string(i);
+        if (!Same(a[i], b[i])) return "item " + std::to_string(i);
     }
     return "";
 }
@@ -40,8 +41,8 @@ inline void ExpectSameGeometry(const io::ScanGeometry& a, const io::ScanGeometry
     EXPECT_EQ(FirstDifference(a.positions, b.positions), "") << label << " positions";
     EXPECT_EQ(FirstDifference(a.normals, b.normals), "") << label << " normals";
     EXPECT_EQ(FirstDifference(a.colors, b.colors), "") << label << " colors";
-    EXPECT_EQ(FirstRowDifference(a.faces, b.faces), "") << label << " faces";
-    EXPECT_EQ(FirstRowDifference(a.texCoords, b.texCoords), "") << label << " texCoords";
+    EXPECT_EQ(FirstDifference(a.faces, b.faces), "") << label << " faces";
+    EXPECT_EQ(FirstDifference(a.texCoords, b.texCoords), "") << label << " texCoords";
 }
 
 // Five vertices with normals and colours, a quad and a triangle, textured.

@@ -6,6 +6,7 @@
 
 #include "io/GeometryMatchers.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -27,7 +28,7 @@ CModelNode* ModelOf(CBaseNode* root)
     return static_cast<CModelNode*>(model);
 }
 
-TEST(ScanScenes, AFileBecomesARootWithOneElementNamedAfterItHoldingAMesh)
+TEST(ScanScenes, FilesBecomeElementsOfMeshesOrModelsThatExportJoinedAndStreamWhatIsValid)
 {
     const std::string path = testing::TempDir() + "textured.ply";
     WriteScanFile(TexturedMesh(), path);
@@ -47,74 +48,61 @@ TEST(ScanScenes, AFileBecomesARootWithOneElementNamedAfterItHoldingAMesh)
     ASSERT_NE(colors, nullptr);
     EXPECT_EQ(colors[3].r, 9);
     std::remove(path.c_str());
-}
 
-TEST(ScanScenes, APointListBecomesAModelAndExportsBackElementForElement)
-{
+    // A point list becomes a model and exports back element for element.
     ScanGeometry points = TexturedMesh();
     points.faces.clear();
     points.texCoords.clear();
     points.colors.clear();
-    CTree scene(SceneOfGeometry(points, "points.xyz"));
-    CModelNode* model = ModelOf(scene.Root());
+    CTree cloud(SceneOfGeometry(points, "points.xyz"));
+    CModelNode* model = ModelOf(cloud.Root());
     EXPECT_FALSE(model->IsKindOf("CMeshNode"));
     EXPECT_EQ(model->QueryAttributeStruct("colors", nullptr), nullptr);
-    const std::string path = testing::TempDir() + "points.xyz";
-    ExportScan(scene.Root(), path);
-    ExpectSameGeometry(ReadScanFile(path), points);
-    std::remove(path.c_str());
-}
+    const std::string exported = testing::TempDir() + "points.xyz";
+    ExportScan(cloud.Root(), exported);
+    ExpectSameGeometry(ReadScanFile(exported), points);
+    std::remove(exported.c_str());
 
-TEST(ScanScenes, NormalsColoursAndTexCoordsSurviveTheNodeStream)
-{
-    const ScanGeometry mesh = TexturedMesh();
-    CTree scene(SceneOfGeometry(mesh, "mesh.obj"));
-    std::vector<unsigned char> block(SizeOfByte(scene.Root()));
-    ASSERT_GT(WriteNode(block.data(), scene.Root()), 0);
-    CTree read(ReadNode(block.data()));
-    ASSERT_NE(read.Root(), nullptr);
-    ExpectSameGeometry(GeometryOfScene(read.Root(), "read"), mesh);
-}
+    // Export joins every model and mesh, moving the face indices.
+    const ScanGeometry textured = TexturedMesh();
+    CTree joinedScene(SceneOfGeometry(textured, "a"));
+    CBaseNode* single = CModelNode::Create();
+    static_cast<CModelNode*>(single)->AppendVertex(1);
+    *static_cast<CModelNode*>(single)->GetVertex(0) = {7, 8, 9};
+    joinedScene.Root()->InsertChild(0, single);
+    CBaseNode* second = SceneOfGeometry(textured, "b");
+    joinedScene.Root()->AppendChild(second);
 
-TEST(ScanScenes, ExportJoinsEveryModelAndMeshMovingTheFaceIndices)
-{
-    const ScanGeometry mesh = TexturedMesh();
-    CTree scene(SceneOfGeometry(mesh, "a"));
-    CBaseNode* cloud = CModelNode::Create();
-    static_cast<CModelNode*>(cloud)->AppendVertex(1);
-    *static_cast<CModelNode*>(cloud)->GetVertex(0) = {7, 8, 9};
-    scene.Root()->InsertChild(0, cloud);
-    CBaseNode* second = SceneOfGeometry(mesh, "b");
-    scene.Root()->AppendChild(second);
-
-    const ScanGeometry joined = GeometryOfScene(scene.Root(), "joined");
+    const ScanGeometry joined = GeometryOfScene(joinedScene.Root(), "joined");
     ASSERT_EQ(joined.positions.size(), 11u);
     EXPECT_EQ(joined.positions[0].z, 9.0);
     ASSERT_EQ(joined.faces.size(), 4u);
     EXPECT_EQ(joined.faces[0].items[0], 1);
     EXPECT_EQ(joined.faces[2].items[2], 8);
     ASSERT_EQ(joined.normals.size(), 11u);
-    EXPECT_EQ(joined.normals[0].z, 0.0f);  // the cloud has none of its own
+    EXPECT_EQ(joined.normals[0].z, 0.0f);  // the single point has no normal of its own
     EXPECT_EQ(joined.colors[0].g, 255);
     EXPECT_EQ(joined.texCoords.size(), 4u);
-}
 
-TEST(ScanScenes, AttributesOfTheWrongSizeAndBadPolygonsAreRefused)
-{
-    CTree scene(SceneOfGeometry(TexturedMesh(), "m"));
-    auto* mesh = static_cast<CMeshNode*>(ModelOf(scene.Root()));
-    mesh->polygons->rows[1].items[2] = 5;
-    EXPECT_THROW(GeometryOfScene(scene.Root(), "m"), FileError);
-    mesh->polygons->rows[1].items[2] = 4;
+    // Normals, colours and texture coordinates survive the node stream; bad polygons and
+    // attributes of the wrong size are refused.
+    CTree streamed(SceneOfGeometry(textured, "m"));
+    std::vector<unsigned char> block(SizeOfByte(streamed.Root()));
+    ASSERT_GT(WriteNode(block.data(), streamed.Root()), 0);
+    CTree read(ReadNode(block.data()));
+    ASSERT_NE(read.Root(), nullptr);
+    ExpectSameGeometry(GeometryOfScene(read.Root(), "read"), textured);
+
+    auto* node = static_cast<CMeshNode*>(ModelOf(streamed.Root()));
+    node->polygons->rows[1].items[2] = 5;
+    EXPECT_THROW(GeometryOfScene(streamed.Root(), "m"), FileError);
+    node->polygons->rows[1].items[2] = 4;
     float shortNormals[3] = {0, 0, 1};
-    mesh->SetAttributeStruct("normals", shortNormals, sizeof shortNormals);
-    try {
-        GeometryOfScene(scene.Root(), "m");
-        ADD_FAILURE() << "no error";
-    } catch (const FileError& error) {
-        EXPECT_EQ(error.Expected(), "60 bytes of normals in model \"m\" (5 vertices)");
-        EXPECT_EQ(error.Found(), "12");
-    }
+    node->SetAttributeStruct("normals", shortNormals, sizeof shortNormals);
+    EXPECT_THAT([&] { GeometryOfScene(streamed.Root(), "m"); },
+                testing::Throws<FileError>(testing::AllOf(
+                    testing::Property(&FileError::Expected, "60 bytes of normals in model \"m\" (5 vertices)"),
+                    testing::Property(&FileError::Found, "12"))));
     EXPECT_TRUE(GeometryOfScene(nullptr, "none").positions.empty());
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -29,13 +30,8 @@ public:
     static inline int live = 0;
 };
 
-struct Report {
-    CDataManager* manager;
-    std::string name;
-    CDataObjectBase* object;
-    int event;
-    std::string owner;
-};
+// Manager, name, object, event and owner of one report.
+using Report = std::tuple<CDataManager*, std::string, CDataObjectBase*, int, std::string>;
 
 // Records each report and deletes the object, as an owner does.
 class CRecordingNotify : public CNotify {
@@ -44,13 +40,13 @@ public:
                 void* parameter) override
     {
         EXPECT_EQ(parameter, nullptr);
-        reports.push_back({manager, name, object, event, owner});
+        reports.emplace_back(manager, name, object, event, owner);
         delete object;
     }
     std::vector<Report> reports;
 };
 
-TEST(DataManagerRegistration, RefusesNullsTakenNamesAndObjectsAlreadyHeld)
+TEST(DataManager, RefusesWhatItCannotHold)
 {
     CDataManager manager;
     CTestObject held, other;
@@ -68,7 +64,23 @@ TEST(DataManagerRegistration, RefusesNullsTakenNamesAndObjectsAlreadyHeld)
     EXPECT_EQ(manager.UnRegister("a"), nullptr);
 }
 
-TEST(DataManagerLettingGo, OwnedObjectsAreReportedOnceAndUnownedOnesDeletedOnlyAtTheEnd)
+// A block taken back is freed.
+TEST(DataObjects, MakeBlocksOfTheirSizeAndTakeThemBack)
+{
+    CTestObject object;
+    auto* block = static_cast<unsigned char*>(object.MakeBlock());
+    ASSERT_NE(block, nullptr);
+    EXPECT_EQ(block[2], 0x5A);
+    object.TakeBlock(block);
+    EXPECT_EQ(object.read, 0x5A);
+
+    object.writes = 0;
+    EXPECT_EQ(object.MakeBlock(), nullptr) << "a failed write hands out no block";
+    CTestObject empty(0);
+    EXPECT_EQ(empty.MakeBlock(), nullptr);
+}
+
+TEST(DataManager, ReportsOwnedObjectsOnceAndDeletesUnownedOnesAtTheEnd)
 {
     const int before = CTestObject::live;
     CRecordingNotify notify;
@@ -85,35 +97,15 @@ TEST(DataManagerLettingGo, OwnedObjectsAreReportedOnceAndUnownedOnesDeletedOnlyA
 
         EXPECT_EQ(manager.UnRegister("u"), unregistered);
         ASSERT_EQ(notify.reports.size(), 1u);
-        const Report& r = notify.reports[0];
-        EXPECT_EQ(r.manager, &manager);
-        EXPECT_EQ(r.name, "u");
-        EXPECT_EQ(r.object, unregistered);
-        EXPECT_EQ(r.event, 1);
-        EXPECT_EQ(r.owner, "me");
+        EXPECT_EQ(notify.reports[0], Report(&manager, "u", unregistered, 1, "me"));
 
         EXPECT_EQ(manager.UnRegister("n"), unowned);  // still alive: it is the caller's now
         EXPECT_EQ(CTestObject::live, before + 3);
     }
     ASSERT_EQ(notify.reports.size(), 2u);
-    EXPECT_EQ(notify.reports[1].object, kept);
+    EXPECT_EQ(std::get<CDataObjectBase*>(notify.reports[1]), kept);
     EXPECT_EQ(CTestObject::live, before + 1);
     delete unowned;
-}
-
-TEST(DataObjectBlocks, MakeBlockWritesSizeOfByteBytesAndTakeBlockReadsAndFreesIt)
-{
-    CTestObject object;
-    auto* block = static_cast<unsigned char*>(object.MakeBlock());
-    ASSERT_NE(block, nullptr);
-    EXPECT_EQ(block[2], 0x5A);
-    object.TakeBlock(block);
-    EXPECT_EQ(object.read, 0x5A);
-
-    object.writes = 0;
-    EXPECT_EQ(object.MakeBlock(), nullptr) << "a failed write hands out no block";
-    CTestObject empty(0);
-    EXPECT_EQ(empty.MakeBlock(), nullptr);
 }
 
 }  // namespace

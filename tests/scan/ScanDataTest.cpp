@@ -31,14 +31,28 @@ std::vector<int> Items(const int* first, int count)
     return std::vector<int>(first, first + count);
 }
 
-void ExpectVector(const CVector_3<double>& actual, double x, double y, double z)
+void ExpectVector(const CVector_3<double>& actual, const CVector_3<double>& expected)
 {
-    EXPECT_DOUBLE_EQ(actual.x, x);
-    EXPECT_DOUBLE_EQ(actual.y, y);
-    EXPECT_DOUBLE_EQ(actual.z, z);
+    EXPECT_DOUBLE_EQ(actual.x, expected.x);
+    EXPECT_DOUBLE_EQ(actual.y, expected.y);
+    EXPECT_DOUBLE_EQ(actual.z, expected.z);
 }
 
-TEST(ArrayCapacity, FollowsTheGrowthAndShrinkRules)
+// The store writes exactly the expected block, and reading that block into a
+// store that held other data writes it again.
+template <class DataStore>
+void ExpectBlock(const DataStore& store, DataStore& reader, const Bytes& expected)
+{
+    std::vector<uint8_t> block(static_cast<size_t>(store.SizeOfByte()));
+    ASSERT_EQ(store.Write(block.data()), 1);
+    EXPECT_EQ(block, expected.Data());
+    ASSERT_EQ(reader.Read(expected.Data().data()), 1);
+    block.assign(static_cast<size_t>(reader.SizeOfByte()), 0);
+    ASSERT_EQ(reader.Write(block.data()), 1);
+    EXPECT_EQ(block, expected.Data());
+}
+
+TEST(Stores, ArraysGrowAndShrinkByTheirRules)
 {
     struct Case {
         const char* rule;
@@ -71,7 +85,7 @@ TEST(ArrayCapacity, FollowsTheGrowthAndShrinkRules)
     }
 }
 
-TEST(MatrixCapacity, GrowsBy1024RowsAndShrinksBy64RowsWithNoMinimum)
+TEST(Stores, MatricesGrowBy1024RowsAndShrinkBy64WithNoMinimum)
 {
     CMatrixDataStore<int> matrix;
     matrix.width = 100;
@@ -86,9 +100,8 @@ TEST(MatrixCapacity, GrowsBy1024RowsAndShrinksBy64RowsWithNoMinimum)
     EXPECT_EQ(matrix.Capacity(), 0);
 }
 
-// Requests too large for a 32-bit capacity fail without touching the store.
 // One-byte elements keep the allocator out of it: 2^31 of them would fit.
-TEST(AllocationFailure, LeavesTheStoreUnchangedAndReturnsZero)
+TEST(Stores, RefuseRequestsTooLargeForA32BitCapacity)
 {
     auto array = Store<uint8_t>({1, 2, 3, 4, 5});
     EXPECT_EQ(array->Reserve(INT_MAX) + array->Append(INT_MAX) + array->Insert(2, INT_MAX) + array->Insert(INT_MAX, 1),
@@ -105,27 +118,27 @@ TEST(AllocationFailure, LeavesTheStoreUnchangedAndReturnsZero)
     EXPECT_EQ(image.Capacity(), 1024 * 640);
 }
 
-TEST(Edits, InsertAndDeleteMoveWholeElementsAndRows)
+TEST(Stores, InsertAndDeleteMoveWholeElementsAndRows)
 {
-    auto array = Store<int>({0, 1, 2, 3, 4});
-    ASSERT_EQ(array->Insert(2, 2) + array->Insert(-3, 1), 2) << "a negative position inserts at the front";
-    array->Element(0) = array->Element(3) = array->Element(4) = -1;
-    EXPECT_EQ(Items(array->Buffer(), array->Number()), (std::vector<int>{-1, 0, 1, -1, -1, 2, 3, 4}));
+    auto edited = Store<int>({0, 1, 2, 3, 4});
+    ASSERT_EQ(edited->Insert(2, 2) + edited->Insert(-3, 1), 2) << "a negative position inserts at the front";
+    edited->Element(0) = edited->Element(3) = edited->Element(4) = -1;
+    EXPECT_EQ(Items(edited->Buffer(), edited->Number()), (std::vector<int>{-1, 0, 1, -1, -1, 2, 3, 4}));
     // Deleting from before the front, past the end, and a negative count.
-    EXPECT_EQ(array->Delete(-4, 2) + array->Delete(3, 100) + array->Delete(0, -2), 3);
-    EXPECT_EQ(Items(array->Buffer(), array->Number()), (std::vector<int>{1, -1, -1}));
+    EXPECT_EQ(edited->Delete(-4, 2) + edited->Delete(3, 100) + edited->Delete(0, -2), 3);
+    EXPECT_EQ(Items(edited->Buffer(), edited->Number()), (std::vector<int>{1, -1, -1}));
 
-    CMatrixDataStore<int> matrix;
-    matrix.width = 2;
-    ASSERT_EQ(matrix.AppendRows(3), 1);
-    std::iota(matrix.Buffer(), matrix.Buffer() + 6, 0);
-    ASSERT_EQ(matrix.InsertRows(1, 1) + matrix.DeleteRows(0, 1), 2);
-    EXPECT_EQ(Items(matrix.Buffer() + 2, 4), (std::vector<int>{2, 3, 4, 5}));
+    CMatrixDataStore<int> rows;
+    rows.width = 2;
+    ASSERT_EQ(rows.AppendRows(3), 1);
+    std::iota(rows.Buffer(), rows.Buffer() + 6, 0);
+    ASSERT_EQ(rows.InsertRows(1, 1) + rows.DeleteRows(0, 1), 2);
+    EXPECT_EQ(Items(rows.Buffer() + 2, 4), (std::vector<int>{2, 3, 4, 5}));
 }
 
-TEST(SpareElement, TakesOutOfRangeAccessInEveryStore)
+TEST(Stores, TakeTheSpareElementForOutOfRangeAccess)
 {
-    auto array = Store<int>({0, 1, 2});
+    auto array = Store<int>({1, 2, 3});
     EXPECT_EQ(&array->Element(3), &array->Element(-1));
     CPolygonDataStore<int> polygons;
     polygons.rows = {{{7, 8, 9, 0}, 3}};
@@ -135,7 +148,52 @@ TEST(SpareElement, TakesOutOfRangeAccessInEveryStore)
     EXPECT_EQ(&lines.Element(1, 0), &lines.Element(0, 2));
 }
 
-TEST(Sharing, CopiedHandlesSeeEachOthersEditsUntilUnsharedAndAssignmentMovesTheReference)
+TEST(StoreBlocks, HoldTheCountsThenTheItemsAndReadBack)
+{
+    ExpectBlock(*Store<int>({0, 1, 2}), *Store<int>({9, 9, 9, 9}), Bytes().I32(3).I32(0).I32(1).I32(2));
+
+    // A matrix stores its height before its width.
+    CMatrixDataStore<int> heights, matrixReader;
+    heights.width = 3;
+    ASSERT_EQ(heights.AppendRows(2) + matrixReader.AppendRows(700), 2);
+    std::iota(heights.Buffer(), heights.Buffer() + 6, 1);
+    ExpectBlock(heights, matrixReader, Bytes().I32(2).I32(3).I32(1).I32(2).I32(3).I32(4).I32(5).I32(6));
+
+    // Polygon rows and lines carry their own item counts. These two stores
+    // are copies made by Assign, as unsharing makes them.
+    CPolygonDataStore<int> polygonSource, assigned, polygonReader;
+    polygonSource.rows = {{{7, 8, 9, 0}, 3}, {{1, 2, 3, 4}, 4}, {{0, 0, 0, 0}, 0}};
+    ASSERT_EQ(assigned.Assign(polygonSource), 1);
+    polygonReader.rows.resize(10);
+    ExpectBlock(assigned, polygonReader,
+                Bytes().I32(3).I32(3).I32(7).I32(8).I32(9).I32(4).I32(1).I32(2).I32(3).I32(4).I32(0));
+
+    CLineDataStore<CVector_3<double>> lineSource, assignedLines, lineReader;
+    lineSource.lines = {{{1.0, 2.0, 0.5}}, {}};
+    ASSERT_EQ(assignedLines.Assign(lineSource), 1);
+    lineReader.lines.resize(4);
+    ExpectBlock(assignedLines, lineReader, Bytes().I32(2).I32(1).F64(1.0).F64(2.0).F64(0.5).I32(0));
+}
+
+TEST(StoreBlocks, BadOnesAreRefusedWithTheStoreUnchanged)
+{
+    CArrayDataStore<int> refusing;
+    CMatrixDataStore<int> badMatrix;
+    CPolygonDataStore<int> badPolygons;
+    CLineDataStore<int> badLines;
+    badPolygons.rows.resize(2);
+    const Bytes negativeCount = Bytes().I32(-1).I32(3).I32(0);
+    const void* block = negativeCount.Data().data();
+    EXPECT_EQ(refusing.Read(block) + badMatrix.Read(block) + badPolygons.Read(block) + badLines.Read(block), 0);
+    EXPECT_EQ(refusing.Read(nullptr) + badMatrix.Read(nullptr) + badPolygons.Read(nullptr) + badLines.Read(nullptr), 0);
+    EXPECT_EQ(badPolygons.Read(Bytes().I32(1).I32(5).I32(1).I32(2).I32(3).I32(4).I32(5).Data().data()), 0)
+        << "5 corners";
+    EXPECT_EQ(badMatrix.width, 1);
+    EXPECT_EQ(badPolygons.Number(), 2);
+}
+
+// Assignment moves the reference.
+TEST(SharedStores, SeeEachOthersEditsUntilUnshared)
 {
     VertexStore first;
     VertexStore second(first);
@@ -161,98 +219,42 @@ TEST(Sharing, CopiedHandlesSeeEachOthersEditsUntilUnsharedAndAssignmentMovesTheR
     EXPECT_EQ(witness->RefCount(), 1);
 }
 
-// The store writes exactly the expected block, and reading that block into a
-// store that held other data writes it again.
-template <class DataStore>
-void ExpectBlock(const DataStore& store, DataStore& reader, const Bytes& expected)
-{
-    std::vector<uint8_t> block(static_cast<size_t>(store.SizeOfByte()));
-    ASSERT_EQ(store.Write(block.data()), 1);
-    EXPECT_EQ(block, expected.Data());
-    ASSERT_EQ(reader.Read(expected.Data().data()), 1);
-    block.assign(static_cast<size_t>(reader.SizeOfByte()), 0);
-    ASSERT_EQ(reader.Write(block.data()), 1);
-    EXPECT_EQ(block, expected.Data());
-}
-
-TEST(StoreBlocks, EachStoreWritesItsCountsThenItsItemsAndReadsThemBack)
-{
-    ExpectBlock(*Store<int>({0, 1, 2}), *Store<int>({9, 9, 9, 9}), Bytes().I32(3).I32(0).I32(1).I32(2));
-
-    // A matrix stores its height before its width.
-    CMatrixDataStore<int> matrix, matrixReader;
-    matrix.width = 3;
-    ASSERT_EQ(matrix.AppendRows(2) + matrixReader.AppendRows(700), 2);
-    std::iota(matrix.Buffer(), matrix.Buffer() + 6, 1);
-    ExpectBlock(matrix, matrixReader, Bytes().I32(2).I32(3).I32(1).I32(2).I32(3).I32(4).I32(5).I32(6));
-
-    // Polygon rows and lines carry their own item counts. These two stores
-    // are copies made by Assign, as unsharing makes them.
-    CPolygonDataStore<int> polygonSource, polygons, polygonReader;
-    polygonSource.rows = {{{7, 8, 9, 0}, 3}, {{1, 2, 3, 4}, 4}, {{0, 0, 0, 0}, 0}};
-    ASSERT_EQ(polygons.Assign(polygonSource), 1);
-    polygonReader.rows.resize(10);
-    ExpectBlock(polygons, polygonReader,
-                Bytes().I32(3).I32(3).I32(7).I32(8).I32(9).I32(4).I32(1).I32(2).I32(3).I32(4).I32(0));
-
-    CLineDataStore<CVector_3<double>> lineSource, lines, lineReader;
-    lineSource.lines = {{{1.0, 2.0, 0.5}}, {}};
-    ASSERT_EQ(lines.Assign(lineSource), 1);
-    lineReader.lines.resize(4);
-    ExpectBlock(lines, lineReader, Bytes().I32(2).I32(1).F64(1.0).F64(2.0).F64(0.5).I32(0));
-}
-
-TEST(StoreBlocks, BadBlocksAreRejectedWithTheStoreUnchanged)
-{
-    CArrayDataStore<int> array;
-    CMatrixDataStore<int> matrix;
-    CPolygonDataStore<int> polygons;
-    CLineDataStore<int> lines;
-    polygons.rows.resize(2);
-    const Bytes negativeCount = Bytes().I32(-1).I32(3).I32(0);
-    const void* block = negativeCount.Data().data();
-    EXPECT_EQ(array.Read(block) + matrix.Read(block) + polygons.Read(block) + lines.Read(block), 0);
-    EXPECT_EQ(array.Read(nullptr) + matrix.Read(nullptr) + polygons.Read(nullptr) + lines.Read(nullptr), 0);
-    EXPECT_EQ(polygons.Read(Bytes().I32(1).I32(5).I32(1).I32(2).I32(3).I32(4).I32(5).Data().data()), 0) << "5 corners";
-    EXPECT_EQ(matrix.width, 1);
-    EXPECT_EQ(polygons.Number(), 2);
-}
-
-TEST(FaceNormal, IsTheRightHandedUnitNormalOfTheFirstThreeCornersAndDegenerateInputComesBackUnscaled)
+// Degenerate input comes back unscaled.
+TEST(Normals, OfFacesAreRightHandedUnitNormalsOfThreeCorners)
 {
     auto vertices =
         Store<VERTEX>({{0, 0, 0}, {10, 0, 0}, {0, 10, 0}, {0, 0, 5}, {1, 1, 1}, {2, 2, 2}, {1e-6, 0, 0}, {0, 1, 0}});
-    struct Case {
+    struct NormalCase {
         const char* what;
         std::vector<int> corners;
         CVector_3<double> normal;
     };
-    Case cases[] = {
+    NormalCase normalCases[] = {
         {"counter-clockwise", {0, 1, 2}, {0, 0, 1}},          {"clockwise", {0, 2, 1}, {0, 0, -1}},
         {"quadrilateral", {0, 1, 2, 3}, {0, 0, 1}},           {"collinear", {0, 4, 5}, {0, 0, 0}},
         {"length at the threshold", {0, 6, 7}, {0, 0, 1e-6}}, {"two corners", {0, 6}, {0, 0, 0}},
     };
-    for (Case& c : cases) {
+    for (NormalCase& c : normalCases) {
         SCOPED_TRACE(c.what);
-        ExpectVector(CalcNormal(vertices, c.corners.data(), static_cast<int>(c.corners.size())), c.normal.x, c.normal.y,
-                     c.normal.z);
+        ExpectVector(CalcNormal(vertices, c.corners.data(), static_cast<int>(c.corners.size())), c.normal);
     }
-    ExpectVector(CalcNormal(vertices, nullptr, 3), 0, 0, 0);
+    ExpectVector(CalcNormal(vertices, nullptr, 3), {0, 0, 0});
 }
 
-TEST(UnitNormals, ScaleToLengthOneAndMarkShortVectorsInDoubleAndFloat)
+TEST(Normals, UnitOnesHaveLengthOneAndShortOnesAreMarked)
 {
     auto normals = Store<CVector_3<double>>({{3, 0, 4}, {0, 0, 0}, {1e-7, 2e-7, 0}, {0, 1e-6, 0}});
     UnitNormal(normals);
-    ExpectVector(normals->Element(0), 0.6, 0, 0.8);
-    ExpectVector(normals->Element(1), 1, 0, 0);
-    ExpectVector(normals->Element(2), 1, 2e-7, 0);
-    ExpectVector(normals->Element(3), 0, 1, 0);
+    const CVector_3<double> units[] = {{0.6, 0, 0.8}, {1, 0, 0}, {1, 2e-7, 0}, {0, 1, 0}};
+    for (int i = 0; i < 4; ++i) ExpectVector(normals->Element(i), units[i]);
     ClearNormal(normals);
-    ExpectVector(normals->Element(0), 0, 0, 0);
+    ExpectVector(normals->Element(0), {0, 0, 0});
+}
 
-    // Float normals: the reciprocal length is rounded to float before scaling;
-    // neither a float length nor scaling in double gives these bits.
+// The reciprocal length is rounded to float before scaling; neither a float
+// length nor scaling in double gives these bits.
+TEST(Normals, InFloatScaleByTheRoundedReciprocalLength)
+{
     auto floats = Store<CVector_3<float>>({{5, 9, 18}, {1e-7f, 0, 0}});
     UnitFloatNormal(floats);
     EXPECT_EQ(floats->Element(0).x, 0x1.edd11p-3f);

@@ -10,6 +10,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -29,22 +30,7 @@ Bytes& BezierBytes(Bytes& bytes, double first, int tag)
     return bytes.I32(tag).I32(0);
 }
 
-template <auto make>
-CBaseNode* Filled()
-{
-    return make();
-}
-
-// A mesh reports its polygons, not its vertices.
-CBaseNode* MeshOfFourPolygons()
-{
-    CMeshNode* mesh = MakeMesh();
-    mesh->polygons->rows.resize(4);
-    mesh->AppendVertex(9);
-    return mesh;
-}
-
-TEST(ScanNodeClasses, HaveTheirTypeIdentityCommentsAndExactDataBlocksThatReadBack)
+TEST(ScanNodeClasses, HaveTheirIdentityCommentsAndExactDataBlocks)
 {
     Bytes mesh, linear, bezier, charLine;
     // Polygons, list 2, list 3, coordinates, list 1, then the model's block.
@@ -66,30 +52,29 @@ TEST(ScanNodeClasses, HaveTheirTypeIdentityCommentsAndExactDataBlocksThatReadBac
         const char* base;
         const std::string& (*baseTypeId)();
         const char* newComment;
-        int newSize;             // of the new node's block, empty stores and attributes
-        CBaseNode* (*filled)();  // made by the fixtures; none for classes without a data block
+        int newSize;                         // of the new node's block, empty stores and attributes
+        std::function<CBaseNode*()> filled;  // made by the fixtures; none for classes without a data block
         const char* filledComment;
         Bytes block;  // the filled node's data block before its attributes
     };
     const Case cases[] = {
         {"CObjectNode", "CBaseNode", &CObjectNode::BaseTypeId, "Attribute: 0", 4, nullptr, nullptr, {}},
         {"CElementNode", "CObjectNode", &CElementNode::BaseTypeId, "Attribute: 0", 4, nullptr, nullptr, {}},
-        {"CLodNode", "CObjectNode", &CLodNode::BaseTypeId, "LOD level = 0", 8, &Filled<MakeLod>, "LOD level = -3",
+        {"CLodNode", "CObjectNode", &CLodNode::BaseTypeId, "LOD level = 0", 8, MakeLod, "LOD level = -3",
          Bytes().I32(-3)},
-        {"CModelNode", "CObjectNode", &CModelNode::BaseTypeId, "0 vertices", 12, &Filled<MakeModel>, "2 vertices",
+        {"CModelNode", "CObjectNode", &CModelNode::BaseTypeId, "0 vertices", 12, MakeModel, "2 vertices",
          Bytes().I32(52).I32(2).F64(1).F64(2).F64(3).F64(4).F64(5).F64(6)},
-        {"CMeshNode", "CModelNode", &CMeshNode::BaseTypeId, "0 polygons", 52, &Filled<MakeMesh>, "1 polygons", mesh},
-        {"CLinearLineNode", "CObjectNode", &CLinearLineNode::BaseTypeId, "0 lines", 12, &Filled<MakeLinearLine>,
-         "2 lines", linear},
-        {"CBezierLineNode", "CObjectNode", &CBezierLineNode::BaseTypeId, "0 bezier lines", 12, &Filled<MakeBezierLine>,
+        {"CMeshNode", "CModelNode", &CMeshNode::BaseTypeId, "0 polygons", 52, MakeMesh, "1 polygons", mesh},
+        {"CLinearLineNode", "CObjectNode", &CLinearLineNode::BaseTypeId, "0 lines", 12, MakeLinearLine, "2 lines",
+         linear},
+        {"CBezierLineNode", "CObjectNode", &CBezierLineNode::BaseTypeId, "0 bezier lines", 12, MakeBezierLine,
          "1 bezier lines", bezier},
-        {"CCharLineNode", "CObjectNode", &CCharLineNode::BaseTypeId, "Attribute: 0", 168, &Filled<MakeCharLine>,
-         "Attribute: 1", charLine},
-        {"CImageNode", "CObjectNode", &CImageNode::BaseTypeId, "width = 1, height = 0", 16, &Filled<MakeImage>,
+        {"CCharLineNode", "CObjectNode", &CCharLineNode::BaseTypeId, "Attribute: 0", 168, MakeCharLine, "Attribute: 1",
+         charLine},
+        {"CImageNode", "CObjectNode", &CImageNode::BaseTypeId, "width = 1, height = 0", 16, MakeImage,
          "width = 3, height = 2",
          Bytes().I32(32).I32(2).I32(3).Raw({0, 1, 2, 3, 1, 2, 3, 4, 2, 3, 4, 5, 3, 4, 5, 6, 4, 5, 6, 7, 5, 6, 7, 8})},
     };
-    EXPECT_EQ(CTree(MeshOfFourPolygons()).Root()->Comment(), "4 polygons");
     for (const Case& c : cases) {
         SCOPED_TRACE(c.type);
         CTree made(CreateNode(c.type));
@@ -99,7 +84,7 @@ TEST(ScanNodeClasses, HaveTheirTypeIdentityCommentsAndExactDataBlocksThatReadBac
         EXPECT_EQ(c.baseTypeId(), c.base);
         EXPECT_EQ(made.Root()->Comment(), c.newComment);
         EXPECT_EQ(made.Root()->SizeOfByte(), c.newSize);
-        if (c.filled == nullptr) continue;
+        if (!c.filled) continue;
 
         CTree written(c.filled());
         EXPECT_EQ(written.Root()->Comment(), c.filledComment);
@@ -114,7 +99,6 @@ TEST(ScanNodeClasses, HaveTheirTypeIdentityCommentsAndExactDataBlocksThatReadBac
 
         // Read into the new node of the same class, which then writes the same bytes.
         EXPECT_EQ(made.Root()->Read(block.data()), 1);
-        EXPECT_EQ(made.Root()->AttributeNumber(), 1);
         ASSERT_EQ(made.Root()->SizeOfByte(), static_cast<int>(block.size()));
         std::vector<uint8_t> again(block.size(), 0xEE);
         made.Root()->Write(again.data());
@@ -123,7 +107,7 @@ TEST(ScanNodeClasses, HaveTheirTypeIdentityCommentsAndExactDataBlocksThatReadBac
     }
 }
 
-TEST(NodeStream, ASceneWrittenReadAndWrittenAgainGivesTheSameBytes)
+TEST(ScanScenes, WrittenReadAndWrittenAgainGiveTheSameBytes)
 {
     Scene scene;
     const int size = scene.tree.SizeOfByte();
@@ -137,10 +121,39 @@ TEST(NodeStream, ASceneWrittenReadAndWrittenAgainGivesTheSameBytes)
     CElementNode* element = GetElement(0, &read);
     ASSERT_NE(element, nullptr);
     EXPECT_EQ(element->GetChildNum(), 7u) << "the siblings after the character line node are found";
-    CCharLineNode* charLine = static_cast<CCharLineNode*>(element->GetNode(0, "CCharLineNode"));
-    EXPECT_EQ(charLine->intParam2, 19);
-    EXPECT_EQ(charLine->transient, 0) << "not streamed";
+    CCharLineNode* readCharLine = static_cast<CCharLineNode*>(element->GetNode(0, "CCharLineNode"));
+    EXPECT_EQ(readCharLine->intParam2, 19);
+    EXPECT_EQ(readCharLine->transient, 0) << "not streamed";
 }
+
+// Nothing read is kept.
+TEST(CheckedLoads, RefuseDataBlocksWhoseCountsRunPastTheirEnd)
+{
+    CTree meshTree(MakeMesh());
+    const int modelPart = static_cast<CMeshNode*>(meshTree.Root())->CModelNode::SizeOfByte();
+    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(meshTree.Root())));
+    WriteNode(stream.data(), meshTree.Root());
+    const size_t data = stream.size() - static_cast<size_t>(meshTree.Root()->SizeOfByte());
+    const size_t vertexCount = stream.size() - static_cast<size_t>(modelPart) + 4;
+    for (size_t field : {data, vertexCount}) {
+        SCOPED_TRACE(field);
+        std::vector<uint8_t> bad = stream;
+        bad[field + 3] = 0x70;
+        brell::BlockBounds bounds;
+        bounds.begin = bad.data();
+        bounds.end = bounds.begin + bad.size();
+        brell::ActiveBlockBounds() = &bounds;
+        CTree read(ReadNode(bad.data()));
+        brell::ActiveBlockBounds() = nullptr;
+        EXPECT_EQ(read.Root(), nullptr);
+        EXPECT_TRUE(bounds.Failed());
+    }
+}
+
+// Exposes the protected image index.
+struct ProbeMesh : CMeshNode {
+    using CMeshNode::ImageIndex;
+};
 
 // Private: the store is the copy's alone and equal to the source's. Shared: one store, two holders.
 template <class Store>
@@ -158,7 +171,7 @@ void ExpectShared(CRefData<Store>& copy, CRefData<Store>& source)
     EXPECT_EQ(source->RefCount(), 2);
 }
 
-TEST(CopyTree, GivesModelsMeshesAndLinesPrivateStoresAndSharesImagesAndCharacterLines)
+TEST(ObjectNodes, CopiedTreesShareOnlyImagesAndCharacterLines)
 {
     Scene scene;
     CTree copy(CopyTree(scene.element));
@@ -189,130 +202,108 @@ TEST(CopyTree, GivesModelsMeshesAndLinesPrivateStoresAndSharesImagesAndCharacter
     EXPECT_EQ(charLine->realParam2, 15.5);
 }
 
-TEST(Copy, OfAMeshLeavesOutItsImagesOfAnotherTypeCopiesOnlyTheBaseAndCopyConstructionSharesEveryStore)
-{
-    Scene scene;
-    CTree mesh(CMeshNode::Create()), lod(CLodNode::Create());
-    EXPECT_EQ(mesh.Root()->Copy(scene.mesh), 1);
-    EXPECT_EQ(mesh.Root()->GetChildNum(), 0u);
-    EXPECT_EQ(mesh.Root()->Comment(), "1 polygons");
-    EXPECT_EQ(lod.Root()->Copy(scene.model), 1);
-    EXPECT_EQ(lod.Root()->Comment(), "LOD level = 0");
-    EXPECT_EQ(lod.Root()->Name(), "M");
-    EXPECT_EQ(mesh.Root()->Copy(nullptr), 0);
-
-    auto* meshCopy = new CMeshNode(*scene.mesh);
-    auto* charLine = new CCharLineNode(*scene.charLine);
-    CTree holdsMeshCopy(meshCopy), holdsCharLine(charLine);
-    ExpectShared(meshCopy->texCoords, scene.mesh->texCoords);
-    ExpectShared(charLine->lines1, scene.charLine->lines1);
-    EXPECT_EQ(charLine->transient, 99) << "the unstreamed integer is copied too";
-}
-
-// Exposes the protected image index.
-struct ProbeMesh : CMeshNode {
-    using CMeshNode::ImageIndex;
-};
-
 TEST(MeshImages, AreTheImageChildrenCountedInChildOrder)
 {
-    CTree tree(new ProbeMesh);
-    auto* mesh = static_cast<ProbeMesh*>(tree.Root());
-    EXPECT_EQ(mesh->ImageIndex(0), -1);
-    CRefData<CMatrixDataStore<RGBA>> none = mesh->Image(0);
+    CTree probeTree(new ProbeMesh);
+    auto* probe = static_cast<ProbeMesh*>(probeTree.Root());
+    EXPECT_EQ(probe->ImageIndex(0), -1);
+    CRefData<CMatrixDataStore<RGBA>> none = probe->Image(0);
     EXPECT_EQ(none->width * 10 + none->height, 10) << "a new 1 x 0 matrix";
 
     CRefData<CMatrixDataStore<RGBA>> first, second, third;
-    EXPECT_EQ(mesh->AppendImage(first), 0);
-    mesh->AppendChild(CModelNode::Create());
-    EXPECT_EQ(mesh->AppendImage(second), 1);
-    EXPECT_EQ(mesh->ImageNumber(), 2);
-    EXPECT_EQ(mesh->ImageIndex(1), 2);
-    EXPECT_EQ(mesh->ImageIndex(2), -1);
-    EXPECT_EQ(mesh->ImageIndex(-1), -1);
-    EXPECT_EQ(&*mesh->Image(1), &*second);
+    EXPECT_EQ(probe->AppendImage(first), 0);
+    probe->AppendChild(CModelNode::Create());
+    EXPECT_EQ(probe->AppendImage(second), 1);
+    EXPECT_EQ(probe->ImageNumber(), 2);
+    EXPECT_EQ(probe->ImageIndex(1), 2);
+    EXPECT_EQ(probe->ImageIndex(2), -1);
+    EXPECT_EQ(probe->ImageIndex(-1), -1);
+    EXPECT_EQ(&*probe->Image(1), &*second);
     EXPECT_EQ(second->RefCount(), 2);
 
-    EXPECT_EQ(mesh->InsertImage(1, third), 1);
-    EXPECT_EQ(mesh->ImageIndex(1), 2);
-    EXPECT_EQ(&*mesh->Image(1), &*third);
-    EXPECT_EQ(mesh->InsertImage(7, first), 3) << "no image 7: appended";
-    EXPECT_EQ(mesh->DeleteImage(5), 0);
-    EXPECT_EQ(mesh->DeleteImage(2), 1);
+    EXPECT_EQ(probe->InsertImage(1, third), 1);
+    EXPECT_EQ(probe->ImageIndex(1), 2);
+    EXPECT_EQ(&*probe->Image(1), &*third);
+    EXPECT_EQ(probe->InsertImage(7, first), 3) << "no image 7: appended";
+    EXPECT_EQ(probe->DeleteImage(5), 0);
+    EXPECT_EQ(probe->DeleteImage(2), 1);
     EXPECT_EQ(second->RefCount(), 1) << "the image node was released";
-    EXPECT_EQ(mesh->GetChildNum(), 4u);
+    EXPECT_EQ(probe->GetChildNum(), 4u);
 }
 
-TEST(Elements, CountAndFindChildrenByKindAndScenesAreTheElementsAmongTheRootsChildren)
+TEST(Elements, CountAndFindTheirChildrenByKind)
 {
-    Scene scene;
-    CElementNode* element = scene.element;
-    EXPECT_EQ(element->NodeNumber("CModelNode"), 2) << "a mesh is a model too";
-    EXPECT_EQ(element->GetNode(1, "CModelNode"), scene.mesh);
-    EXPECT_EQ(element->GetNode(2, "CModelNode"), nullptr);
-    EXPECT_EQ(element->GetNode(-1, "CModelNode"), nullptr);
-    EXPECT_EQ(element->NodeNumber(nullptr) + element->NodeNumber("CGeoBaseNode"), 0);
-    EXPECT_EQ(element->GetNode(0, nullptr), nullptr);
-    EXPECT_EQ(element->MeshNumber(), 1);
-    EXPECT_EQ(element->GetMesh(0), scene.mesh);
-    EXPECT_EQ(element->ImageNumber(), 0) << "the image is the mesh's child";
-    EXPECT_EQ(element->GetImage(0), nullptr);
-    EXPECT_EQ(element->IsChildEnable(2), 0) << "level of detail";
-    EXPECT_EQ(element->IsChildEnable(1) + element->IsChildEnable(6) + element->IsChildEnable(7), 3);
+    Scene elements;
+    CElementNode* counted = elements.element;
+    EXPECT_EQ(counted->NodeNumber("CModelNode"), 2) << "a mesh is a model too";
+    EXPECT_EQ(counted->GetNode(1, "CModelNode"), elements.mesh);
+    EXPECT_EQ(counted->GetNode(2, "CModelNode"), nullptr);
+    EXPECT_EQ(counted->GetNode(-1, "CModelNode"), nullptr);
+    EXPECT_EQ(counted->NodeNumber(nullptr) + counted->NodeNumber("CGeoBaseNode"), 0);
+    EXPECT_EQ(counted->GetNode(0, nullptr), nullptr);
+    EXPECT_EQ(counted->MeshNumber(), 1);
+    EXPECT_EQ(counted->GetMesh(0), elements.mesh);
+    EXPECT_EQ(counted->ImageNumber(), 0) << "the image is the mesh's child";
+    EXPECT_EQ(counted->GetImage(0), nullptr);
+    EXPECT_EQ(counted->IsChildEnable(2), 0) << "level of detail";
+    EXPECT_EQ(counted->IsChildEnable(1) + counted->IsChildEnable(6) + counted->IsChildEnable(7), 3);
+}
 
-    CElementNode* second = Make<CElementNode>("E2");
-    EXPECT_EQ(AppendElementToScene(second, &scene.tree), 1);
-    scene.tree.Root()->InsertChild(1, CBaseNode::Create());
-    EXPECT_EQ(ElementNumber(&scene.tree), 2);
-    EXPECT_EQ(GetElement(1, &scene.tree), second);
-    EXPECT_EQ(GetElement(2, &scene.tree), nullptr);
-    EXPECT_EQ(AppendElementToScene(nullptr, &scene.tree), 1);
-    EXPECT_EQ(scene.tree.Root()->GetChildNum(), 3u);
+TEST(ScanScenes, HoldTheElementsAmongTheRootsChildren)
+{
+    Scene elements;
+    CElementNode* added = Make<CElementNode>("E2");
+    EXPECT_EQ(AppendElementToScene(added, &elements.tree), 1);
+    elements.tree.Root()->InsertChild(1, CBaseNode::Create());
+    EXPECT_EQ(ElementNumber(&elements.tree), 2);
+    EXPECT_EQ(GetElement(1, &elements.tree), added);
+    EXPECT_EQ(GetElement(2, &elements.tree), nullptr);
+    EXPECT_EQ(AppendElementToScene(nullptr, &elements.tree), 1);
+    EXPECT_EQ(elements.tree.Root()->GetChildNum(), 3u);
 
     CTree empty;
-    EXPECT_EQ(AppendElementToScene(second, &empty) + AppendElementToScene(second, nullptr), 0);
+    EXPECT_EQ(AppendElementToScene(added, &empty) + AppendElementToScene(added, nullptr), 0);
     EXPECT_EQ(ElementNumber(&empty) + ElementNumber(nullptr), 0);
     EXPECT_EQ(GetElement(0, nullptr), nullptr);
-    EXPECT_EQ(second->RefCount(), 1);
+    EXPECT_EQ(added->RefCount(), 1);
 }
 
-TEST(ModelVertices, AreEditedThroughTheVertexStore)
+TEST(ModelNodes, EditVerticesThroughTheVertexStore)
 {
-    CTree tree(MakeModel());
-    auto* model = static_cast<CModelNode*>(tree.Root());
-    EXPECT_EQ(model->GetVertex(2), nullptr);
-    EXPECT_EQ(model->GetVertex(-1), nullptr);
-    EXPECT_EQ(model->InsertVertex(0, 1), 1);
-    EXPECT_EQ(model->GetVertex(1)->x, 1.0);
-    EXPECT_EQ(model->DeleteVertex(0, 2), 1);
-    EXPECT_EQ(model->GetVertex(0)->x, 4.0);
-    EXPECT_EQ(model->ClearVertex(), 1);
-    EXPECT_EQ(model->VertexNumber(), 0);
+    Scene elements;
+    EXPECT_EQ(elements.model->GetVertex(2), nullptr);
+    EXPECT_EQ(elements.model->GetVertex(-1), nullptr);
+    EXPECT_EQ(elements.model->InsertVertex(0, 1), 1);
+    EXPECT_EQ(elements.model->GetVertex(1)->x, 1.0);
+    EXPECT_EQ(elements.model->DeleteVertex(0, 2), 1);
+    EXPECT_EQ(elements.model->GetVertex(0)->x, 4.0);
+    EXPECT_EQ(elements.model->ClearVertex(), 1);
+    EXPECT_EQ(elements.model->VertexNumber(), 0);
 }
 
-// Under the bounds of a checked load, a data block whose inner lengths or
-// counts run past its end is refused, and nothing read is kept.
-TEST(CheckedNodeStream, RefusesLengthsAndCountsPastTheDataBlock)
+TEST(ObjectNodes, CopyLeavesOutMeshImagesAndTakesOnlyCommonBases)
 {
-    CTree mesh(MakeMesh());
-    const int modelPart = static_cast<CMeshNode*>(mesh.Root())->CModelNode::SizeOfByte();
-    std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(mesh.Root())));
-    WriteNode(stream.data(), mesh.Root());
-    const size_t data = stream.size() - static_cast<size_t>(mesh.Root()->SizeOfByte());
-    const size_t vertexCount = stream.size() - static_cast<size_t>(modelPart) + 4;
-    for (size_t field : {data, vertexCount}) {
-        SCOPED_TRACE(field);
-        std::vector<uint8_t> bad = stream;
-        bad[field + 3] = 0x70;
-        brell::BlockBounds bounds;
-        bounds.begin = bad.data();
-        bounds.end = bounds.begin + bad.size();
-        brell::ActiveBlockBounds() = &bounds;
-        CTree read(ReadNode(bad.data()));
-        brell::ActiveBlockBounds() = nullptr;
-        EXPECT_EQ(read.Root(), nullptr);
-        EXPECT_TRUE(bounds.Failed());
-    }
+    Scene fresh;
+    CTree meshTree(CMeshNode::Create()), lodTree(CLodNode::Create());
+    EXPECT_EQ(meshTree.Root()->Copy(fresh.mesh), 1);
+    EXPECT_EQ(meshTree.Root()->GetChildNum(), 0u);
+    static_cast<CMeshNode*>(meshTree.Root())->AppendVertex(9);
+    EXPECT_EQ(meshTree.Root()->Comment(), "1 polygons") << "of 10 vertices";
+    EXPECT_EQ(lodTree.Root()->Copy(fresh.model), 1);
+    EXPECT_EQ(lodTree.Root()->Comment(), "LOD level = 0");
+    EXPECT_EQ(lodTree.Root()->Name(), "M");
+    EXPECT_EQ(meshTree.Root()->Copy(nullptr), 0);
+}
+
+TEST(ObjectNodes, CopyConstructionSharesEveryStore)
+{
+    Scene fresh;
+    auto* meshCopy = new CMeshNode(*fresh.mesh);
+    auto* charLineCopy = new CCharLineNode(*fresh.charLine);
+    CTree holdsMeshCopy(meshCopy), holdsCharLine(charLineCopy);
+    ExpectShared(meshCopy->texCoords, fresh.mesh->texCoords);
+    ExpectShared(charLineCopy->lines1, fresh.charLine->lines1);
+    EXPECT_EQ(charLineCopy->transient, 99) << "the unstreamed integer is copied too";
 }
 
 }  // namespace

@@ -37,11 +37,10 @@ public:
     int Write(void*) override { return 0; }
 };
 
-TEST(NameListBlock, TheNamesAEmptyAndBcWriteTheseBytesAndReadBack)
+TEST(NameLists, WriteAndReadTheirBlocks)
 {
-    const CNameList list = ListOf({"a", "", "bc"});
+    CNameList list = ListOf({"a", "", "bc"});
     Bytes expected = Bytes().I32(3).I32(2).Raw({'a', 0}).I32(1).Raw({0}).I32(3).Raw({'b', 'c', 0});
-    ASSERT_EQ(expected.Size(), 22u);
     ASSERT_EQ(list.SizeOfByte(), 22);
     std::vector<uint8_t> block(22, 0xEE);
     EXPECT_EQ(list.Write(block.data()), 1);
@@ -50,18 +49,14 @@ TEST(NameListBlock, TheNamesAEmptyAndBcWriteTheseBytesAndReadBack)
     CNameList back = ListOf({"old"});
     EXPECT_EQ(back.Read(expected.Mutable()), 1);
     EXPECT_EQ(Names(back), (std::vector<std::string>{"a", "", "bc"}));
-}
 
-TEST(NameListBlock, NullBlocksWriteNothingAndReadAnEmptyList)
-{
-    CNameList list = ListOf({"a"});
     EXPECT_EQ(list.Write(nullptr), 0);
     EXPECT_EQ(list.Read(nullptr), 0);
     EXPECT_EQ(list.Size(), 0u);
     EXPECT_EQ(list.SizeOfByte(), 4);
 }
 
-TEST(NameListPositions, StepRoundThroughTheEndInBothDirections)
+TEST(NameLists, PositionsStepRoundThroughTheEndBothWays)
 {
     CNameList list = ListOf({"a", "b", nullptr});
     CNameList::POS pos = list.End();
@@ -83,7 +78,7 @@ TEST(NameListPositions, StepRoundThroughTheEndInBothDirections)
     EXPECT_EQ(CNameList::CONST_POS(list.Begin()), constant.Begin());
 }
 
-TEST(NameListCopies, CopyAndAssignmentCopyEveryNameInOrder)
+TEST(NameLists, CopiesAndAssignmentsCopyEveryNameInOrder)
 {
     CNameList source = ListOf({"x", "", "x"});
     CNameList copy(source);
@@ -99,7 +94,7 @@ TEST(NameListCopies, CopyAndAssignmentCopyEveryNameInOrder)
     EXPECT_EQ(Names(self), (std::vector<std::string>{"s"}));
 }
 
-TEST(TreeByName, CreatedTwiceUnderOneNameIsOneTreeThatNoOtherKindOfLookUpSees)
+TEST(TreesByName, AreOneTreeThatNoOtherLookUpSees)
 {
     CDataManager manager;
     CTree* tree = CreateTree(&manager, "scene");
@@ -114,20 +109,27 @@ TEST(TreeByName, CreatedTwiceUnderOneNameIsOneTreeThatNoOtherKindOfLookUpSees)
     ASSERT_NE(CreateNameList("names", &manager), nullptr);
     EXPECT_EQ(GetTree(&manager, "names"), nullptr);
     EXPECT_EQ(CreateTree(&manager, "names"), nullptr) << "the name is taken by a list";
+    EXPECT_EQ(CreateNameList(nullptr, &manager), nullptr);
+}
 
+TEST(SharedObjects, LeaveANameTakenByTheHostsOwnObject)
+{
+    CDataManager manager;
+    CreateNameList("names", &manager);
     CHostObject host;
     ASSERT_EQ(manager.Register("host", &host), 1);
     EXPECT_EQ(GetTree(&manager, "host"), nullptr);
     EXPECT_EQ(GetNameList("host", &manager), nullptr);
     EXPECT_EQ(FreeNameList("host", &manager), 0);
     EXPECT_EQ(CreateTree(&manager, "host"), nullptr);
+    EXPECT_EQ(CreateNameList("host", &manager), nullptr);
     EXPECT_EQ(manager.GetData("host"), &host);
     EXPECT_EQ(manager.UnRegister("host"), &host);
     EXPECT_EQ(FreeNameList("names", &manager), 1);
     EXPECT_EQ(manager.GetData("names"), nullptr);
 }
 
-TEST(TreeByName, NullManagersGiveNothing)
+TEST(SharedObjects, NeedAManager)
 {
     EXPECT_EQ(CreateTree(nullptr, "t"), nullptr);
     EXPECT_EQ(GetTree(nullptr, "t"), nullptr);
@@ -137,49 +139,38 @@ TEST(TreeByName, NullManagersGiveNothing)
     EXPECT_EQ(FreeNameList("l", nullptr), 0);
 }
 
-TEST(TreeByName, FreeingOrEndingTheManagerReleasesTheRootExactlyOnce)
+TEST(TreesByName, ReleaseTheRootOnceWhenFreedOrTheManagerEnds)
 {
     CBaseNode* root = CBaseNode::Create();
     root->AddRef();  // the test's own reference shows each release
     {
-        CDataManager manager;
-        CreateTree(&manager, "freed")->SetRoot(root);
-        CreateTree(&manager, "kept")->SetRoot(root);
+        CDataManager ending;
+        CreateTree(&ending, "freed")->SetRoot(root);
+        CreateTree(&ending, "kept")->SetRoot(root);
         EXPECT_EQ(root->RefCount(), 3);
-        EXPECT_EQ(FreeTree(&manager, "freed"), 1);
-        EXPECT_EQ(manager.GetData("freed"), nullptr);
+        EXPECT_EQ(FreeTree(&ending, "freed"), 1);
+        EXPECT_EQ(ending.GetData("freed"), nullptr);
         EXPECT_EQ(root->RefCount(), 2);
-        EXPECT_EQ(FreeTree(&manager, "freed"), 1);
+        EXPECT_EQ(FreeTree(&ending, "freed"), 1);
         EXPECT_EQ(root->RefCount(), 2);
     }
     EXPECT_EQ(root->RefCount(), 1);
     root->Release();
 }
 
-TEST(TreeByName, ARefusedRegistrationKeepsNothing)
+TEST(SharedObjects, HandTheirPayloadThroughAFlatBlock)
 {
     CDataManager manager;
-    CHostObject host;
-    ASSERT_EQ(manager.Register("taken", &host), 1);
-    EXPECT_EQ(CreateNameList("taken", &manager), nullptr);
-    EXPECT_EQ(CreateTree(&manager, "taken"), nullptr);
-    EXPECT_EQ(CreateNameList(nullptr, &manager), nullptr);
-    EXPECT_EQ(manager.UnRegister("taken"), &host);
-}
-
-TEST(SharedObjectBlocks, TreeAndListObjectsHandTheirPayloadThroughAFlatBlock)
-{
-    CDataManager manager;
-    CTree* source = CreateTree(&manager, "source");
+    CTree* sourceTree = CreateTree(&manager, "source");
     CTree* target = CreateTree(&manager, "target");
     EXPECT_EQ(manager.GetData("source")->MakeBlock(), nullptr) << "an empty tree makes no block";
-    CBaseNode* root = CBaseNode::Create();
-    root->SetName("R");
-    root->AppendChild(CBaseNode::Create());
-    source->SetRoot(root);
+    CBaseNode* named = CBaseNode::Create();
+    named->SetName("R");
+    named->AppendChild(CBaseNode::Create());
+    sourceTree->SetRoot(named);
     target->SetRoot(CBaseNode::Create());
     manager.GetData("target")->TakeBlock(manager.GetData("source")->MakeBlock());
-    ASSERT_NE(target->Root(), root);
+    ASSERT_NE(target->Root(), named);
     EXPECT_EQ(target->Root()->Name(), "R");
     EXPECT_EQ(target->Root()->GetChildNum(), 1u);
 

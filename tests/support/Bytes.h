@@ -55,7 +55,6 @@ public:
 
     const std::vector<uint8_t>& Data() const { return data_; }
     uint8_t* Mutable() { return data_.data(); }
-    size_t Size() const { return data_.size(); }
 
 private:
     template <class To, class From>

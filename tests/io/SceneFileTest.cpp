@@ -74,7 +74,7 @@ struct SceneFolder : testing::Test {
     fs::path folder;
 };
 
-TEST_F(SceneFolder, SavedScenesLoadBackAFailedSaveLeavesTheOldFileAndBadFilesAreRefused)
+TEST_F(SceneFolder, SavedScenesLoadBackAndEveryPrefixIsRefused)
 {
     CTree scene = MakeScene();
     const std::string file = SceneFileOf(StreamOf(scene.Root()));
@@ -96,8 +96,11 @@ TEST_F(SceneFolder, SavedScenesLoadBackAFailedSaveLeavesTheOldFileAndBadFilesAre
     CTree whole(brell::io::LoadSceneFromMemory(file, "whole"));
     EXPECT_EQ(StreamOf(whole.Root()), StreamOf(scene.Root()));
     EXPECT_THROW(brell::io::LoadScene(folder / "none.brs"), FileError);
+}
 
-    // A failed save leaves the old file and no temporary one.
+TEST_F(SceneFolder, AFailedSaveLeavesTheOldFileAndNoTemporaryOne)
+{
+    const fs::path path = folder / "scene.brs";
     CTree small = MakeScene();
     brell::io::SaveScene(small, path);
     const std::string before = ReadAll(path);
@@ -118,11 +121,16 @@ TEST_F(SceneFolder, SavedScenesLoadBackAFailedSaveLeavesTheOldFileAndBadFilesAre
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
     EXPECT_THROW(brell::io::SaveScene(nullptr, path), FileError);
     EXPECT_THROW(brell::io::SaveScene(small, folder / "missing" / "scene.brs"), FileError);
+}
 
-    // Hostile files each give their own error.
-    // A record of a plain node with no name and an attribute block of 4 bytes.
-    const auto lone = [](int32_t childCount, int32_t attributes) {
-        return Bytes().I32(0).I32(childCount).Str("CBaseNode").Str("").I32(4).I32(attributes).Data();
+TEST(SceneFile, HostileFilesEachGiveTheirOwnError)
+{
+    // A record of a node with no name whose data block is an attribute count.
+    const auto record = [](int32_t childCount, const char* type, int32_t dataSize, int32_t attributes) {
+        return Bytes().I32(0).I32(childCount).Str(type).Str("").I32(dataSize).I32(attributes).Data();
+    };
+    const auto lone = [&record](int32_t childCount, int32_t attributes) {
+        return record(childCount, "CBaseNode", 4, attributes);
     };
     std::string tampered = SceneFileOf(lone(0, 0));
     tampered.back() ^= 1;
@@ -138,6 +146,12 @@ TEST_F(SceneFolder, SavedScenesLoadBackAFailedSaveLeavesTheOldFileAndBadFilesAre
         {SceneFileOf(pastTheEnd),
          "hostile: byte 44: expected a node stream, found a string of 100 bytes runs past the end (23 bytes remain)"},
         {SceneFileOf(trailing), "hostile: byte 67: expected the end of the stream, found 3 more bytes"},
+        {SceneFileOf(lone(-1, 0)), "hostile: byte 32: expected a node stream, found a negative child count"},
+        {SceneFileOf(record(0, "CBaseNode", 400, 0)),
+         "hostile: byte 63: expected a node stream, found a data block of 400 bytes runs past the end (4 bytes "
+         "remain)"},
+        {SceneFileOf(record(0, "CNoSuchNode", 4, 0)),
+         "hostile: byte 32: expected a node stream, found unregistered node type \"CNoSuchNode\""},
         {SceneFileOf(lone(1, 0)),
          "hostile: byte 67: expected a node stream, found a field of 4 bytes runs past the end (0 bytes remain)"},
     };

@@ -9,6 +9,8 @@ template <class Node>
 struct Held {
     explicit Held(Node* node = new Node) : node(node) { node->AddRef(); }
     ~Held() { node->Release(); }
+    Held(const Held&) = delete;
+    Held& operator=(const Held&) = delete;
     Node* operator->() const { return node; }
     Node* node;
 };

@@ -5,7 +5,6 @@
 #include <brelldata/core/NodeStream.h>
 #include <brelldata/core/Tree.h>
 #include <brelldata/io/SceneFile.h>
-#include <brelldata/scan/BulkMemory.h>
 
 #include <xxhash.h>
 

@@ -101,8 +101,8 @@ CBaseNode* ReadRecord(const unsigned char* record, size_t& size)
     }
 
     // The next record is found by measuring what was read, not by stored sizes.
-    const unsigned char* next = data + dataBytes;
-    size_t childrenSize = 0;
+    const unsigned char* firstChild = data + dataBytes;
+    const unsigned char* next = firstChild;
     for (int32_t i = 0; i < frame.childCount; ++i) {
         size_t childSize = 0;
         CBaseNode* child = ReadRecord(next, childSize);
@@ -111,10 +111,10 @@ CBaseNode* ReadRecord(const unsigned char* record, size_t& size)
             return nullptr;
         }
         next += childSize;
-        childrenSize += childSize;
         node->AppendChild(child);
     }
-    size = RecordSize(node->Type().size(), node->Name().size(), node->SizeOfByte()) + childrenSize;
+    size = RecordSize(node->Type().size(), node->Name().size(), node->SizeOfByte()) +
+           static_cast<size_t>(next - firstChild);
     return node;
 }
 

@@ -3,7 +3,6 @@
 #include <brelldata/core/Export.h>
 
 #include <cstddef>
-#include <cstdlib>
 #include <new>
 #include <vector>
 

@@ -11,7 +11,14 @@
 // Pieces every format shares: building faces, checking geometry before it is
 // written, and writing numbers as text.
 
+namespace brell::io {
+class FileWindow;
+}
+
 namespace brell::io::detail {
+
+// ReadPly of the file in the window, which it slides on as it reads.
+ScanGeometry ReadPly(FileWindow& window, const std::string& name);
 
 // Appends the polygon of n > 4 corners as a fan of triangles around the
 // first; with uv also their texture coordinate rows.

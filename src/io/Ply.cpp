@@ -2,6 +2,7 @@
 
 #include "io/Geometry.h"
 #include "io/Text.h"
+#include "io/WholeFile.h"
 
 #include <algorithm>
 #include <climits>
@@ -298,6 +299,27 @@ void ForType(Type type, Visit visit)
 struct VertexSink {
     ScanGeometry& geometry;
     BulkVector<CVector_2<float>>& uv;
+    bool normals, colors, texture;
+
+    // Room reserved for count vertices; none of them made yet.
+    void Reserve(size_t count)
+    {
+        geometry.positions.reserve(count);
+        if (normals) geometry.normals.reserve(count);
+        if (colors) geometry.colors.reserve(count);
+        if (texture) uv.reserve(count);
+    }
+    // At least count vertices made, with their defaults. Growing a block at a
+    // time writes the defaults in the cache just before the values replace
+    // them, rather than in a pass of their own over the whole arrays.
+    void Grow(size_t count)
+    {
+        if (count <= geometry.positions.size()) return;
+        geometry.positions.resize(count);
+        if (normals) geometry.normals.resize(count, CVector_3<float>{});
+        if (colors) geometry.colors.resize(count, RGBA{0, 0, 0, 255});
+        if (texture) uv.resize(count, CVector_2<float>{});
+    }
 
     template <class Each>
     void ForSlot(Slot slot, bool floatColor, Each each)
@@ -340,31 +362,33 @@ struct VertexSink {
     }
 };
 
-// Values from a binary body. Every read is checked against the end first.
+// Values from a binary body, read through a window of the file. Every read is
+// checked against the end of the file first, and slides the window on when it
+// would leave the window.
 template <bool swap>
 class BinarySource {
 public:
-    BinarySource(std::string_view bytes, size_t start, const std::string& name)
-        : begin_(reinterpret_cast<const unsigned char*>(bytes.data())),
-          at_(begin_ + start),
-          end_(begin_ + bytes.size()),
+    BinarySource(FileWindow& window, size_t start, const std::string& name)
+        : window_(window),
+          at_(reinterpret_cast<const unsigned char*>(window.Data()) + start),
+          end_(reinterpret_cast<const unsigned char*>(window.Data()) + window.Size()),
           name_(name)
     {
     }
 
-    size_t Mark() const { return static_cast<size_t>(at_ - begin_); }
+    size_t Mark() const { return window_.Offset() + static_cast<size_t>(at_ - WindowStart()); }
     [[noreturn]] void FailAt(size_t mark, const std::string& expected, const std::string& found) const
     {
         throw FileError::AtByte(name_, mark, expected, found);
     }
-    void Need(uint64_t bytes, const char* what) const
+    void Need(uint64_t bytes, const char* what)
     {
-        if (bytes > static_cast<uint64_t>(end_ - at_)) NotThere(bytes, what);
+        if (bytes > static_cast<uint64_t>(end_ - at_)) Slide(bytes, what);
     }
     [[noreturn]] __attribute__((noinline, cold)) void NotThere(uint64_t bytes, const char* what) const
     {
         FailAt(Mark(), std::to_string(bytes) + " bytes of " + what,
-               std::to_string(end_ - at_) + " bytes left in the file");
+               std::to_string(window_.FileSize() - Mark()) + " bytes left in the file");
     }
     double Scalar(Type type, const char*)
     {
@@ -404,11 +428,12 @@ public:
         if (!element.FixedSize()) return false;
         size_t stride = 0;
         for (const Property& property : element.properties) stride += SizeOf(property.type);
-        Need(element.count * stride, "vertices");
         constexpr size_t block = 2048;
         for (size_t from = 0; from < element.count; from += block) {
             const size_t to = std::min<size_t>(from + block, element.count);
-            const unsigned char* record = at_ + from * stride;
+            Need((to - from) * stride, "vertices");
+            sink.Grow(to);
+            const unsigned char* record = at_;
             for (const Property& property : element.properties) {
                 if (property.slot != Slot::none) {
                     ForType(property.type, [&](auto* typed) {
@@ -422,8 +447,8 @@ public:
                 }
                 record += SizeOf(property.type);
             }
+            at_ += (to - from) * stride;
         }
-        at_ += element.count * stride;
         return true;
     }
 
@@ -435,7 +460,12 @@ public:
         const Property& list = element.properties[0];
         if (list.countType != Type::uint8 || (list.type != Type::int32 && list.type != Type::uint32)) return false;
         uint32_t corners[256];
-        for (uint64_t f = 0; f < element.count; ++f) {
+        const uint64_t faces = element.count;
+        // Runs of triangles take the fast way; the body reads any other face,
+        // and a triangle the run left: one crossing the window's end, or one
+        // with a corner out of range, which it reports.
+        for (uint64_t f = ReadTriangleRun(0, faces, vertices, geometry); f < faces;
+             f = ReadTriangleRun(f + 1, faces, vertices, geometry)) {
             const size_t mark = Mark();
             Need(1, "a face's corner count");
             const unsigned count = *at_++;
@@ -460,10 +490,13 @@ public:
 
     void Finish()
     {
-        for (const unsigned char* rest = at_; rest != end_; ++rest) {
-            if (!detail::IsSpace(static_cast<char>(*rest)))
-                FailAt(Mark(), "the end of the file after the last element",
-                       std::to_string(end_ - at_) + " more bytes");
+        const size_t mark = Mark(), more = window_.FileSize() - mark;
+        for (size_t left = more; left > 0; left = window_.FileSize() - Mark()) {
+            Need(std::min<size_t>(left, 4096), "trailing space");
+            for (; at_ != end_; ++at_) {
+                if (!detail::IsSpace(static_cast<char>(*at_)))
+                    FailAt(mark, "the end of the file after the last element", std::to_string(more) + " more bytes");
+            }
         }
     }
 
@@ -478,7 +511,40 @@ private:
         return static_cast<int>(corner);
     }
 
-    const unsigned char* begin_;
+    // Reads faces from number f on while they are triangles with corners in
+    // range and wholly in the window, the cursor and limits kept in registers;
+    // the number of the first face it leaves to the caller.
+    uint64_t ReadTriangleRun(uint64_t f, uint64_t faces, int vertices, ScanGeometry& geometry)
+    {
+        constexpr ptrdiff_t kRowBytes = 1 + 3 * 4;
+        const uint32_t limit = static_cast<uint32_t>(vertices);
+        const unsigned char* at = at_;
+        const unsigned char* const end = end_;
+        for (; f < faces && end - at >= kRowBytes && *at == 3; ++f, at += kRowBytes) {
+            const uint32_t a = Load<uint32_t, swap>(at + 1), b = Load<uint32_t, swap>(at + 5),
+                           c = Load<uint32_t, swap>(at + 9);
+            if (a >= limit || b >= limit || c >= limit) break;
+            CPolygon<int>& face = geometry.faces.emplace_back();
+            face.items[0] = static_cast<int>(a);
+            face.items[1] = static_cast<int>(b);
+            face.items[2] = static_cast<int>(c);
+            face.count = 3;
+        }
+        at_ = at;
+        return f;
+    }
+
+    const unsigned char* WindowStart() const { return reinterpret_cast<const unsigned char*>(window_.Data()); }
+
+    // Slides the window to start at the cursor and hold the bytes needed.
+    __attribute__((noinline)) void Slide(uint64_t bytes, const char* what)
+    {
+        if (!window_.Slide(static_cast<size_t>(at_ - WindowStart()), bytes)) NotThere(bytes, what);
+        at_ = WindowStart();
+        end_ = at_ + window_.Size();
+    }
+
+    FileWindow& window_;
     const unsigned char* at_;
     const unsigned char* end_;
     const std::string& name_;
@@ -569,6 +635,7 @@ template <class Source>
 void ReadVertices(Source& source, const Element& element, VertexSink& sink)
 {
     if (source.ReadFixed(element, sink)) return;
+    sink.Grow(element.count);
     for (size_t i = 0; i < element.count; ++i) {
         for (const Property& property : element.properties) {
             if (property.list) {
@@ -654,18 +721,17 @@ ScanGeometry ReadBody(Source& source, const Header& header)
         if (element.name == "vertex") vertexElement = &element;
     }
     const int vertices = static_cast<int>(vertexElement->count);
-    geometry.positions.resize(vertices);
-    if (vertexElement->Find(Slot::nx) || vertexElement->Find(Slot::ny) || vertexElement->Find(Slot::nz))
-        geometry.normals.resize(vertices, CVector_3<float>{});
-    if (vertexElement->Find(Slot::red) || vertexElement->Find(Slot::green) || vertexElement->Find(Slot::blue) ||
-        vertexElement->Find(Slot::alpha))
-        geometry.colors.resize(vertices, RGBA{0, 0, 0, 255});
-    if (vertexElement->Find(Slot::u) || vertexElement->Find(Slot::v)) vertexUv.resize(vertices, CVector_2<float>{});
-    VertexSink sink{geometry, vertexUv};
+    VertexSink sink{geometry, vertexUv,
+                    vertexElement->Find(Slot::nx) || vertexElement->Find(Slot::ny) || vertexElement->Find(Slot::nz),
+                    vertexElement->Find(Slot::red) || vertexElement->Find(Slot::green) ||
+                        vertexElement->Find(Slot::blue) || vertexElement->Find(Slot::alpha),
+                    vertexElement->Find(Slot::u) || vertexElement->Find(Slot::v)};
+    sink.Reserve(vertices);
     for (const Element& element : header.elements) {
         if (&element == vertexElement) {
             ReadVertices(source, element, sink);
         } else if (element.name == "face") {
+            sink.Grow(vertices);  // faces ahead of their vertices see the defaults
             geometry.faces.reserve(element.count);
             ReadFaces(source, element, vertices, vertexUv, geometry);
         } else {
@@ -707,23 +773,44 @@ private:
     detail::TextOutput text_;
 };
 
+// The header of the file in the window, which grows until it holds the whole
+// header: a header read from the start of a file is the header of the file.
+Header ReadHeader(FileWindow& window, const std::string& name)
+{
+    for (;;) {
+        try {
+            return ParseHeader(window.View(), name);
+        } catch (const FileError&) {
+            if (window.Size() == window.FileSize()) throw;
+            window.Slide(0, std::min(2 * window.Size(), window.FileSize()));
+        }
+    }
+}
+
 }  // namespace
 
 ScanGeometry ReadPly(std::string_view bytes, const std::string& name)
 {
-    Header header = ParseHeader(bytes, name);
+    FileWindow window(bytes);
+    return detail::ReadPly(window, name);
+}
+
+ScanGeometry detail::ReadPly(FileWindow& window, const std::string& name)
+{
+    Header header = ReadHeader(window, name);
     AssignSlots(header, name);
-    CheckCounts(header, bytes.size() - header.size, name);
+    CheckCounts(header, window.FileSize() - header.size, name);
     if (header.encoding == PlyEncoding::ascii) {
-        AsciiSource source(bytes, header.size, header.lines, name);
+        window.Slide(0, window.FileSize());
+        AsciiSource source(window.View(), header.size, header.lines, name);
         return ReadBody(source, header);
     }
     const bool swap = (header.encoding == PlyEncoding::binaryBigEndian) == (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
     if (swap) {
-        BinarySource<true> source(bytes, header.size, name);
+        BinarySource<true> source(window, header.size, name);
         return ReadBody(source, header);
     }
-    BinarySource<false> source(bytes, header.size, name);
+    BinarySource<false> source(window, header.size, name);
     return ReadBody(source, header);
 }
 

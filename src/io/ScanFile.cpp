@@ -1,3 +1,4 @@
+#include "io/Geometry.h"
 #include "io/WholeFile.h"
 
 #include <brelldata/io/ScanFormats.h>
@@ -22,17 +23,13 @@ ScanFormat FormatOfFileName(const std::string& path)
 ScanGeometry ReadScanFile(const std::string& path)
 {
     const ScanFormat format = FormatOfFileName(path);
-    const FileBytes bytes = ReadWholeFile(path);
-    switch (format) {
-        case ScanFormat::ply:
-            return ReadPly(bytes.View(), path);
-        case ScanFormat::off:
-            return ReadOff(bytes.View(), path);
-        case ScanFormat::obj:
-            return ReadObj(bytes.View(), path);
-        case ScanFormat::xyz:
-            break;
+    if (format == ScanFormat::ply) {
+        FileWindow window(path);
+        return detail::ReadPly(window, path);
     }
+    const FileBytes bytes = ReadWholeFile(path);
+    if (format == ScanFormat::off) return ReadOff(bytes.View(), path);
+    if (format == ScanFormat::obj) return ReadObj(bytes.View(), path);
     return ReadXyz(bytes.View(), path);
 }
 

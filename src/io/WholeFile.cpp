@@ -18,6 +18,8 @@ namespace {
 
 // Pieces small enough to stay in the cache for the piece sink.
 constexpr size_t kPieceBytes = size_t{1} << 20;
+// A window small enough to stay in the second-level cache while it is read.
+constexpr size_t kWindowBytes = size_t{256} << 10;
 
 std::string SystemReason()
 {
@@ -83,6 +85,33 @@ private:
     int descriptor_;
 };
 
+// The descriptor of a regular file, which the caller closes, and its size.
+int OpenRegularFile(const std::string& path, size_t& size)
+{
+    const int opened = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (opened < 0) throw FileError::InFile(path, "a readable file", SystemReason());
+    struct stat status {};
+    if (fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {
+        close(opened);
+        throw FileError::InFile(path, "a regular file", "something else");
+    }
+    size = static_cast<size_t>(status.st_size);
+    return opened;
+}
+
+// Fills into[0, count) from the file's current position, which is offset.
+void ReadFully(int descriptor, char* into, size_t count, size_t offset, size_t fileSize, const std::string& path)
+{
+    for (size_t done = 0; done < count;) {
+        const ssize_t got = read(descriptor, into + done, count - done);
+        if (got < 0 && errno == EINTR) continue;
+        if (got < 0) throw FileError::AtByte(path, offset + done, "readable bytes", SystemReason());
+        if (got == 0)
+            throw FileError::AtByte(path, offset + done, std::to_string(fileSize) + " bytes", "the end of the file");
+        done += static_cast<size_t>(got);
+    }
+}
+
 }  // namespace
 
 FileBytes::FileBytes(size_t size) : data_(static_cast<char*>(AllocateBulk(size))), size_(size)
@@ -99,23 +128,60 @@ FileBytes::~FileBytes()
 
 FileBytes ReadWholeFile(const std::string& path, const FilePieceSink& onPiece)
 {
-    const int opened = open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    if (opened < 0) throw FileError::InFile(path, "a readable file", SystemReason());
-    const Descriptor file(opened);
-    struct stat status {};
-    if (fstat(file.Get(), &status) != 0 || !S_ISREG(status.st_mode))
-        throw FileError::InFile(path, "a regular file", "something else");
-    FileBytes bytes(static_cast<size_t>(status.st_size));
-    for (size_t done = 0; done < bytes.Size();) {
-        const size_t piece = std::min(kPieceBytes, bytes.Size() - done);
-        const ssize_t got = read(file.Get(), bytes.Data() + done, piece);
-        if (got < 0 && errno == EINTR) continue;
-        if (got < 0) throw FileError::AtByte(path, done, "readable bytes", SystemReason());
-        if (got == 0) throw FileError::AtByte(path, done, std::to_string(bytes.Size()) + " bytes", "the end of the file");
-        if (onPiece) onPiece(done, {bytes.Data() + done, static_cast<size_t>(got)});
-        done += static_cast<size_t>(got);
+    size_t size = 0;
+    const Descriptor file(OpenRegularFile(path, size));
+    FileBytes bytes(size);
+    for (size_t done = 0; done < size; done += kPieceBytes) {
+        const size_t piece = std::min(kPieceBytes, size - done);
+        ReadFully(file.Get(), bytes.Data() + done, piece, done, size, path);
+        if (onPiece) onPiece(done, {bytes.Data() + done, piece});
     }
     return bytes;
+}
+
+FileWindow::FileWindow(std::string_view bytes) : data_(bytes.data()), size_(bytes.size()), fileSize_(bytes.size()) {}
+
+FileWindow::FileWindow(const std::string& path) : path_(path)
+{
+    descriptor_ = OpenRegularFile(path, fileSize_);
+    try {
+        Slide(0, 0);
+    } catch (...) {
+        close(descriptor_);
+        throw;
+    }
+}
+
+FileWindow::~FileWindow()
+{
+    if (descriptor_ >= 0) close(descriptor_);
+}
+
+bool FileWindow::Slide(size_t from, size_t count)
+{
+    const size_t rest = fileSize_ - offset_ - from;
+    if (count > rest) return false;
+    if (descriptor_ < 0) {
+        data_ += from;
+        size_ -= from;
+        offset_ += from;
+        return true;
+    }
+    const size_t kept = size_ - from;
+    const size_t wanted = std::min(std::max(count, kWindowBytes), rest);
+    if (!buffer_ || buffer_->Size() < wanted) {
+        FileBytes larger(wanted);
+        if (kept > 0) std::memcpy(larger.Data(), data_ + from, kept);
+        buffer_.emplace(std::move(larger));
+    } else if (kept > 0) {
+        std::memmove(buffer_->Data(), data_ + from, kept);
+    }
+    data_ = buffer_->Data();
+    size_ = kept;
+    offset_ += from;
+    ReadFully(descriptor_, buffer_->Data() + kept, wanted - kept, offset_ + kept, fileSize_, path_);
+    size_ = wanted;
+    return true;
 }
 
 void WriteWholeFile(const std::string& path, const void* bytes, size_t size)

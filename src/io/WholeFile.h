@@ -1,12 +1,14 @@
 #pragma once
 
-// Whole files in and out: read into bulk memory, written beside their place
-// and moved into it only once they are safely on disk.
+// Files in and out: read whole into bulk memory or a window at a time,
+// written beside their place and moved into it only once they are safely on
+// disk.
 
 #include <cstddef>
 #include <functional>
 #include <string>
 #include <string_view>
+#include <optional>
 
 namespace brell::io {
 
@@ -35,6 +37,43 @@ using FilePieceSink = std::function<void(size_t offset, std::string_view piece)>
 // The whole of a regular file; FileError when it cannot be opened or read,
 // or ends before the size it had when opened.
 FileBytes ReadWholeFile(const std::string& path, const FilePieceSink& onPiece = {});
+
+// A file's bytes a window at a time, in one buffer reused as the window slides
+// on, for readers that need only the bytes at their cursor: no memory for the
+// whole file, and the window stays in the cache while it is read. Made over
+// bytes already in memory, the window holds all of them.
+class FileWindow {
+public:
+    explicit FileWindow(std::string_view bytes);
+    // Holds the start of the file; FileError when path cannot be opened or
+    // read, or is no regular file.
+    explicit FileWindow(const std::string& path);
+    FileWindow(const FileWindow&) = delete;
+    FileWindow& operator=(const FileWindow&) = delete;
+    ~FileWindow();
+
+    const char* Data() const { return data_; }
+    size_t Size() const { return size_; }
+    std::string_view View() const { return {data_, size_}; }
+    // The file offset of the window's first byte.
+    size_t Offset() const { return offset_; }
+    size_t FileSize() const { return fileSize_; }
+
+    // Starts the window at its byte from (at most Size()) and makes it hold
+    // at least count bytes from there; false, with the window unchanged, when
+    // the file has fewer. FileError when the file cannot be read or ends
+    // before the size it had when opened.
+    bool Slide(size_t from, size_t count);
+
+private:
+    std::string path_;
+    int descriptor_ = -1;
+    std::optional<FileBytes> buffer_;
+    const char* data_ = nullptr;
+    size_t size_ = 0;
+    size_t offset_ = 0;
+    size_t fileSize_ = 0;
+};
 
 // Writes a temporary file beside path, made with the permissions any new file
 // gets, makes it durable and then renames it to path: a failed write leaves

@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <fstream>
 #include <string>
 
 namespace {
@@ -163,6 +164,64 @@ TEST(ScanFormats, ReadWholeRoundTripWhatTheyHoldAndRefuseEveryBadPrefixOrName)
     xyz.normals.clear();
     ExpectSameGeometry(ReadXyz(WriteXyz(xyz, "p.xyz"), "p.xyz"), xyz, "xyz without normals");
     ExpectSameGeometry(ReadObj(WriteObj(xyz, "p.obj"), "p.obj"), xyz, "obj points");
+}
+
+// Triangles and quads over a strip of 2 x n points, several windows of file long.
+ScanGeometry Strip(int n)
+{
+    ScanGeometry strip;
+    for (int i = 0; i < n; ++i) {
+        strip.positions.push_back({i * 0.5, 0, i % 7 * 0.25});
+        strip.positions.push_back({i * 0.5, 1, i % 5 * 0.125});
+    }
+    for (int i = 0; i + 1 < n; ++i) {
+        if (i % 3 == 0) {
+            strip.faces.push_back({{2 * i, 2 * i + 2, 2 * i + 3, 2 * i + 1}, 4});
+        } else {
+            strip.faces.push_back({{2 * i, 2 * i + 2, 2 * i + 3}, 3});
+            strip.faces.push_back({{2 * i, 2 * i + 3, 2 * i + 1}, 3});
+        }
+    }
+    return strip;
+}
+
+// The geometry a reader gives, or its error.
+template <class Read>
+std::string Outcome(Read read, ScanGeometry& geometry)
+{
+    try {
+        geometry = read();
+        return "read";
+    } catch (const FileError& error) {
+        return error.what();
+    }
+}
+
+TEST(PlyFiles, ReadAWindowAtATimeAsFromMemory)
+{
+    const ScanGeometry strip = Strip(20000);
+    const std::string binary = WritePly(strip, "strip.ply", PlyEncoding::binaryLittleEndian);
+    std::string badIndex = binary, longHeader = binary;
+    badIndex[binary.size() - 2] = 0x7f;  // in the last triangle
+    longHeader.insert(longHeader.find("element"), std::string(300000, 'c').replace(0, 8, "comment ") + "\n");
+    const std::string cases[] = {
+        binary,
+        WritePly(strip, "strip.ply", PlyEncoding::binaryBigEndian),
+        WritePly(strip, "strip.ply", PlyEncoding::ascii),
+        longHeader,
+        binary.substr(0, binary.size() - 5),
+        badIndex,
+        binary + std::string(300000, ' ') + "x",
+    };
+    const std::string path = testing::TempDir() + "strip.ply";
+    for (const std::string& bytes : cases) {
+        std::ofstream(path, std::ios::binary) << bytes;
+        ScanGeometry fromMemory, fromFile;
+        const std::string outcome = Outcome([&] { return ReadPly(bytes, path); }, fromMemory);
+        EXPECT_EQ(Outcome([&] { return ReadScanFile(path); }, fromFile), outcome);
+        ExpectSameGeometry(fromFile, fromMemory, outcome);
+    }
+    std::remove(path.c_str());
 }
 
 }  // namespace

@@ -63,7 +63,7 @@ const char* xyzFile =
     "\n"
     "-4.5 5 6e2 0 1 0\n";
 
-TEST(ScanFormats, ReadWholeRoundTripWhatTheyHoldAndRefuseEveryBadPrefixOrName)
+TEST(ScanFormats, ReadWhatEachFormatHolds)
 {
     // An ASCII PLY file gives colours and texture coordinates per corner, and its pentagon as a fan.
     ExpectSameGeometry(ReadPly(asciiPly, "two.ply"),
@@ -97,8 +97,11 @@ TEST(ScanFormats, ReadWholeRoundTripWhatTheyHoldAndRefuseEveryBadPrefixOrName)
     // An XYZ file with normals gives one point a line.
     ExpectSameGeometry(ReadXyz(xyzFile, "points.xyz"),
                        {{{0, 0, 0}, {1, 2, 3}, {-4.5, 5, 600}}, {{0, 0, 1}, {1, 0, 0}, {0, 1, 0}}, {}, {}, {}});
+}
 
-    // Every prefix of a file is read whole or refused with a file error; every binary one is refused.
+// Every prefix of a file is read whole or refused with a file error; every binary one is refused.
+TEST(ScanFormats, RefuseFilesCutShort)
+{
     const ScanGeometry mesh = TexturedMesh();
     struct Case {
         std::string bytes;
@@ -125,8 +128,11 @@ TEST(ScanFormats, ReadWholeRoundTripWhatTheyHoldAndRefuseEveryBadPrefixOrName)
         }
         EXPECT_TRUE(c.binary ? refused == c.bytes.size() : refused > 0) << refused << " of " << c.bytes.size();
     }
+}
 
-    // Files are written and read in the format their name asks for.
+TEST(ScanFormats, AreChosenByTheFileName)
+{
+    const ScanGeometry mesh = TexturedMesh();
     const std::string folder = testing::TempDir();
     for (const char* file : {"a.PLY", "a.obj"}) {
         const std::string path = folder + file;
@@ -139,8 +145,11 @@ TEST(ScanFormats, ReadWholeRoundTripWhatTheyHoldAndRefuseEveryBadPrefixOrName)
     EXPECT_THROW(FormatOfFileName("scan.d/ply"), FileError);
     EXPECT_THROW(ReadScanFile(folder + "missing.xyz"), FileError);
     EXPECT_THROW(WriteScanFile(mesh, folder + "no-such-folder/a.ply"), FileError);
+}
 
-    // Each format round-trips what it holds, PLY everything in each encoding.
+// Each format round-trips what it holds, PLY everything in each encoding.
+TEST(ScanFormats, RoundTripWhatTheyHold)
+{
     ScanGeometry textured = TexturedMesh();
     for (PlyEncoding encoding : {PlyEncoding::ascii, PlyEncoding::binaryLittleEndian, PlyEncoding::binaryBigEndian}) {
         const std::string bytes = WritePly(textured, "mesh.ply", encoding);

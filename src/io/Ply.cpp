@@ -774,14 +774,17 @@ private:
 };
 
 // The header of the file in the window, which grows until it holds the whole
-// header: a header read from the start of a file is the header of the file.
+// header: a header read from the start of a file is the header of the file,
+// and an error on a line the window holds whole is the file's own.
 Header ReadHeader(FileWindow& window, const std::string& name)
 {
     for (;;) {
         try {
             return ParseHeader(window.View(), name);
-        } catch (const FileError&) {
-            if (window.Size() == window.FileSize()) throw;
+        } catch (const FileError& error) {
+            const std::string_view view = window.View();
+            const uint64_t lastLine = 1 + static_cast<uint64_t>(std::count(view.begin(), view.end(), '\n'));
+            if (window.Size() == window.FileSize() || error.Position() < lastLine) throw;
             window.Slide(0, std::min(2 * window.Size(), window.FileSize()));
         }
     }

@@ -213,11 +213,14 @@ TEST(PlyFiles, ReadAWindowAtATimeAsFromMemory)
     std::string badIndex = binary, longHeader = binary;
     badIndex[binary.size() - 2] = 0x7f;  // in the last triangle
     longHeader.insert(longHeader.find("element"), std::string(300000, 'c').replace(0, 8, "comment ") + "\n");
+    std::string badLongHeader = longHeader;
+    badLongHeader.replace(badLongHeader.find("float x"), 5, "float128");
     const std::string cases[] = {
         binary,
         WritePly(strip, "strip.ply", PlyEncoding::binaryBigEndian),
         WritePly(strip, "strip.ply", PlyEncoding::ascii),
         longHeader,
+        badLongHeader,
         binary.substr(0, binary.size() - 5),
         badIndex,
         binary + std::string(300000, ' ') + "x",

@@ -2,7 +2,7 @@
 
 #include "io/Geometry.h"
 #include "io/Text.h"
-#include "io/WholeFile.h"
+#include "io/FileBytes.h"
 
 #include <algorithm>
 #include <climits>
@@ -794,7 +794,7 @@ Header ReadHeader(FileWindow& window, const std::string& name)
 
 ScanGeometry ReadPly(std::string_view bytes, const std::string& name)
 {
-    FileWindow window(bytes);
+    FileWindow window = FileWindow::OverMemory(bytes);
     return detail::ReadPly(window, name);
 }
 

@@ -1,5 +1,5 @@
 #include "io/Geometry.h"
-#include "io/WholeFile.h"
+#include "io/FileBytes.h"
 
 #include <brelldata/io/ScanFormats.h>
 

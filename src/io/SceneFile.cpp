@@ -1,4 +1,4 @@
-#include "io/WholeFile.h"
+#include "io/FileBytes.h"
 
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/Block.h>

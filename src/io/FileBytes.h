@@ -6,9 +6,9 @@
 
 #include <cstddef>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
-#include <optional>
 
 namespace brell::io {
 
@@ -44,7 +44,7 @@ FileBytes ReadWholeFile(const std::string& path, const FilePieceSink& onPiece = 
 // bytes already in memory, the window holds all of them.
 class FileWindow {
 public:
-    explicit FileWindow(std::string_view bytes);
+    static FileWindow OverMemory(std::string_view bytes) { return FileWindow(bytes); }
     // Holds the start of the file; FileError when path cannot be opened or
     // read, or is no regular file.
     explicit FileWindow(const std::string& path);
@@ -66,6 +66,9 @@ public:
     bool Slide(size_t from, size_t count);
 
 private:
+    // Named apart from the file's constructor, which a string of bytes would pick.
+    explicit FileWindow(std::string_view bytes);
+
     std::string path_;
     int descriptor_ = -1;
     std::optional<FileBytes> buffer_;

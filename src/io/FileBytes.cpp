@@ -1,4 +1,4 @@
-#include "io/WholeFile.h"
+#include "io/FileBytes.h"
 
 #include <brelldata/io/FileError.h>
 #include <brelldata/scan/BulkMemory.h>

@@ -88,7 +88,9 @@ private:
 // The descriptor of a regular file, which the caller closes, and its size.
 int OpenRegularFile(const std::string& path, size_t& size)
 {
-    const int opened = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // Without O_NONBLOCK, opening a pipe would wait for a writer; regular
+    // files ignore the flag.
+    const int opened = open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK);
     if (opened < 0) throw FileError::InFile(path, "a readable file", SystemReason());
     struct stat status {};
     if (fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {

@@ -2,11 +2,13 @@
 
 #include "io/GeometryMatchers.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cstdio>
 #include <fstream>
 #include <string>
+#include <sys/stat.h>
 
 namespace {
 
@@ -144,6 +146,12 @@ TEST(ScanFormats, AreChosenByTheFileName)
     EXPECT_THROW(FormatOfFileName("scan.stl"), FileError);
     EXPECT_THROW(FormatOfFileName("scan.d/ply"), FileError);
     EXPECT_THROW(ReadScanFile(folder + "missing.xyz"), FileError);
+    const std::string pipe = folder + "pipe.ply";
+    std::remove(pipe.c_str());
+    ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
+    EXPECT_THAT([&] { ReadScanFile(pipe); },
+                testing::ThrowsMessage<FileError>(pipe + ": expected a regular file, found something else"));
+    std::remove(pipe.c_str());
     EXPECT_THROW(WriteScanFile(mesh, folder + "no-such-folder/a.ply"), FileError);
 }
 

@@ -1,8 +1,8 @@
 #include <brelldata/io/ScanFormats.h>
 
+#include "io/FileBytes.h"
 #include "io/Geometry.h"
 #include "io/Text.h"
-#include "io/FileBytes.h"
 
 #include <algorithm>
 #include <climits>
@@ -804,7 +804,7 @@ ScanGeometry detail::ReadPly(FileWindow& window, const std::string& name)
     AssignSlots(header, name);
     CheckCounts(header, window.FileSize() - header.size, name);
     if (header.encoding == PlyEncoding::ascii) {
-        window.Slide(0, window.FileSize());
+        window.Slide(0, window.FileSize());  // text is parsed from the whole file
         AsciiSource source(window.View(), header.size, header.lines, name);
         return ReadBody(source, header);
     }

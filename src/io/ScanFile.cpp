@@ -1,5 +1,5 @@
-#include "io/Geometry.h"
 #include "io/FileBytes.h"
+#include "io/Geometry.h"
 
 #include <brelldata/io/ScanFormats.h>
 

@@ -20,28 +20,41 @@ namespace brell::io::detail {
 // ReadPly of the file in the window, which it slides on as it reads.
 ScanGeometry ReadPly(FileWindow& window, const std::string& name);
 
-// Appends the polygon of n > 4 corners as a fan of triangles around the
-// first; with uv also their texture coordinate rows.
-void AddFan(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv, size_t n);
+// Appends polygons to a geometry's faces. Three and four corners make one
+// face; more are split into triangles that cover the polygon whatever its
+// shape: ears are cut from the polygon as projected onto the plane of its
+// Newell normal, so a convex polygon gives the fan around its first corner
+// and a concave one no triangle outside it. Its buffers serve polygon after
+// polygon.
+class PolygonSplitter {
+public:
+    // The polygon of n >= 3 corners, whose corner k is face index corners[k]
+    // at geometry.positions[vertices[k]] (vertices may be corners); with uv
+    // also its texture coordinate rows.
+    void Add(ScanGeometry& geometry, const int* corners, const int* vertices, const CVector_2<float>* uv, size_t n);
 
-// Appends the polygon of n >= 3 corners as one face, or as AddFan for more
-// than four corners; with uv also its texture coordinate row.
-inline void AddPolygon(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv, size_t n)
-{
-    if (n > 4) return AddFan(geometry, corners, uv, n);
-    CPolygon<int> face{{}, static_cast<int>(n)};
-    for (size_t k = 0; k < n; ++k) face.items[k] = corners[k];
-    geometry.faces.push_back(face);
-    if (uv == nullptr) return;
-    CPolygon<CVector_2<float>> row{{}, static_cast<int>(n)};
-    for (size_t k = 0; k < n; ++k) row.items[k] = uv[k];
-    geometry.texCoords.push_back(row);
-}
+private:
+    struct Point {
+        double u, v;
+    };
+    void Triangle(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv, size_t a, size_t b,
+                  size_t c);
+    bool Project(const BulkVector<VERTEX>& positions, const int* vertices, size_t n);
+    bool IsEar(size_t previous, size_t corner, size_t next) const;
+
+    std::vector<Point> points_;
+    std::vector<size_t> previous_, next_;
+};
 
 // FileError naming name unless the per-vertex arrays match the positions,
 // every face has 3 or 4 corners naming existing vertices, and texCoords is
 // empty or parallel to the faces with matching corner counts.
 void CheckGeometry(const ScanGeometry& geometry, const std::string& name);
+
+// CheckGeometry, and the rest of what a reader would refuse: coordinates
+// that are not finite, and for a format that cannot hold an empty scan
+// (format names it) geometry without vertices.
+void CheckWritable(const ScanGeometry& geometry, const std::string& name, const char* formatWithoutEmpty = nullptr);
 
 // The texture coordinate of each vertex when every corner of that vertex
 // agrees (vertices no face uses get (0, 0)); false when any two disagree.

@@ -101,6 +101,11 @@ private:
         text_.SkipBlanks();
         return text_.Number<double>(what);
     }
+    double Coordinate()
+    {
+        text_.SkipBlanks();
+        return text_.Coordinate("vertex coordinate");
+    }
     float Single(const char* what)
     {
         text_.SkipBlanks();
@@ -110,9 +115,9 @@ private:
     // "v x y z", optionally followed by w, by r g b (0 to 1) or by both.
     void Vertex()
     {
-        const double x = Number("a vertex coordinate");
-        const double y = Number("a vertex coordinate");
-        geometry_.positions.push_back({x, y, Number("a vertex coordinate")});
+        const double x = Coordinate();
+        const double y = Coordinate();
+        geometry_.positions.push_back({x, y, Coordinate()});
         double extra[4];
         int extras = 0;
         while (!text_.AtLineEnd('#')) {
@@ -136,11 +141,13 @@ private:
     void Face()
     {
         corners_.clear();
+        vertices_.clear();
         uv_.clear();
         bool hasUv = false;
         while (!text_.AtLineEnd('#')) {
             const Corner corner = ReadCorner(text_, geometry_.positions.size(), texCoords_.size(), normals_.size());
             corners_.push_back(corner.normal < 0 ? corner.vertex : WithNormal(corner.vertex, corner.normal));
+            vertices_.push_back(corner.vertex);
             uv_.push_back(corner.texCoord < 0 ? CVector_2<float>{} : texCoords_[corner.texCoord]);
             hasUv = hasUv || corner.texCoord >= 0;
         }
@@ -151,7 +158,7 @@ private:
             textured_ = true;
             for (const CPolygon<int>& face : geometry_.faces) geometry_.texCoords.push_back({{}, face.count});
         }
-        detail::AddPolygon(geometry_, corners_.data(), textured_ ? uv_.data() : nullptr, corners_.size());
+        splitter_.Add(geometry_, corners_.data(), vertices_.data(), textured_ ? uv_.data() : nullptr, corners_.size());
     }
 
     // The vertex to use for a corner naming vertex and normal: the vertex
@@ -205,8 +212,12 @@ private:
     std::unordered_map<uint64_t, int> copyOf_;
     bool faceNormals_ = false;
     bool textured_ = false;
+    // The face being read: its corners (copies of vertices as WithNormal
+    // gives them), the file's vertex at each, and their texture coordinates.
     std::vector<int> corners_;
+    std::vector<int> vertices_;
     std::vector<CVector_2<float>> uv_;
+    detail::PolygonSplitter splitter_;
 };
 
 }  // namespace
@@ -218,7 +229,7 @@ ScanGeometry ReadObj(std::string_view bytes, const std::string& name)
 
 std::string WriteObj(const ScanGeometry& geometry, const std::string& name)
 {
-    detail::CheckGeometry(geometry, name);
+    detail::CheckWritable(geometry, name, "an OBJ file");
     const bool normals = !geometry.normals.empty();
     const bool uv = !geometry.texCoords.empty();
     detail::TextOutput out;

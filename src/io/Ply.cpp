@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -42,6 +43,19 @@ bool IsFloat(Type type)
 
 // Where a property's values go.
 enum class Slot : uint8_t { none, x, y, z, nx, ny, nz, red, green, blue, alpha, u, v, corners, texcoord };
+
+bool IsPosition(Slot slot)
+{
+    return slot == Slot::x || slot == Slot::y || slot == Slot::z;
+}
+
+// A coordinate that is not finite, as an error names it.
+std::string NonFinite(double value)
+{
+    return std::isnan(value) ? "NaN" : value > 0 ? "infinity" : "minus infinity";
+}
+
+const char* kFiniteCoordinate = "a finite vertex coordinate";
 
 struct SlotName {
     const char* name;
@@ -107,12 +121,16 @@ Header ParseHeader(std::string_view bytes, const std::string& name)
 {
     Header header;
     TextCursor text(bytes, name);
-    if (text.Token() != "ply" || !text.AtLineEnd()) text.Fail("\"ply\" as the first line");
+    if (text.Token() != "ply" || !text.AtLineEnd()) text.FailAt(bytes.data(), "\"ply\" as the first line");
     text.SkipLine();
     bool formatSeen = false;
     for (;;) {
         text.SkipBlanks();
-        if (text.AtEnd()) text.Fail("end_header");
+        // A header line cut by the end of the file is a header cut short,
+        // whatever word the cut left.
+        const std::string_view rest = text.Rest();
+        if (rest.find('\n') == std::string_view::npos && rest.substr(0, rest.find_last_not_of(" \t\r") + 1) != "end_header")
+            text.Fail("end_header", "the end of the file");
         const std::string_view keyword = text.Token();
         if (keyword.empty()) {
             text.SkipLine();
@@ -400,6 +418,13 @@ public:
         at_ += SizeOf(type);
         return value;
     }
+    double Coordinate(Type type)
+    {
+        const size_t mark = Mark();
+        const double value = Scalar(type, "");
+        if (!std::isfinite(value)) FailAt(mark, kFiniteCoordinate, NonFinite(value));
+        return value;
+    }
     // A list's item count, which the bytes left must be able to hold.
     uint64_t ListCount(const Property& property)
     {
@@ -434,19 +459,41 @@ public:
             Need((to - from) * stride, "vertices");
             sink.Grow(to);
             const unsigned char* record = at_;
+            bool positionsFinite = true;
             for (const Property& property : element.properties) {
                 if (property.slot != Slot::none) {
+                    bool finite = true;
                     ForType(property.type, [&](auto* typed) {
                         using T = std::remove_pointer_t<decltype(typed)>;
                         sink.ForSlot(property.slot, IsFloat(property.type), [&](auto store) {
                             const unsigned char* value = record;
-                            for (size_t i = from; i < to; ++i, value += stride)
-                                store(i, static_cast<double>(Load<T, swap>(value)));
+                            if constexpr (std::is_floating_point_v<T>) {
+                                // A value is finite while its magnitude's bits stay
+                                // below those of infinity: one maximum a value.
+                                using Bits = std::conditional_t<sizeof(T) == 4, uint32_t, uint64_t>;
+                                constexpr Bits magnitude = ~Bits{0} >> 1;
+                                constexpr Bits infinity =
+                                    sizeof(T) == 4 ? Bits{0x7f800000u} : static_cast<Bits>(0x7ff0000000000000ull);
+                                Bits largest = 0;
+                                for (size_t i = from; i < to; ++i, value += stride) {
+                                    const T v = Load<T, swap>(value);
+                                    Bits bits;
+                                    std::memcpy(&bits, &v, sizeof bits);
+                                    largest = std::max<Bits>(largest, bits & magnitude);
+                                    store(i, static_cast<double>(v));
+                                }
+                                finite = largest < infinity;
+                            } else {
+                                for (size_t i = from; i < to; ++i, value += stride)
+                                    store(i, static_cast<double>(Load<T, swap>(value)));
+                            }
                         });
                     });
+                    positionsFinite = positionsFinite && (finite || !IsPosition(property.slot));
                 }
                 record += SizeOf(property.type);
             }
+            if (!positionsFinite) RefuseNonFinite(element, sink.geometry.positions, from, stride);
             at_ += (to - from) * stride;
         }
         return true;
@@ -454,7 +501,7 @@ public:
 
     // Faces that hold only a list of uchar count and int or uint indices,
     // the usual layout: read without the general path's per-value dispatch.
-    bool ReadPlainFaces(const Element& element, int vertices, ScanGeometry& geometry)
+    bool ReadPlainFaces(const Element& element, int vertices, ScanGeometry& geometry, detail::PolygonSplitter& splitter)
     {
         if (element.properties.size() != 1) return false;
         const Property& list = element.properties[0];
@@ -483,7 +530,8 @@ public:
             for (unsigned k = 0; k < count; ++k) corners[k] = static_cast<uint32_t>(CornerAt(k, vertices, mark));
             at_ += 4 * count;
             if (count < 3) FailAt(mark, "a face of at least 3 corners", std::to_string(count) + " corners");
-            detail::AddFan(geometry, reinterpret_cast<const int*>(corners), nullptr, count);
+            const int* indices = reinterpret_cast<const int*>(corners);
+            splitter.Add(geometry, indices, indices, nullptr, count);
         }
         return true;
     }
@@ -501,6 +549,24 @@ public:
     }
 
 private:
+    // FileError at the first coordinate from vertex from on that is not
+    // finite; the cursor is at vertex from.
+    [[noreturn]] __attribute__((noinline, cold)) void RefuseNonFinite(const Element& element,
+                                                                     const BulkVector<VERTEX>& positions, size_t from,
+                                                                     size_t stride) const
+    {
+        for (size_t i = from;; ++i) {
+            size_t offset = Mark() + (i - from) * stride;
+            for (const Property& property : element.properties) {
+                const VERTEX& p = positions[i];
+                const double value = property.slot == Slot::x ? p.x : property.slot == Slot::y ? p.y : p.z;
+                if (IsPosition(property.slot) && !std::isfinite(value))
+                    FailAt(offset, kFiniteCoordinate, NonFinite(value));
+                offset += SizeOf(property.type);
+            }
+        }
+    }
+
     // Corner k of the face whose corners start at the cursor, checked against
     // the vertex count.
     int CornerAt(unsigned k, int vertices, size_t mark) const
@@ -583,6 +649,14 @@ public:
         if (!ok) text_.FailAt(start, std::string(what) + " (" + TypeNameOf(type) + ")");
         return value;
     }
+    double Coordinate(Type type)
+    {
+        text_.SkipSpace();
+        const char* start = text_.At();
+        const double value = Scalar(type, "a vertex property value");
+        if (!std::isfinite(value)) text_.FailAt(start, std::string(kFiniteCoordinate) + " (" + TypeNameOf(type) + ")");
+        return value;
+    }
     uint64_t ListCount(const Property& property)
     {
         const double count = Scalar(property.countType, "a list count");
@@ -605,7 +679,7 @@ public:
         for (uint64_t k = 0; k < count; ++k) Scalar(property.type, "a list item");
     }
     bool ReadFixed(const Element&, VertexSink&) { return false; }
-    bool ReadPlainFaces(const Element&, int, ScanGeometry&) { return false; }
+    bool ReadPlainFaces(const Element&, int, ScanGeometry&, detail::PolygonSplitter&) { return false; }
     void Finish()
     {
         text_.SkipSpace();
@@ -642,7 +716,8 @@ void ReadVertices(Source& source, const Element& element, VertexSink& sink)
                 source.SkipList(property, source.ListCount(property));
                 continue;
             }
-            const double value = source.Scalar(property.type, "a vertex property value");
+            const double value = IsPosition(property.slot) ? source.Coordinate(property.type)
+                                                           : source.Scalar(property.type, "a vertex property value");
             sink.ForSlot(property.slot, IsFloat(property.type), [&](auto store) { store(i, value); });
         }
     }
@@ -650,10 +725,10 @@ void ReadVertices(Source& source, const Element& element, VertexSink& sink)
 
 template <class Source>
 void ReadFaces(Source& source, const Element& element, int vertices, const BulkVector<CVector_2<float>>& vertexUv,
-               ScanGeometry& geometry)
+               ScanGeometry& geometry, detail::PolygonSplitter& splitter)
 {
     const bool perCornerUv = element.Find(Slot::texcoord) != nullptr;
-    if (!perCornerUv && vertexUv.empty() && source.ReadPlainFaces(element, vertices, geometry)) return;
+    if (!perCornerUv && vertexUv.empty() && source.ReadPlainFaces(element, vertices, geometry, splitter)) return;
     std::vector<int> corners;
     std::vector<float> uvValues;
     std::vector<CVector_2<float>> uv;
@@ -692,7 +767,7 @@ void ReadFaces(Source& source, const Element& element, int vertices, const BulkV
             for (size_t k = 0; k < corners.size(); ++k) uv[k] = vertexUv[corners[k]];
             faceUv = uv.data();
         }
-        detail::AddPolygon(geometry, corners.data(), faceUv, corners.size());
+        splitter.Add(geometry, corners.data(), corners.data(), faceUv, corners.size());
     }
 }
 
@@ -727,13 +802,14 @@ ScanGeometry ReadBody(Source& source, const Header& header)
                         vertexElement->Find(Slot::blue) || vertexElement->Find(Slot::alpha),
                     vertexElement->Find(Slot::u) || vertexElement->Find(Slot::v)};
     sink.Reserve(vertices);
+    detail::PolygonSplitter splitter;
     for (const Element& element : header.elements) {
         if (&element == vertexElement) {
             ReadVertices(source, element, sink);
         } else if (element.name == "face") {
             sink.Grow(vertices);  // faces ahead of their vertices see the defaults
             geometry.faces.reserve(element.count);
-            ReadFaces(source, element, vertices, vertexUv, geometry);
+            ReadFaces(source, element, vertices, vertexUv, geometry, splitter);
         } else {
             SkipElement(source, element);
         }
@@ -819,7 +895,7 @@ ScanGeometry detail::ReadPly(FileWindow& window, const std::string& name)
 
 std::string WritePly(const ScanGeometry& geometry, const std::string& name, PlyEncoding encoding)
 {
-    detail::CheckGeometry(geometry, name);
+    detail::CheckWritable(geometry, name);
     const bool asFloat = detail::PositionsFitFloat(geometry.positions);
     const bool normals = !geometry.normals.empty();
     const bool colors = !geometry.colors.empty();

@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 #include <string>
@@ -99,6 +100,45 @@ TEST(ScanFormats, ReadWhatEachFormatHolds)
     // An XYZ file with normals gives one point a line.
     ExpectSameGeometry(ReadXyz(xyzFile, "points.xyz"),
                        {{{0, 0, 0}, {1, 2, 3}, {-4.5, 5, 600}}, {{0, 0, 1}, {1, 0, 0}, {0, 1, 0}}, {}, {}, {}});
+}
+
+// A square ring as one polygon in the plane y = 2: the outline, a cut to the hole, the hole
+// the other way round and back. Its triangles cover the ring's 12 square units, all facing
+// as the polygon does, and none covers the hole.
+TEST(ScanFormats, SplitConcavePolygonsIntoTrianglesInsideThem)
+{
+    const std::string points = "0 2 0\n4 2 0\n4 2 4\n0 2 4\n1 2 1\n1 2 3\n3 2 3\n3 2 1\n";
+    const std::string face = "10 0 1 2 3 0 4 5 6 7 4\n";
+    std::string obj;
+    for (size_t at = 0; at < points.size(); at = points.find('\n', at) + 1)
+        obj += "v " + points.substr(at, points.find('\n', at) + 1 - at);
+    const struct {
+        const char* format;
+        ScanGeometry geometry;
+    } rings[] = {
+        {"obj", ReadObj(obj + "f 1 2 3 4 1 5 6 7 8 5\n", "ring.obj")},
+        {"off", ReadOff("OFF\n8 1 0\n" + points + face, "ring.off")},
+        {"ply", ReadPly("ply\nformat ascii 1.0\nelement vertex 8\nproperty double x\nproperty double y\n"
+                        "property double z\nelement face 1\nproperty list uchar int vertex_indices\nend_header\n" +
+                            points + face,
+                        "ring.ply")},
+    };
+    for (const auto& ring : rings) {
+        ASSERT_EQ(ring.geometry.faces.size(), 8u) << ring.format;
+        double area = 0;
+        for (const CPolygon<int>& face : ring.geometry.faces) {
+            ASSERT_EQ(face.count, 3) << ring.format;
+            const VERTEX& a = ring.geometry.positions[face.items[0]];
+            const VERTEX& b = ring.geometry.positions[face.items[1]];
+            const VERTEX& c = ring.geometry.positions[face.items[2]];
+            const double facing = (b.z - a.z) * (c.x - a.x) - (b.x - a.x) * (c.z - a.z);  // y of (b - a) x (c - a)
+            EXPECT_LT(facing, 0) << ring.format << ": the outline runs clockwise seen from +y";
+            area += std::fabs(facing) / 2;
+            const double x = (a.x + b.x + c.x) / 3, z = (a.z + b.z + c.z) / 3;
+            EXPECT_FALSE(x > 1 && x < 3 && z > 1 && z < 3) << ring.format << ": a triangle over the hole";
+        }
+        EXPECT_DOUBLE_EQ(area, 12) << ring.format;
+    }
 }
 
 // Every prefix of a file is read whole or refused with a file error; every binary one is refused.

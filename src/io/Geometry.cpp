@@ -19,11 +19,12 @@ double Turn(double au, double av, double bu, double bv, double cu, double cv)
 
 }  // namespace
 
-void PolygonSplitter::Triangle(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv, size_t a,
-                               size_t b, size_t c)
+void PolygonSplitter::Triangle(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv,
+                               const RGBA* color, size_t a, size_t b, size_t c)
 {
     geometry.faces.push_back({{corners[a], corners[b], corners[c], 0}, 3});
     if (uv != nullptr) geometry.texCoords.push_back({{uv[a], uv[b], uv[c], {}}, 3});
+    if (color != nullptr) geometry.faceColors.push_back(*color);
 }
 
 // The corners in the plane through the first one across the Newell normal,
@@ -83,9 +84,10 @@ bool PolygonSplitter::IsEar(size_t previous, size_t corner, size_t next) const
 }
 
 void PolygonSplitter::Add(ScanGeometry& geometry, const int* corners, const int* vertices,
-                          const CVector_2<float>* uv, size_t n)
+                          const CVector_2<float>* uv, size_t n, const RGBA* color)
 {
     if (n <= 4) {
+        if (color != nullptr) geometry.faceColors.push_back(*color);
         CPolygon<int> face{{}, static_cast<int>(n)};
         for (size_t k = 0; k < n; ++k) face.items[k] = corners[k];
         geometry.faces.push_back(face);
@@ -103,7 +105,7 @@ void PolygonSplitter::Add(ScanGeometry& geometry, const int* corners, const int*
         convex = Turn(a.u, a.v, b.u, b.v, c.u, c.v) >= 0;
     }
     if (!planar || convex) {
-        for (size_t k = 1; k + 1 < n; ++k) Triangle(geometry, corners, uv, 0, k, k + 1);
+        for (size_t k = 1; k + 1 < n; ++k) Triangle(geometry, corners, uv, color, 0, k, k + 1);
         return;
     }
     previous_.resize(n);
@@ -119,7 +121,7 @@ void PolygonSplitter::Add(ScanGeometry& geometry, const int* corners, const int*
     for (size_t left = n; left > 3;) {
         const size_t before = previous_[corner], after = next_[corner];
         if (IsEar(before, corner, after) || ++misses >= left) {
-            Triangle(geometry, corners, uv, before, corner, after);
+            Triangle(geometry, corners, uv, color, before, corner, after);
             next_[before] = after;
             previous_[after] = before;
             --left;
@@ -127,7 +129,28 @@ void PolygonSplitter::Add(ScanGeometry& geometry, const int* corners, const int*
         }
         corner = after;
     }
-    Triangle(geometry, corners, uv, previous_[corner], corner, next_[corner]);
+    Triangle(geometry, corners, uv, color, previous_[corner], corner, next_[corner]);
+}
+
+void AddLine(ScanGeometry& geometry, const int* vertices, size_t n)
+{
+    geometry.lineStarts.push_back(static_cast<int>(geometry.lineVertices.size()));
+    geometry.lineVertices.insert(geometry.lineVertices.end(), vertices, vertices + n);
+}
+
+void AddEdge(ScanGeometry& geometry, int a, int b)
+{
+    if (!geometry.lineVertices.empty() && geometry.lineVertices.back() == a) {
+        geometry.lineVertices.push_back(b);
+        return;
+    }
+    const int edge[2] = {a, b};
+    AddLine(geometry, edge, 2);
+}
+
+std::string Dropped(uint64_t count, const std::string& what)
+{
+    return std::to_string(count) + " " + what + " dropped";
 }
 
 void CheckGeometry(const ScanGeometry& geometry, const std::string& name)
@@ -144,6 +167,23 @@ void CheckGeometry(const ScanGeometry& geometry, const std::string& name)
     if (!geometry.texCoords.empty() && geometry.texCoords.size() != geometry.faces.size())
         refuse("one texture coordinate row per face (" + std::to_string(geometry.faces.size()) + ")",
                std::to_string(geometry.texCoords.size()));
+    if (!geometry.faceColors.empty() && geometry.faceColors.size() != geometry.faces.size())
+        refuse("one colour per face (" + std::to_string(geometry.faces.size()) + ")",
+               std::to_string(geometry.faceColors.size()));
+    if (geometry.lineVertices.size() > INT32_MAX)
+        refuse("at most 2147483647 line vertices", std::to_string(geometry.lineVertices.size()));
+    for (size_t k = 0; k < geometry.lineStarts.size(); ++k) {
+        const auto [from, to] = LineRange(geometry, k);
+        if (from > to || to > geometry.lineVertices.size() || to - from < 2)
+            refuse("2 or more vertices in line " + std::to_string(k), std::to_string(to - from));
+        for (size_t i = from; i < to; ++i) {
+            if (geometry.lineVertices[i] < 0 || static_cast<size_t>(geometry.lineVertices[i]) >= vertices)
+                refuse("vertex indices of line " + std::to_string(k) + " below " + std::to_string(vertices),
+                       std::to_string(geometry.lineVertices[i]));
+        }
+    }
+    if (geometry.lineStarts.empty() && !geometry.lineVertices.empty())
+        refuse("lines for the " + std::to_string(geometry.lineVertices.size()) + " line vertices", "none");
     for (size_t f = 0; f < geometry.faces.size(); ++f) {
         const CPolygon<int>& face = geometry.faces[f];
         if (face.count < 3 || face.count > 4)

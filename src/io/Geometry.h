@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Pieces every format shares: building faces, checking geometry before it is
@@ -31,14 +32,16 @@ public:
     // The polygon of n >= 3 corners, whose corner k is face index corners[k]
     // at geometry.positions[vertices[k]] (vertices may be corners); with uv
     // also its texture coordinate rows.
-    void Add(ScanGeometry& geometry, const int* corners, const int* vertices, const CVector_2<float>* uv, size_t n);
+    // With color, every face made gets it.
+    void Add(ScanGeometry& geometry, const int* corners, const int* vertices, const CVector_2<float>* uv, size_t n,
+             const RGBA* color = nullptr);
 
 private:
     struct Point {
         double u, v;
     };
-    void Triangle(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv, size_t a, size_t b,
-                  size_t c);
+    void Triangle(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv, const RGBA* color, size_t a,
+                  size_t b, size_t c);
     bool Project(const BulkVector<VERTEX>& positions, const int* vertices, size_t n);
     bool IsEar(size_t previous, size_t corner, size_t next) const;
 
@@ -46,9 +49,25 @@ private:
     std::vector<size_t> previous_, next_;
 };
 
+// Appends the polyline through n >= 2 vertices.
+void AddLine(ScanGeometry& geometry, const int* vertices, size_t n);
+// Appends the edge from a to b: to the last line when that ends at a, else as a new line.
+void AddEdge(ScanGeometry& geometry, int a, int b);
+// The range of line k's vertices in lineVertices.
+inline std::pair<size_t, size_t> LineRange(const ScanGeometry& geometry, size_t k)
+{
+    const size_t end = k + 1 < geometry.lineStarts.size() ? static_cast<size_t>(geometry.lineStarts[k + 1])
+                                                          : geometry.lineVertices.size();
+    return {static_cast<size_t>(geometry.lineStarts[k]), end};
+}
+
+// "count what dropped", the form of every reader's warnings.
+std::string Dropped(uint64_t count, const std::string& what);
+
 // FileError naming name unless the per-vertex arrays match the positions,
-// every face has 3 or 4 corners naming existing vertices, and texCoords is
-// empty or parallel to the faces with matching corner counts.
+// every face has 3 or 4 corners naming existing vertices, texCoords is empty
+// or parallel to the faces with matching corner counts, faceColors is empty
+// or parallel to the faces, and every line has 2 or more existing vertices.
 void CheckGeometry(const ScanGeometry& geometry, const std::string& name);
 
 // CheckGeometry, and the rest of what a reader would refuse: coordinates

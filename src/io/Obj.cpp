@@ -79,8 +79,11 @@ public:
                 normals_.push_back({x, y, Single("a normal coordinate")});
             } else if (keyword == "f") {
                 Face();
+            } else if (keyword == "l") {
+                Line();
             } else if (IsKeyword(keyword)) {
                 ++geometry_.skippedStatements;
+                Skipped(keyword);
                 text_.SkipLine();
                 continue;
             } else {
@@ -92,6 +95,8 @@ public:
         // A file without a single vertex is not taken for an empty scan.
         if (geometry_.positions.empty()) text_.Fail("at least one vertex statement");
         Finish();
+        for (const auto& [keyword, count] : skipped_)
+            geometry_.warnings.push_back(detail::Dropped(count, "\"" + keyword + "\" statements"));
         return std::move(geometry_);
     }
 
@@ -138,6 +143,28 @@ private:
         normalOf_.push_back(-1);
     }
 
+    void Skipped(std::string_view keyword)
+    {
+        for (auto& [known, count] : skipped_) {
+            if (known == keyword) {
+                ++count;
+                return;
+            }
+        }
+        skipped_.emplace_back(std::string(keyword), 1);
+    }
+
+    // "l v1 v2 ...", each vertex optionally with its texture coordinate.
+    void Line()
+    {
+        vertices_.clear();
+        while (!text_.AtLineEnd('#'))
+            vertices_.push_back(ReadCorner(text_, geometry_.positions.size(), texCoords_.size(), normals_.size()).vertex);
+        if (vertices_.size() < 2)
+            text_.Fail("a line of at least 2 vertices", std::to_string(vertices_.size()) + " vertices");
+        detail::AddLine(geometry_, vertices_.data(), vertices_.size());
+    }
+
     void Face()
     {
         corners_.clear();
@@ -177,8 +204,12 @@ private:
     void Finish()
     {
         const size_t fileVertices = geometry_.positions.size();
+        if (geometry_.faces.empty() && !texCoords_.empty())
+            geometry_.warnings.push_back(detail::Dropped(texCoords_.size(), "texture coordinates of a point cloud"));
         if (fileVertices + copies_.size() > INT32_MAX) text_.Fail("at most 2147483647 vertices", "more");
         const bool normalsInOrder = normals_.size() == fileVertices && fileVertices > 0;
+        if (!faceNormals_ && !normalsInOrder && !normals_.empty())
+            geometry_.warnings.push_back(detail::Dropped(normals_.size(), "normals that no face names"));
         if (faceNormals_ || normalsInOrder) {
             geometry_.normals.resize(fileVertices);
             for (size_t v = 0; v < fileVertices; ++v) {
@@ -218,6 +249,8 @@ private:
     std::vector<int> vertices_;
     std::vector<CVector_2<float>> uv_;
     detail::PolygonSplitter splitter_;
+    // Statements skipped, by keyword, in the order first met.
+    std::vector<std::pair<std::string, uint64_t>> skipped_;
 };
 
 }  // namespace
@@ -257,6 +290,12 @@ std::string WriteObj(const ScanGeometry& geometry, const std::string& name)
             if (uv) out << ++texCoord;
             if (normals) out << '/' << vertex;
         }
+        out << '\n';
+    }
+    for (size_t k = 0; k < geometry.lineStarts.size(); ++k) {
+        const auto [from, to] = detail::LineRange(geometry, k);
+        out << 'l';
+        for (size_t i = from; i < to; ++i) out << ' ' << geometry.lineVertices[i] + 1;
         out << '\n';
     }
     return out.Take();

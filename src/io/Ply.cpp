@@ -42,7 +42,7 @@ bool IsFloat(Type type)
 }
 
 // Where a property's values go.
-enum class Slot : uint8_t { none, x, y, z, nx, ny, nz, red, green, blue, alpha, u, v, corners, texcoord };
+enum class Slot : uint8_t { none, x, y, z, nx, ny, nz, red, green, blue, alpha, u, v, corners, texcoord, from, to };
 
 bool IsPosition(Slot slot)
 {
@@ -68,6 +68,10 @@ const SlotName vertexSlots[] = {
     {"blue", Slot::blue},   {"alpha", Slot::alpha}, {"s", Slot::u},         {"t", Slot::v},
     {"u", Slot::u},         {"v", Slot::v},         {"texture_u", Slot::u}, {"texture_v", Slot::v},
     {"texture_s", Slot::u}, {"texture_t", Slot::v},
+};
+
+const SlotName colorSlots[] = {
+    {"red", Slot::red}, {"green", Slot::green}, {"blue", Slot::blue}, {"alpha", Slot::alpha},
 };
 
 struct Property {
@@ -221,7 +225,12 @@ void AssignSlots(Header& header, const std::string& name)
             if (element.count > INT_MAX) fail("at most 2147483647 vertices", std::to_string(element.count));
         } else if (element.name == "face") {
             for (Property& property : element.properties) {
-                if (!property.list) continue;
+                if (!property.list) {
+                    for (const SlotName& entry : colorSlots) {
+                        if (property.name == entry.name) property.slot = entry.slot;
+                    }
+                    continue;
+                }
                 if (property.name == "vertex_indices" || property.name == "vertex_index") {
                     if (IsFloat(property.type))
                         fail("integer vertex indices",
@@ -233,9 +242,45 @@ void AssignSlots(Header& header, const std::string& name)
             }
             if (!element.Find(Slot::corners)) fail("a vertex_indices list in element face", "none");
             if (element.count > INT_MAX) fail("at most 2147483647 faces", std::to_string(element.count));
+        } else if (element.name == "edge") {
+            for (Property& property : element.properties) {
+                if (property.list || IsFloat(property.type)) continue;
+                if (property.name == "vertex1") property.slot = Slot::from;
+                if (property.name == "vertex2") property.slot = Slot::to;
+            }
         }
     }
     if (!vertexSeen) throw FileError::AtLine(name, header.lines, "an element vertex in the header", "none");
+}
+
+bool IsEdgeElement(const Element& element)
+{
+    return element.name == "edge" && element.Find(Slot::from) && element.Find(Slot::to);
+}
+
+// A line for each kind of thing in the file that the geometry has no place for.
+std::vector<std::string> DroppedParts(const Header& header)
+{
+    std::vector<std::string> dropped;
+    bool faces = false;
+    for (const Element& element : header.elements) faces = faces || (element.name == "face" && element.count > 0);
+    for (const Element& element : header.elements) {
+        if (element.count == 0) continue;
+        const bool kept = element.name == "vertex" || element.name == "face" || IsEdgeElement(element);
+        if (!kept) {
+            dropped.push_back(detail::Dropped(element.count, "elements \"" + element.name + "\""));
+            continue;
+        }
+        for (const Property& property : element.properties) {
+            if (property.slot != Slot::none) continue;
+            dropped.push_back(detail::Dropped(element.count, std::string(property.list ? "lists" : "values") +
+                                                                 " of " + element.name + " property \"" +
+                                                                 property.name + "\""));
+        }
+        if (element.name == "vertex" && !faces && (element.Find(Slot::u) || element.Find(Slot::v)))
+            dropped.push_back(detail::Dropped(element.count, "texture coordinates of a point cloud"));
+    }
+    return dropped;
 }
 
 // Refuses counts that the bytes after the header cannot hold, before anything
@@ -313,6 +358,13 @@ void ForType(Type type, Visit visit)
     }
 }
 
+// A colour channel: a float of 0 to 1 or an integer of 0 to 255.
+uint8_t Channel(double value, bool floatColor)
+{
+    if (floatColor) return detail::UnitToChannel(value);
+    return static_cast<uint8_t>(std::clamp(value, 0.0, 255.0));
+}
+
 // The vertex arrays being filled, and where each slot's value goes.
 struct VertexSink {
     ScanGeometry& geometry;
@@ -342,10 +394,7 @@ struct VertexSink {
     template <class Each>
     void ForSlot(Slot slot, bool floatColor, Each each)
     {
-        auto channel = [floatColor](double value) -> uint8_t {
-            if (floatColor) return detail::UnitToChannel(value);
-            return static_cast<uint8_t>(std::clamp(value, 0.0, 255.0));
-        };
+        auto channel = [floatColor](double value) { return Channel(value, floatColor); };
         auto& p = geometry.positions;
         auto& n = geometry.normals;
         auto& c = geometry.colors;
@@ -732,11 +781,19 @@ void ReadFaces(Source& source, const Element& element, int vertices, const BulkV
     std::vector<int> corners;
     std::vector<float> uvValues;
     std::vector<CVector_2<float>> uv;
+    const bool colored = element.Find(Slot::red) || element.Find(Slot::green) || element.Find(Slot::blue) ||
+                         element.Find(Slot::alpha);
     for (uint64_t f = 0; f < element.count; ++f) {
         const auto mark = source.Mark();
+        RGBA color{0, 0, 0, 255};
         for (const Property& property : element.properties) {
             if (!property.list) {
-                source.Scalar(property.type, "a face property value");
+                const double value = source.Scalar(property.type, "a face property value");
+                const uint8_t channel = Channel(value, IsFloat(property.type));
+                if (property.slot == Slot::red) color.r = channel;
+                if (property.slot == Slot::green) color.g = channel;
+                if (property.slot == Slot::blue) color.b = channel;
+                if (property.slot == Slot::alpha) color.a = channel;
                 continue;
             }
             const uint64_t count = source.ListCount(property);
@@ -767,7 +824,26 @@ void ReadFaces(Source& source, const Element& element, int vertices, const BulkV
             for (size_t k = 0; k < corners.size(); ++k) uv[k] = vertexUv[corners[k]];
             faceUv = uv.data();
         }
-        splitter.Add(geometry, corners.data(), corners.data(), faceUv, corners.size());
+        splitter.Add(geometry, corners.data(), corners.data(), faceUv, corners.size(), colored ? &color : nullptr);
+    }
+}
+
+// Edges as lines, joined into polylines where one edge starts at the end of the one before.
+template <class Source>
+void ReadEdges(Source& source, const Element& element, int vertices, ScanGeometry& geometry)
+{
+    for (uint64_t e = 0; e < element.count; ++e) {
+        int ends[2] = {0, 0};
+        for (const Property& property : element.properties) {
+            if (property.list) {
+                source.SkipList(property, source.ListCount(property));
+            } else if (property.slot == Slot::from || property.slot == Slot::to) {
+                ends[property.slot == Slot::to] = source.Index(property.type, vertices);
+            } else {
+                source.Scalar(property.type, "an edge property value");
+            }
+        }
+        detail::AddEdge(geometry, ends[0], ends[1]);
     }
 }
 
@@ -790,6 +866,7 @@ template <class Source>
 ScanGeometry ReadBody(Source& source, const Header& header)
 {
     ScanGeometry geometry;
+    geometry.warnings = DroppedParts(header);
     BulkVector<CVector_2<float>> vertexUv;
     const Element* vertexElement = nullptr;
     for (const Element& element : header.elements) {
@@ -810,6 +887,8 @@ ScanGeometry ReadBody(Source& source, const Header& header)
             sink.Grow(vertices);  // faces ahead of their vertices see the defaults
             geometry.faces.reserve(element.count);
             ReadFaces(source, element, vertices, vertexUv, geometry, splitter);
+        } else if (IsEdgeElement(element)) {
+            ReadEdges(source, element, vertices, geometry);
         } else {
             SkipElement(source, element);
         }
@@ -906,6 +985,10 @@ std::string WritePly(const ScanGeometry& geometry, const std::string& name, PlyE
     const bool uvPerVertex = hasUv && detail::PerVertexTexCoords(geometry, vertexUv);
     const bool uvPerCorner = hasUv && !uvPerVertex;
     const bool mesh = !geometry.faces.empty();
+    const bool faceColors = !geometry.faceColors.empty();
+    const bool faceAlpha =
+        std::any_of(geometry.faceColors.begin(), geometry.faceColors.end(), [](const RGBA& c) { return c.a != 255; });
+    const size_t edges = geometry.lineVertices.size() - geometry.lineStarts.size();
 
     static const char* formats[] = {"ascii", "binary_little_endian", "binary_big_endian"};
     std::string header = "ply\nformat " + std::string(formats[static_cast<int>(encoding)]) + " 1.0\n";
@@ -920,7 +1003,10 @@ std::string WritePly(const ScanGeometry& geometry, const std::string& name, PlyE
         header += "element face " + std::to_string(geometry.faces.size()) + "\n";
         header += "property list uchar int vertex_indices\n";
         if (uvPerCorner) header += "property list uchar float texcoord\n";
+        if (faceColors) header += "property uchar red\nproperty uchar green\nproperty uchar blue\n";
+        if (faceAlpha) header += "property uchar alpha\n";
     }
+    if (edges > 0) header += "element edge " + std::to_string(edges) + "\nproperty int vertex1\nproperty int vertex2\n";
     header += "end_header\n";
 
     PlyOutput out(encoding);
@@ -960,14 +1046,28 @@ std::string WritePly(const ScanGeometry& geometry, const std::string& name, PlyE
         const CPolygon<int>& face = geometry.faces[f];
         out.Value(static_cast<uint8_t>(face.count));
         for (int k = 0; k < face.count; ++k)
-            out.Value(static_cast<int32_t>(face.items[k]), k + 1 == face.count && !uvPerCorner);
+            out.Value(static_cast<int32_t>(face.items[k]), k + 1 == face.count && !uvPerCorner && !faceColors);
         if (uvPerCorner) {
             const CPolygon<CVector_2<float>>& row = geometry.texCoords[f];
             out.Value(static_cast<uint8_t>(2 * row.count));
             for (int k = 0; k < row.count; ++k) {
                 out.Value(row.items[k].x);
-                out.Value(row.items[k].y, k + 1 == row.count);
+                out.Value(row.items[k].y, k + 1 == row.count && !faceColors);
             }
+        }
+        if (faceColors) {
+            const RGBA& c = geometry.faceColors[f];
+            out.Value(c.r);
+            out.Value(c.g);
+            out.Value(c.b, !faceAlpha);
+            if (faceAlpha) out.Value(c.a, true);
+        }
+    }
+    for (size_t k = 0; k < geometry.lineStarts.size(); ++k) {
+        const auto [from, to] = detail::LineRange(geometry, k);
+        for (size_t i = from; i + 1 < to; ++i) {
+            out.Value(static_cast<int32_t>(geometry.lineVertices[i]));
+            out.Value(static_cast<int32_t>(geometry.lineVertices[i + 1]), true);
         }
     }
     return out.Take();

@@ -79,13 +79,14 @@ TEST(ScanFormats, ReadWhatEachFormatHolds)
                          {{{0, 0}, {1, 1}, {0.5f, 0.75f}}, 3},
                          {{{0, 0}, {0.5f, 0.75f}, {0, 1}}, 3}}});
 
-    // An OFF file has colours as integers or fractions; face colours are skipped.
+    // An OFF file has colours as integers or fractions, the faces' too; a face without one is white.
     ExpectSameGeometry(ReadOff(offFile, "two.off"),
                        {{{0, 0, 0}, {1, 0, 0}, {1, 1, 0}, {0, 1, 0}, {2, 2, 2}},
                         {},
                         {{255, 0, 0, 255}, {0, 255, 0, 128}, {0, 0, 255, 128}, {1, 1, 1, 255}, {9, 9, 9, 255}},
                         {{{0, 1, 2, 3}, 4}, {{3, 2, 4}, 3}},
-                        {}});
+                        {},
+                        {{255, 255, 255, 255}, {128, 128, 128, 255}}});
 
     // Every OBJ corner form; untextured faces get rows of zeros, and the last face gives
     // vertices 1 and 2 normal 2 after normal 1, so each is copied.
@@ -139,6 +140,55 @@ TEST(ScanFormats, SplitConcavePolygonsIntoTrianglesInsideThem)
         }
         EXPECT_DOUBLE_EQ(area, 12) << ring.format;
     }
+}
+
+// A PLY file with face colours and a chain of edges, and what it holds besides.
+const char* extrasPly =
+    "ply\nformat ascii 1.0\nelement vertex 4\n"
+    "property float x\nproperty float y\nproperty float z\nproperty float confidence\n"
+    "property list uchar int tags\nproperty float u\nproperty float v\n"
+    "element face 2\nproperty list uchar int vertex_indices\nproperty uchar red\nproperty uchar green\n"
+    "property uchar blue\nproperty int flags\n"
+    "element edge 3\nproperty int vertex1\nproperty int vertex2\nproperty uchar red\n"
+    "element material 1\nproperty float shine\nend_header\n"
+    "0 0 0 1 0 0 0\n1 0 0 1 2 5 6 1 0\n1 1 0 1 0 1 1\n0 1 0 1 0 0 1\n"
+    "3 0 1 2 255 0 0 7\n5 0 2 3 1 3 0 0 255 7\n"
+    "0 1 9\n1 2 9\n3 0 9\n"
+    "0.5\n";
+
+// What the geometry has no place for is said, one line for each kind with its count; face
+// colours and lines are kept.
+TEST(ScanFormats, KeepFaceColoursAndLinesAndSayWhatTheyDrop)
+{
+    const ScanGeometry ply = ReadPly(extrasPly, "extras.ply");
+    EXPECT_THAT(ply.warnings, testing::ElementsAre("4 values of vertex property \"confidence\" dropped",
+                                                   "4 lists of vertex property \"tags\" dropped",
+                                                   "2 values of face property \"flags\" dropped",
+                                                   "3 values of edge property \"red\" dropped",
+                                                   "1 elements \"material\" dropped"));
+    // The pentagon of four distinct corners gives three triangles of its colour.
+    const RGBA red{255, 0, 0, 255}, blue{0, 0, 255, 255};
+    EXPECT_EQ(brell::test::FirstDifference(ply.faceColors, {red, blue, blue, blue}), "");
+    EXPECT_EQ(brell::test::FirstDifference(ply.lineVertices, {0, 1, 2, 3, 0}), "");
+    EXPECT_EQ(brell::test::FirstDifference(ply.lineStarts, {0, 3}), "");
+    for (PlyEncoding encoding : {PlyEncoding::ascii, PlyEncoding::binaryLittleEndian})
+        ExpectSameGeometry(ReadPly(WritePly(ply, "e.ply", encoding), "e.ply"), ply, "ply");
+
+    ScanGeometry lines = ply;
+    lines.faceColors.clear();
+    ExpectSameGeometry(ReadObj(WriteObj(ply, "e.obj"), "e.obj"), lines, "obj lines");
+    ScanGeometry colours = ply;
+    colours.lineVertices.clear();
+    colours.lineStarts.clear();
+    colours.texCoords.clear();
+    ExpectSameGeometry(ReadOff(WriteOff(ply, "e.off"), "e.off"), colours, "off face colours");
+
+    const ScanGeometry obj = ReadObj("v 0 0 0\nv 1 0 0\nvt 0 0\nvn 0 0 1\ng a\nusemtl m\nusemtl n\nl 1 2\n", "p.obj");
+    EXPECT_THAT(obj.warnings, testing::ElementsAre("1 texture coordinates of a point cloud dropped",
+                                                   "1 normals that no face names dropped",
+                                                   "1 \"g\" statements dropped", "2 \"usemtl\" statements dropped"));
+    const ScanGeometry off = ReadOff("STOFF\n3 1 0\n0 0 0 0 0\n1 0 0 1 0\n0 1 0 0 1\n3 0 1 2 7\n", "i.off");
+    EXPECT_THAT(off.warnings, testing::ElementsAre("1 face colours that are not r g b or r g b a dropped"));
 }
 
 // Every prefix of a file is read whole or refused with a file error; every binary one is refused.

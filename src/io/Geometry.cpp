@@ -68,12 +68,13 @@ bool PolygonSplitter::Project(const BulkVector<VERTEX>& positions, const int* ve
 // Whether the corner turns left and no other corner left lies in or on the
 // triangle it makes with its neighbours; a corner at the same place as one of
 // the three (where a cut joins a hole to the outline) does not count.
-bool PolygonSplitter::IsEar(size_t previous, size_t corner, size_t next) const
+bool PolygonSplitter::IsEar(size_t previous, size_t corner, size_t next)
 {
     const Point a = points_[previous], b = points_[corner], c = points_[next];
     if (!(Turn(a.u, a.v, b.u, b.v, c.u, c.v) > 0)) return false;
     auto same = [](Point p, Point q) { return p.u == q.u && p.v == q.v; };
     for (size_t k = next_[next]; k != previous; k = next_[k]) {
+        ++work_;
         const Point p = points_[k];
         if (same(p, a) || same(p, b) || same(p, c)) continue;
         if (Turn(a.u, a.v, b.u, b.v, p.u, p.v) >= 0 && Turn(b.u, b.v, c.u, c.v, p.u, p.v) >= 0 &&
@@ -116,10 +117,20 @@ void PolygonSplitter::Add(ScanGeometry& geometry, const int* corners, const int*
     }
     // Starting at corner 1 and going on from each cut makes convex stretches
     // fans around their first corner. A round without an ear (a polygon that
-    // crosses itself) cuts the corner it ends at.
+    // crosses itself) cuts the corner it ends at. Past a budget of corners
+    // tested, which grows with the corners and only huge concave polygons
+    // reach, what is left becomes a fan, so that no polygon hangs a read.
+    const uint64_t budget = 64 * uint64_t{n} + (uint64_t{1} << 24);
+    work_ = 0;
     size_t corner = 1, misses = 0;
     for (size_t left = n; left > 3;) {
+        if (work_ > budget) {
+            for (size_t k = next_[corner]; next_[k] != corner; k = next_[k])
+                Triangle(geometry, corners, uv, color, corner, k, next_[k]);
+            return;
+        }
         const size_t before = previous_[corner], after = next_[corner];
+        ++work_;
         if (IsEar(before, corner, after) || ++misses >= left) {
             Triangle(geometry, corners, uv, color, before, corner, after);
             next_[before] = after;

@@ -43,10 +43,11 @@ private:
     void Triangle(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv, const RGBA* color, size_t a,
                   size_t b, size_t c);
     bool Project(const BulkVector<VERTEX>& positions, const int* vertices, size_t n);
-    bool IsEar(size_t previous, size_t corner, size_t next) const;
+    bool IsEar(size_t previous, size_t corner, size_t next);
 
     std::vector<Point> points_;
     std::vector<size_t> previous_, next_;
+    uint64_t work_ = 0;  // corners tested against ears so far
 };
 
 // Appends the polyline through n >= 2 vertices.

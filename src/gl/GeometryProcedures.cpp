@@ -1,10 +1,10 @@
 #include "gl/RendererImpl.h"
 
+#include <brelldata/data/Normal.h>
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/geo/VertexNodes.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
-#include <brelldata/scan/Normal.h>
 
 #include <algorithm>
 #include <string>

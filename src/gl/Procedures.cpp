@@ -1,9 +1,9 @@
 #include "gl/RendererImpl.h"
 
+#include <brelldata/data/Normal.h>
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/geo/VertexNodes.h>
 #include <brelldata/platform/DApi.h>
-#include <brelldata/scan/Normal.h>
 
 #include <algorithm>
 #include <string>

@@ -1,7 +1,7 @@
 #include "io/FileBytes.h"
 
+#include <brelldata/data/BulkMemory.h>
 #include <brelldata/io/FileError.h>
-#include <brelldata/scan/BulkMemory.h>
 
 #include <algorithm>
 #include <cerrno>

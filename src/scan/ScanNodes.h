@@ -5,7 +5,7 @@
 
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/Block.h>
-#include <brelldata/scan/DataStore.h>
+#include <brelldata/data/RefData.h>
 
 #include <cstddef>
 #include <string>

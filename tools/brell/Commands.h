@@ -1,6 +1,6 @@
 #pragma once
 
-#include <brelldata/scan/Records.h>
+#include <brelldata/data/Records.h>
 
 #include <string>
 

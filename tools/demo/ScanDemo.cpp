@@ -3,11 +3,11 @@
 
 #include <brelldata/core/RefNode.h>
 #include <brelldata/core/Tree.h>
+#include <brelldata/data/Normal.h>
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/platform/DApi.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
-#include <brelldata/scan/Normal.h>
 #include <brelldata/scan/ObjectNodes.h>
 
 #include <cstdio>

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <brelldata/data/Records.h>
 #include <brelldata/geo/LightCameraNodes.h>
 #include <brelldata/gl/Export.h>
 #include <brelldata/gl/Renderer.h>
-#include <brelldata/scan/Records.h>
 
 #include <vector>
 

@@ -1,4 +1,4 @@
-#include <brelldata/scan/BulkMemory.h>
+#include <brelldata/data/BulkMemory.h>
 
 #include <algorithm>
 #include <cstdint>

@@ -1,7 +1,7 @@
 // Bulk memory: large blocks sit on 2 MB boundaries and keep their contents
 // however they grow, move or shrink; the stores built on it do the same.
-#include <brelldata/scan/BulkMemory.h>
-#include <brelldata/scan/DataStore.h>
+#include <brelldata/data/ArrayDataStore.h>
+#include <brelldata/data/BulkMemory.h>
 
 #include <gtest/gtest.h>
 

@@ -10,7 +10,7 @@
 #include <brelldata/data/MatrixDataStore.h>
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/gl/Renderer.h>
-#include <brelldata/platform/DApi.h>
+#include <brelldata/procedures/DApi.h>
 
 #include <cstdint>
 #include <memory>

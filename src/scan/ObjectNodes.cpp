@@ -1,6 +1,6 @@
 #include <brelldata/scan/ObjectNodes.h>
 
-#include "platform/ProcedureCall.h"
+#include "procedures/ProcedureCall.h"
 #include "scan/ScanNodes.h"
 
 #include <brelldata/core/RefNode.h>
@@ -65,7 +65,7 @@ int CObjectNode::GeoCalc(const char* procedure, CBaseNode* output)
 
 int CObjectNode::GeoCalcThis(const char* procedure, const char* typeName, CBaseNode* output)
 {
-    return brell::CallProcedure("GeoProc", "Geo", typeName != nullptr ? typeName : "", "_", procedure, this, output);
+    return brell::CallProcedure(brell::kGeoProcedure, typeName, procedure, this, output);
 }
 
 int CObjectNode::GeoCalcDescent(const char* procedure, const std::string& typeName, CBaseNode* output)

@@ -123,7 +123,4 @@ int ChildIndexOfKind(const CBaseNode& node, int index, const std::string& type);
 // That child itself; null when there is none.
 CBaseNode* ChildOfKind(const CBaseNode& node, int index, const std::string& type);
 
-// A comment of up to 63 characters, printf-formatted.
-std::string FormatComment(const char* format, ...) __attribute__((format(printf, 1, 2)));
-
 }  // namespace brell

@@ -3,6 +3,7 @@
 
 #include "core/ConfigStore.h"
 #include "core/NodeTypes.h"
+#include "data/KeptBulk.h"
 #include "diag/Diagnostic.h"
 
 #include <brelldata/core/BaseNode.h>
@@ -90,6 +91,7 @@ public:
     {
         for (const NodeTypeEntry& type : kLibraryNodeTypes) UnRegisterNodeType(type.typeId().c_str());
         diag::CloseDebugChannels();
+        StopKeepingBulk();
     }
 
     ProcessState state;

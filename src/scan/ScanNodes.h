@@ -109,13 +109,6 @@ void CopyPrivately(CRefData<Store>& handle, const CRefData<Store>& source)
     handle.Unshare();
 }
 
-// node as a Node when its IsKindOf accepts Node's type name; else null.
-template <class Node>
-Node* AsKindOf(CBaseNode* node)
-{
-    return node != nullptr && node->IsKindOf(Node::TypeId()) ? static_cast<Node*>(node) : nullptr;
-}
-
 // The number of node's direct children whose IsKindOf accepts type.
 int ChildrenOfKind(const CBaseNode& node, const std::string& type);
 // The child index of the index-th of them; -1 when there is none.

@@ -65,7 +65,7 @@ std::string FollowLinks(const std::string& path)
         if (lstat(target.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return target;
         char text[PATH_MAX];
         const ssize_t length = readlink(target.c_str(), text, sizeof text);
-        if (length < 0 || static_cast<size_t>(length) == sizeof text)
+        if (length <= 0 || static_cast<size_t>(length) == sizeof text)
             throw FileError::InFile(path, "a link that can be followed", SystemReason());
         std::string next(text, static_cast<size_t>(length));
         if (next.front() != '/' && target.find('/') != std::string::npos) next = FolderOf(target) + "/" + next;

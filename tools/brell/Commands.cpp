@@ -140,7 +140,8 @@ void Info(const Common& common, const std::string& path, CameraLayout layout)
     if (kind == FileKind::camera) {
         progress.Finish();
         CameraInfo(path, layout);
-        return progress.End();
+        progress.End();
+        return;
     }
     CTree scene = Open(path, kind);
     progress.Step("counting");

@@ -77,7 +77,7 @@ bool ParseSize(const std::string& text, int& width, int& height)
 // given.
 void ShowLibraryTrace(char** argv)
 {
-    if (std::getenv("SCRIVO_LEVEL") != nullptr) return;
+    if (const char* level = std::getenv("SCRIVO_LEVEL"); level != nullptr && *level != '\0') return;
     setenv("SCRIVO_LEVEL", std::to_string(std::numeric_limits<int32_t>::max()).c_str(), 1);
     execv("/proc/self/exe", argv);
     // Without a new start, the lines from here on still show.

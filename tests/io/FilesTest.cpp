@@ -52,11 +52,12 @@ TEST_F(FileFolder, ASaveRefusesToReplaceAnythingButARegularFileAndLeavesItAsItWa
     const std::pair<const char*, const char*> cases[] = {
         {"pipe", "a pipe"}, {"folder", "a folder"}, {"device", "a device"}};
     for (const auto& [name, kind] : cases) {
-        const fs::file_status before = fs::symlink_status(Path(name));
-        EXPECT_THAT([&] { Save(Path(name), "bytes"); },
+        const std::string path = Path(name);
+        const fs::file_type before = fs::symlink_status(path).type();
+        EXPECT_THAT([&path] { Save(path, "bytes"); },
                     testing::ThrowsMessage<FileError>(
-                        Path(name) + ": expected a regular file to replace or a new name, found " + kind));
-        EXPECT_EQ(fs::symlink_status(Path(name)).type(), before.type()) << name;
+                        path + ": expected a regular file to replace or a new name, found " + kind));
+        EXPECT_EQ(fs::symlink_status(path).type(), before) << name;
     }
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 3);
 }

@@ -120,8 +120,7 @@ CTree Calculate(CBaseNode* root, const std::string& procedure, const std::string
     CTree output(CBaseNode::Create());
     output.Root()->SetName((kGeometryPrefix + procedure).c_str());
     auto calculate = [&](CBaseNode* node) {
-        if (node->IsKindOf(CObjectNode::TypeId()))
-            static_cast<CObjectNode*>(node)->GeoCalc(procedure.c_str(), output.Root());
+        if (auto* object = brell::AsKindOf<CObjectNode>(node)) object->GeoCalc(procedure.c_str(), output.Root());
     };
     calculate(root);
     if (!root->IsKindOf(CObjectNode::TypeId()))

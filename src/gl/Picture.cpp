@@ -1,9 +1,11 @@
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/gl/Picture.h>
+#include <brelldata/io/Files.h>
 
 #include <png.h>
 
 #include <cmath>
+#include <memory>
 #include <string>
 
 namespace {
@@ -92,9 +94,18 @@ void WritePng(const char* path, int width, int height, const std::vector<RGBA>& 
     image.width = static_cast<png_uint_32>(width);
     image.height = static_cast<png_uint_32>(height);
     image.format = PNG_FORMAT_RGBA;
-    if (png_image_write_to_file(&image, path, 0, pixels.data(), 0, nullptr) == 0) {
+    // Room for the largest PNG of the picture, so that it is compressed once.
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+    const std::unique_ptr<unsigned char[]> png(new unsigned char[size]);
+    if (png_image_write_to_memory(&image, png.get(), &size, 0, pixels.data(), 0, nullptr) == 0) {
         const std::string reason = image.message;
         png_image_free(&image);
         throw CGlError("cannot write PNG file " + name + ": " + reason);
+    }
+    // Saved as the io library saves every file, so that its messages are the same too.
+    try {
+        brell::io::SaveFile(name, png.get(), size);
+    } catch (const brell::io::FileError& error) {
+        throw CGlError(error.what());
     }
 }

@@ -1,14 +1,19 @@
 #include "gl/RendererImpl.h"
 
+#include <brelldata/data/Normal.h>
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/geo/VertexNodes.h>
-#include <brelldata/platform/DApi.h>
-#include <brelldata/scan/Normal.h>
+#include <brelldata/procedures/DApi.h>
+#include <brelldata/procedures/ProcedureNames.h>
 
 #include <algorithm>
 #include <string>
 
 using namespace brell::gl;
+using brell::kDrawProcedure;
+using brell::kEndDrawProcedure;
+using brell::kGeoProcedure;
+using brell::ProcedureName;
 
 namespace {
 
@@ -298,11 +303,6 @@ const Procedure kProcedures[] = {
     {"CGeoRefNode", DrawReference},
 };
 
-std::string ProcedureName(const char* prefix, const char* type)
-{
-    return std::string(prefix) + type + "By" + kGlRenderer;
-}
-
 struct Registration {
     const char* kind;
     std::string name;
@@ -315,11 +315,12 @@ std::vector<Registration> AllProcedures()
 {
     std::vector<Registration> all;
     for (const Procedure& procedure : kProcedures)
-        all.push_back({"DrawProc", ProcedureName("Draw", procedure.type), procedure.draw});
+        all.push_back({kDrawProcedure.kind, ProcedureName(kDrawProcedure, procedure.type, kGlRenderer), procedure.draw});
     for (const Procedure& procedure : OverlayProcedures())
-        all.push_back({"DrawProc", ProcedureName("Draw", procedure.type), procedure.draw});
-    all.push_back({"DrawProc", ProcedureName("EndDraw", "CGeoBaseNode"), DrawGroup});
-    for (auto& [name, procedure] : GeometryProcedures()) all.push_back({"GeoProc", std::move(name), procedure});
+        all.push_back({kDrawProcedure.kind, ProcedureName(kDrawProcedure, procedure.type, kGlRenderer), procedure.draw});
+    all.push_back({kEndDrawProcedure.kind, ProcedureName(kEndDrawProcedure, "CGeoBaseNode", kGlRenderer), DrawGroup});
+    for (auto& [name, procedure] : GeometryProcedures())
+        all.push_back({kGeoProcedure.kind, std::move(name), procedure});
     return all;
 }
 

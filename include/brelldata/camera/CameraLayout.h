@@ -6,7 +6,7 @@
 
 #include <brelldata/camera/CameraData.h>
 #include <brelldata/camera/KameraData.h>
-#include <brelldata/core/Export.h>
+#include <brelldata/Export.h>
 
 #include <cstdint>
 

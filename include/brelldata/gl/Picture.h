@@ -1,9 +1,9 @@
 #pragma once
 
+#include <brelldata/data/Records.h>
 #include <brelldata/geo/LightCameraNodes.h>
 #include <brelldata/gl/Export.h>
 #include <brelldata/gl/Renderer.h>
-#include <brelldata/scan/Records.h>
 
 #include <vector>
 
@@ -30,6 +30,7 @@ BRELL_GL_API int RenderScene(CGlRenderer& renderer, CBaseNode* root, const Rende
 // Registers the procedures, renders root with a new renderer of the options'
 // size and writes the picture to path as an 8-bit RGBA PNG. Throws CGlError.
 BRELL_GL_API void RenderToPng(CBaseNode* root, const RenderOptions& options, const char* path);
-// Writes width x height pixels, rows from the top; throws CGlError naming the
-// file when it cannot be written.
+// Writes width x height pixels, rows from the top, saved as the io library
+// saves files (brelldata/io/Files.h); throws CGlError naming the file when it
+// cannot be written.
 BRELL_GL_API void WritePng(const char* path, int width, int height, const std::vector<RGBA>& pixels);

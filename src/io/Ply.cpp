@@ -549,8 +549,10 @@ public:
     }
 
     // Faces that hold only a list of uchar count and int or uint indices,
-    // the usual layout: read without the general path's per-value dispatch.
-    bool ReadPlainFaces(const Element& element, int vertices, ScanGeometry& geometry, detail::PolygonSplitter& splitter)
+    // the usual layout: read without the general path's per-value dispatch,
+    // and compiled apart from it so that its loop keeps its registers.
+    __attribute__((noinline)) bool ReadPlainFaces(const Element& element, int vertices, ScanGeometry& geometry,
+                                                  detail::PolygonSplitter& splitter)
     {
         if (element.properties.size() != 1) return false;
         const Property& list = element.properties[0];

@@ -84,7 +84,7 @@ void ReverseOrder(KAMERAHEADER& h)
 
 int32_t brell::KameraBlockSize3d(const KAMERAHEADER& h)
 {
-    return int32_t{h.pitchPlaneWidth} * h.pitchPlaneHeight * 9;
+    return Wrap32(int64_t{h.pitchPlaneWidth} * h.pitchPlaneHeight * 9);
 }
 
 int32_t brell::KameraBlockSize2d(const KAMERAHEADER& h)

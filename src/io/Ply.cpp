@@ -542,7 +542,7 @@ public:
                 }
                 record += SizeOf(property.type);
             }
-            if (!positionsFinite) RefuseNonFinite(element, sink.geometry.positions, from, stride);
+            if (!positionsFinite) RefuseNonFinite(element, to - from);
             at_ += (to - from) * stride;
         }
         return true;
@@ -600,20 +600,20 @@ public:
     }
 
 private:
-    // FileError at the first coordinate from vertex from on that is not
-    // finite; the cursor is at vertex from.
-    [[noreturn]] __attribute__((noinline, cold)) void RefuseNonFinite(const Element& element,
-                                                                     const BulkVector<VERTEX>& positions, size_t from,
-                                                                     size_t stride) const
+    // FileError at the first coordinate of the count vertices at the cursor
+    // that is not finite, read again from the file's bytes.
+    __attribute__((noinline, cold)) void RefuseNonFinite(const Element& element, size_t count) const
     {
-        for (size_t i = from;; ++i) {
-            size_t offset = Mark() + (i - from) * stride;
+        const unsigned char* record = at_;
+        for (size_t i = 0; i < count; ++i) {
             for (const Property& property : element.properties) {
-                const VERTEX& p = positions[i];
-                const double value = property.slot == Slot::x ? p.x : property.slot == Slot::y ? p.y : p.z;
+                double value = 0;
+                ForType(property.type, [&](auto* typed) {
+                    value = static_cast<double>(Load<std::remove_pointer_t<decltype(typed)>, swap>(record));
+                });
                 if (IsPosition(property.slot) && !std::isfinite(value))
-                    FailAt(offset, kFiniteCoordinate, NonFinite(value));
-                offset += SizeOf(property.type);
+                    FailAt(Mark() + static_cast<size_t>(record - at_), kFiniteCoordinate, NonFinite(value));
+                record += SizeOf(property.type);
             }
         }
     }

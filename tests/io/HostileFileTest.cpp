@@ -114,18 +114,21 @@ TEST(HostileFiles, AreEachRefusedWithTheirOwnMessage)
               std::tuple(FileError::Place::byte, 205u, "vertex indices below 3", "7"));
 }
 
-// A binary PLY file of two vertices whose second one's y is value, read as its
-// vertices are: as fixed-size records, or one by one when a list follows them.
-std::string PlyWithY(float value, bool withList)
+// A binary PLY file of two vertices of x, y and z whose second one's y is value,
+// read as its vertices are: as fixed-size records, or one by one when a list
+// follows them. A second y after them, which a reader takes in its place, is 7.
+std::string PlyWithY(float value, bool withList, bool secondY = false)
 {
     std::string header = "ply\nformat binary_little_endian 1.0\nelement vertex 2\n"
                          "property float x\nproperty float y\nproperty float z\n";
     if (withList) header += "property list uchar int tags\n";
+    if (secondY) header += "property float y\n";
     std::string bytes = header + "end_header\n";
-    const float coordinates[2][3] = {{0, 1, 2}, {3, value, 5}};
+    const float coordinates[2][3] = {{0, 1, 2}, {3, value, 5}}, seven = 7;
     for (const auto& vertex : coordinates) {
         bytes.append(reinterpret_cast<const char*>(vertex), sizeof vertex);
         if (withList) bytes += '\0';  // no tags
+        if (secondY) bytes.append(reinterpret_cast<const char*>(&seven), sizeof seven);
     }
     return bytes;
 }
@@ -146,6 +149,7 @@ TEST(HostileFiles, NonFiniteCoordinatesAreRefusedByEveryReader)
         {ReadPly, PlyWithY(nan, false), "hostile: byte 131: expected a finite vertex coordinate, found NaN"},
         {ReadPly, PlyWithY(-inf, false), "hostile: byte 131: expected a finite vertex coordinate, found minus infinity"},
         {ReadPly, PlyWithY(inf, true), "hostile: byte 161: expected a finite vertex coordinate, found infinity"},
+        {ReadPly, PlyWithY(nan, false, true), "hostile: byte 152: expected a finite vertex coordinate, found NaN"},
     };
     for (const auto& c : cases) EXPECT_STREQ(ErrorOf(c.read, c.bytes).what(), c.message.c_str()) << c.bytes;
 }

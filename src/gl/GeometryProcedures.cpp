@@ -14,7 +14,7 @@
 // GeoCalc hands them. Built geometry shares the scan stores wherever the
 // types agree.
 
-using namespace brell::gl;
+namespace brell::gl {
 
 namespace {
 
@@ -147,13 +147,15 @@ void AddKind(std::vector<std::pair<std::string, DAPI_PROC>>& all, const char* na
 
 }  // namespace
 
-std::vector<std::pair<std::string, DAPI_PROC>> brell::gl::GeometryProcedures()
+std::vector<std::pair<std::string, DAPI_PROC>> GeometryProcedures()
 {
     std::vector<std::pair<std::string, DAPI_PROC>> all;
-    AddKind<kPoints>(all, kGlPoints);
-    AddKind<kWire>(all, kGlWire);
-    AddKind<kShade>(all, kGlShade);
-    AddKind<kSmooth>(all, kGlSmooth);
-    AddKind<kTexture>(all, kGlTexture);
+    AddKind<kPoints>(all, kPointsProcedure);
+    AddKind<kWire>(all, kWireProcedure);
+    AddKind<kShade>(all, kShadeProcedure);
+    AddKind<kSmooth>(all, kSmoothProcedure);
+    AddKind<kTexture>(all, kTextureProcedure);
     return all;
 }
+
+}  // namespace brell::gl

@@ -6,6 +6,8 @@
 #include <cmath>
 #include <string>
 
+namespace brell::gl {
+
 namespace {
 
 // What drawing reaches (shown nodes, enabled children, the subtrees of
@@ -68,33 +70,34 @@ CAMERA_PARAM SceneCamera(CBaseNode* root, const RenderOptions& options)
     return camera;
 }
 
-int RenderScene(CGlRenderer& renderer, CBaseNode* root, const RenderOptions& options)
+int RenderScene(Renderer& renderer, CBaseNode* root, const RenderOptions& options)
 {
     renderer.BeginFrame(SceneCamera(root, options), options.background);
     return renderer.Draw(root);
 }
 
-void RenderToPng(CBaseNode* root, const RenderOptions& options, const char* path)
+void RenderToPng(CBaseNode* root, const RenderOptions& options, const std::string& path)
 {
-    RegisterGlProcedures();
-    CGlRenderer renderer(options.width, options.height);
+    RegisterProcedures();
+    Renderer renderer(options.width, options.height);
     RenderScene(renderer, root, options);
     WritePng(path, options.width, options.height, renderer.ReadPixels());
 }
 
-void WritePng(const char* path, int width, int height, const std::vector<RGBA>& pixels)
+void WritePng(const std::string& path, int width, int height, const std::vector<RGBA>& pixels)
 {
-    const std::string name = path != nullptr ? path : "(null)";
-    if (path == nullptr || width <= 0 || height <= 0 || pixels.size() != static_cast<size_t>(width) * height)
-        throw CGlError("cannot write PNG file " + name + ": no picture of that size");
+    if (width <= 0 || height <= 0 || pixels.size() != static_cast<size_t>(width) * height)
+        throw RenderError("cannot write PNG file " + path + ": no picture of that size");
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     image.width = static_cast<png_uint_32>(width);
     image.height = static_cast<png_uint_32>(height);
     image.format = PNG_FORMAT_RGBA;
-    if (png_image_write_to_file(&image, path, 0, pixels.data(), 0, nullptr) == 0) {
+    if (png_image_write_to_file(&image, path.c_str(), 0, pixels.data(), 0, nullptr) == 0) {
         const std::string reason = image.message;
         png_image_free(&image);
-        throw CGlError("cannot write PNG file " + name + ": " + reason);
+        throw RenderError("cannot write PNG file " + path + ": " + reason);
     }
 }
+
+}  // namespace brell::gl

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <string>
 
-using namespace brell::gl;
+namespace brell::gl {
 
 namespace {
 
@@ -267,14 +267,14 @@ int DrawReference(void* node, void* context)
     auto* reference = static_cast<CGeoRefNode*>(node);
     CBaseNode* target = reference->Reference();
     if (target == nullptr) return 1;
-    CGlRenderer::Impl& renderer = RendererOf(context);
-    if (renderer.recording != nullptr) return DrawTree(target, kGlRenderer, context);
+    Renderer::Impl& renderer = RendererOf(context);
+    if (renderer.recording != nullptr) return DrawTree(target, kRendererName, context);
     if (auto* cache = dynamic_cast<GlCache*>(reference->GetCache())) {
         if (cache->Execute(context) != 0) return 1;
     }
     auto* cache = new GlCache(renderer.shared_from_this());
     renderer.recording = &cache->batch;
-    const int result = DrawTree(target, kGlRenderer, context);
+    const int result = DrawTree(target, kRendererName, context);
     renderer.recording = nullptr;
     reference->SetCache(cache);
     return result;
@@ -300,7 +300,7 @@ const Procedure kProcedures[] = {
 
 std::string ProcedureName(const char* prefix, const char* type)
 {
-    return std::string(prefix) + type + "By" + kGlRenderer;
+    return std::string(prefix) + type + "By" + kRendererName;
 }
 
 struct Registration {
@@ -325,13 +325,15 @@ std::vector<Registration> AllProcedures()
 
 }  // namespace
 
-int RegisterGlProcedures()
+int RegisterProcedures()
 {
     for (const Registration& r : AllProcedures()) GetDApiManager()->Register(r.kind, r.name.c_str(), r.procedure);
     return 1;
 }
 
-void UnregisterGlProcedures()
+void UnregisterProcedures()
 {
     for (const Registration& r : AllProcedures()) GetDApiManager()->Unregister(r.kind, r.name.c_str());
 }
+
+}  // namespace brell::gl

@@ -16,7 +16,7 @@ int liveCaches = 0;
 
 [[noreturn]] void Fail(const std::string& what)
 {
-    throw CGlError("OpenGL renderer: " + what);
+    throw RenderError("OpenGL renderer: " + what);
 }
 
 std::string EglCode()
@@ -78,7 +78,7 @@ void Batch::Free()
     *this = Batch();
 }
 
-GlCache::GlCache(std::weak_ptr<CGlRenderer::Impl> owner) : owner_(std::move(owner))
+GlCache::GlCache(std::weak_ptr<Renderer::Impl> owner) : owner_(std::move(owner))
 {
     ++liveCaches;
 }
@@ -90,7 +90,7 @@ GlCache::~GlCache()
 
 void GlCache::Discard()
 {
-    if (std::shared_ptr<CGlRenderer::Impl> owner = owner_.lock()) {
+    if (std::shared_ptr<Renderer::Impl> owner = owner_.lock()) {
         const EGLDisplay display = eglGetCurrentDisplay();
         const EGLContext context = eglGetCurrentContext();
         const EGLSurface draw = eglGetCurrentSurface(EGL_DRAW), read = eglGetCurrentSurface(EGL_READ);
@@ -104,22 +104,18 @@ void GlCache::Discard()
 
 int GlCache::Execute(void* context)
 {
-    std::shared_ptr<CGlRenderer::Impl> owner = owner_.lock();
+    std::shared_ptr<Renderer::Impl> owner = owner_.lock();
     if (context == nullptr || owner.get() != &RendererOf(context)) return 0;
     owner->Execute(batch);
     return 1;
 }
 
-}  // namespace brell::gl
-
-using namespace brell::gl;
-
-int GlCacheCount()
+int CacheCount()
 {
-    return brell::gl::liveCaches;
+    return liveCaches;
 }
 
-CGlRenderer::Impl::Impl(int width, int height) : width(width), height(height)
+Renderer::Impl::Impl(int width, int height) : width(width), height(height)
 {
     if (width <= 0 || height <= 0) Fail("picture size must be positive");
     display_ = SurfacelessDisplay();
@@ -183,13 +179,13 @@ CGlRenderer::Impl::Impl(int width, int height) : width(width), height(height)
     glVertexAttrib2f(2, 0.0f, 0.0f);
 }
 
-CGlRenderer::Impl::~Impl()
+Renderer::Impl::~Impl()
 {
     MakeCurrent();
     Release();
 }
 
-void CGlRenderer::Impl::Release()
+void Renderer::Impl::Release()
 {
     frame_.Free();
     glDeleteProgram(program_);
@@ -200,12 +196,12 @@ void CGlRenderer::Impl::Release()
     eglDestroyContext(display_, context_);
 }
 
-void CGlRenderer::Impl::MakeCurrent()
+void Renderer::Impl::MakeCurrent()
 {
     if (eglGetCurrentContext() != context_) eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, context_);
 }
 
-void CGlRenderer::Impl::BeginFrame(const CAMERA_PARAM& camera, RGBA background)
+void Renderer::Impl::BeginFrame(const CAMERA_PARAM& camera, RGBA background)
 {
     MakeCurrent();
     FreeFrame();
@@ -237,19 +233,19 @@ void CGlRenderer::Impl::BeginFrame(const CAMERA_PARAM& camera, RGBA background)
     SetLights({eye});
 }
 
-void CGlRenderer::Impl::FreeFrame()
+void Renderer::Impl::FreeFrame()
 {
     frame_.Free();
 }
 
-void CGlRenderer::Impl::SetCamera(const CAMERA_PARAM& camera)
+void Renderer::Impl::SetCamera(const CAMERA_PARAM& camera)
 {
     view_ = ViewMatrix(camera);
     projection_ = ProjectionMatrix(camera, static_cast<double>(width) / height);
 }
 
 // Lights are fixed in eye space when they are set, as the view is then.
-void CGlRenderer::Impl::SetLights(const std::vector<LIGHT_PARAM>& lights)
+void Renderer::Impl::SetLights(const std::vector<LIGHT_PARAM>& lights)
 {
     constexpr int kMaxLights = 8;
     float positions[4 * kMaxLights], ambient[3 * kMaxLights], diffuse[3 * kMaxLights];
@@ -274,12 +270,12 @@ void CGlRenderer::Impl::SetLights(const std::vector<LIGHT_PARAM>& lights)
     glUniform3fv(at_.lightDiffuse, count, diffuse);
 }
 
-void CGlRenderer::Impl::Uniform(GLint location, const Matrix& matrix)
+void Renderer::Impl::Uniform(GLint location, const Matrix& matrix)
 {
     glUniformMatrix4fv(location, 1, GL_FALSE, matrix.data());
 }
 
-GLuint CGlRenderer::Impl::Upload(Batch& batch, GLenum target, const void* data, size_t bytes)
+GLuint Renderer::Impl::Upload(Batch& batch, GLenum target, const void* data, size_t bytes)
 {
     GLuint buffer = 0;
     glGenBuffers(1, &buffer);
@@ -291,7 +287,7 @@ GLuint CGlRenderer::Impl::Upload(Batch& batch, GLenum target, const void* data, 
     return buffer;
 }
 
-GLuint CGlRenderer::Impl::SharedPositions(Batch& batch, CArrayDataStore<VERTEX>& store)
+GLuint Renderer::Impl::SharedPositions(Batch& batch, CArrayDataStore<VERTEX>& store)
 {
     auto found = batch.shared.find(&store);
     if (found != batch.shared.end()) return found->second;
@@ -307,7 +303,7 @@ GLuint CGlRenderer::Impl::SharedPositions(Batch& batch, CArrayDataStore<VERTEX>&
     return buffer;
 }
 
-GLuint CGlRenderer::Impl::SharedNormals(Batch& batch, CArrayDataStore<CVector_3<float>>& store)
+GLuint Renderer::Impl::SharedNormals(Batch& batch, CArrayDataStore<CVector_3<float>>& store)
 {
     auto found = batch.shared.find(&store);
     if (found != batch.shared.end()) return found->second;
@@ -317,7 +313,7 @@ GLuint CGlRenderer::Impl::SharedNormals(Batch& batch, CArrayDataStore<CVector_3<
 }
 
 // Row 0 of the image is texture coordinate v = 0.
-GLuint CGlRenderer::Impl::SharedTexture(Batch& batch, CMatrixDataStore<RGBA>& image)
+GLuint Renderer::Impl::SharedTexture(Batch& batch, CMatrixDataStore<RGBA>& image)
 {
     auto found = batch.shared.find(&image);
     if (found != batch.shared.end()) return found->second;
@@ -337,7 +333,7 @@ GLuint CGlRenderer::Impl::SharedTexture(Batch& batch, CMatrixDataStore<RGBA>& im
     return texture;
 }
 
-int CGlRenderer::Impl::Add(Geometry& geometry, const Style& style)
+int Renderer::Impl::Add(Geometry& geometry, const Style& style)
 {
     Batch& batch = recording != nullptr ? *recording : frame_;
     Item item;
@@ -378,19 +374,19 @@ int CGlRenderer::Impl::Add(Geometry& geometry, const Style& style)
     return 1;
 }
 
-int CGlRenderer::Impl::AddState(Item item)
+int Renderer::Impl::AddState(Item item)
 {
     if (recording != nullptr) recording->items.push_back(item);
     Execute(item);
     return 1;
 }
 
-void CGlRenderer::Impl::Execute(const Batch& batch)
+void Renderer::Impl::Execute(const Batch& batch)
 {
     for (const Item& item : batch.items) Execute(item);
 }
 
-void CGlRenderer::Impl::DrawOverlays()
+void Renderer::Impl::DrawOverlays()
 {
     glDisable(GL_DEPTH_TEST);
     for (const Item& item : overlays_) Execute(item, true);
@@ -398,7 +394,7 @@ void CGlRenderer::Impl::DrawOverlays()
     overlays_.clear();
 }
 
-void CGlRenderer::Impl::Execute(const Item& item, bool overlay)
+void Renderer::Impl::Execute(const Item& item, bool overlay)
 {
     if (item.style.window && !overlay) {
         overlays_.push_back(item);
@@ -429,42 +425,42 @@ void CGlRenderer::Impl::Execute(const Item& item, bool overlay)
     glBindVertexArray(0);
 }
 
-CGlRenderer::CGlRenderer(int width, int height) : impl_(std::make_shared<Impl>(width, height)) {}
+Renderer::Renderer(int width, int height) : impl_(std::make_shared<Impl>(width, height)) {}
 
-CGlRenderer::~CGlRenderer() = default;
+Renderer::~Renderer() = default;
 
-int CGlRenderer::Width() const
+int Renderer::Width() const
 {
     return impl_->width;
 }
 
-int CGlRenderer::Height() const
+int Renderer::Height() const
 {
     return impl_->height;
 }
 
-std::string CGlRenderer::Description() const
+std::string Renderer::Description() const
 {
     impl_->MakeCurrent();
     return std::string(reinterpret_cast<const char*>(glGetString(GL_RENDERER))) + ", OpenGL " +
            reinterpret_cast<const char*>(glGetString(GL_VERSION));
 }
 
-void CGlRenderer::BeginFrame(const CAMERA_PARAM& camera, RGBA background)
+void Renderer::BeginFrame(const CAMERA_PARAM& camera, RGBA background)
 {
     impl_->BeginFrame(camera, background);
 }
 
-int CGlRenderer::Draw(CBaseNode* root)
+int Renderer::Draw(CBaseNode* root)
 {
     impl_->MakeCurrent();
-    const int result = DrawTree(root, kGlRenderer, this);
+    const int result = DrawTree(root, kRendererName, this);
     impl_->DrawOverlays();
     impl_->FreeFrame();
     return result;
 }
 
-std::vector<RGBA> CGlRenderer::ReadPixels()
+std::vector<RGBA> Renderer::ReadPixels()
 {
     impl_->MakeCurrent();
     const size_t rowLength = static_cast<size_t>(impl_->width);
@@ -479,12 +475,14 @@ std::vector<RGBA> CGlRenderer::ReadPixels()
     return pixels;
 }
 
-uint64_t CGlRenderer::Uploads() const
+uint64_t Renderer::Uploads() const
 {
     return impl_->uploads;
 }
 
-uint64_t CGlRenderer::UploadedBytes() const
+uint64_t Renderer::UploadedBytes() const
 {
     return impl_->uploadedBytes;
 }
+
+}  // namespace brell::gl

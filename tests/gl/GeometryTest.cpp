@@ -49,7 +49,7 @@ protected:
 
 TEST_F(ScanGeometry, TexturedMeshesShareTheScanStoresAndShowTheImage)
 {
-    ASSERT_EQ(element->GeoCalc(kGlTexture, output.node), 1);
+    ASSERT_EQ(element->GeoCalc(gl::kTextureProcedure, output.node), 1);
     auto* shade = Built<CGeoPolyShadeRefNode>();
     ASSERT_NE(shade, nullptr);
     EXPECT_EQ(&*shade->vertices, &*mesh->vertices);
@@ -76,14 +76,14 @@ TEST_F(ScanGeometry, TexturedMeshesShareTheScanStoresAndShowTheImage)
 
 TEST_F(ScanGeometry, WireAndPointProceduresBuildTheirOwnNodes)
 {
-    ASSERT_EQ(element->GeoCalc(kGlWire, output.node), 1);
+    ASSERT_EQ(element->GeoCalc(gl::kWireProcedure, output.node), 1);
     auto* wire = Built<CGeoWireFrameNode>();
     ASSERT_NE(wire, nullptr);
     EXPECT_EQ(&*wire->polygons, &*mesh->polygons);
     EXPECT_EQ(wire->Number(), 1);
     EXPECT_EQ(Built<CGeoPolyShadeRefNode>(), nullptr);
 
-    ASSERT_EQ(element->GeoCalc(kGlSmooth, output.node), 1);
+    ASSERT_EQ(element->GeoCalc(gl::kSmoothProcedure, output.node), 1);
     EXPECT_EQ(Built<CGeoPolyShadeRefNode>()->smooth, 1);
     Render(output.node);
     EXPECT_EQ(AtWorld(0.0, 0.0).r, AtWorld(0.0, 0.0).b);

@@ -44,23 +44,23 @@ class GlTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        RegisterGlProcedures();
+        gl::RegisterProcedures();
         try {
-            renderer = std::make_unique<CGlRenderer>(kSize, kSize);
-        } catch (const CGlError& error) {
+            renderer = std::make_unique<gl::Renderer>(kSize, kSize);
+        } catch (const gl::RenderError& error) {
             GTEST_SKIP() << error.what();
         }
     }
     void TearDown() override
     {
         renderer.reset();
-        UnregisterGlProcedures();
+        gl::UnregisterProcedures();
     }
 
     // Renders root and keeps its pixels.
     void Render(CBaseNode* root)
     {
-        RenderScene(*renderer, root, {});
+        gl::RenderScene(*renderer, root, {});
         pixels = renderer->ReadPixels();
     }
     // The pixel at window column x and row y from the top.
@@ -81,7 +81,7 @@ protected:
     }
 
     static constexpr int kSize = 64;
-    std::unique_ptr<CGlRenderer> renderer;
+    std::unique_ptr<gl::Renderer> renderer;
     std::vector<RGBA> pixels;
 };
 

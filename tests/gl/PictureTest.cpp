@@ -205,15 +205,15 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
     EXPECT_NEAR(gray.r, 128, 1);
     EXPECT_EQ(gray.r, gray.b);
 
-    // RenderToPng writes the picture.
+    // gl::RenderToPng writes the picture.
     Scene written;
     Add(written.node, OrthoCamera());
     Add(written.node, Polygon({{-2.0, -2.0, 0.0}, {2.0, -2.0, 0.0}, {2.0, 2.0, 0.0}}, kBlue));
     const std::string path = ::testing::TempDir() + "brell_gl_picture.png";
-    RenderOptions options;
+    gl::RenderOptions options;
     options.width = 40;
     options.height = 20;
-    RenderToPng(written.node, options, path.c_str());
+    gl::RenderToPng(written.node, options, path);
 
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
@@ -231,9 +231,9 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
 TEST(GlErrors, NameWhatFailed)
 {
     using testing::HasSubstr;
-    EXPECT_THAT([] { CGlRenderer(0, 10); }, testing::ThrowsMessage<CGlError>(HasSubstr("size")));
-    EXPECT_THAT([] { WritePng("/nonexistent/folder/picture.png", 1, 1, {kRed}); },
-                testing::ThrowsMessage<CGlError>(HasSubstr("/nonexistent/folder/picture.png")));
+    EXPECT_THAT([] { gl::Renderer(0, 10); }, testing::ThrowsMessage<gl::RenderError>(HasSubstr("size")));
+    EXPECT_THAT([] { gl::WritePng("/nonexistent/folder/picture.png", 1, 1, {kRed}); },
+                testing::ThrowsMessage<gl::RenderError>(HasSubstr("/nonexistent/folder/picture.png")));
 }
 
 }  // namespace

@@ -95,7 +95,7 @@ std::string RenderMode(CBaseNode* root, const std::string& asked)
         const std::string& name = root->GetChild(i)->Name();
         if (name.compare(0, prefix.size(), prefix) == 0) return name.substr(prefix.size());
     }
-    return Summarize(root).images > 0 ? kGlTexture : kGlSmooth;
+    return Summarize(root).images > 0 ? gl::kTextureProcedure : gl::kSmoothProcedure;
 }
 
 // The geometry the reference procedures build for root (when it is scan
@@ -103,7 +103,7 @@ std::string RenderMode(CBaseNode* root, const std::string& asked)
 // procedure. FileError naming path when there is no scan data.
 CTree Calculate(CBaseNode* root, const std::string& procedure, const std::string& path)
 {
-    RegisterGlProcedures();
+    gl::RegisterProcedures();
     CTree output(CBaseNode::Create());
     output.Root()->SetName((kGeometryPrefix + procedure).c_str());
     auto calculate = [&](CBaseNode* node) {
@@ -198,22 +198,22 @@ void Render(const Common& common, const RenderRequest& request)
     const double calcMs = MillisecondsSince(start);
 
     progress.Step("starting the renderer");
-    RegisterGlProcedures();
-    CGlRenderer renderer(request.width, request.height);
+    gl::RegisterProcedures();
+    gl::Renderer renderer(request.width, request.height);
     const double contextMs = MillisecondsSince(start);
 
     progress.Step("drawing");
-    RenderOptions options;
+    gl::RenderOptions options;
     options.width = request.width;
     options.height = request.height;
     options.background = {34, 38, 46, 255};
     options.direction = request.direction;
-    RenderScene(renderer, geometry.Root(), options);
+    gl::RenderScene(renderer, geometry.Root(), options);
     const std::vector<RGBA> pixels = renderer.ReadPixels();
     const double drawMs = MillisecondsSince(start);
 
     progress.Step("writing " + request.out);
-    WritePng(request.out.c_str(), request.width, request.height, pixels);
+    gl::WritePng(request.out, request.width, request.height, pixels);
     const double pngMs = MillisecondsSince(start);
 
     if (request.timing) {

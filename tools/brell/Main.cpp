@@ -113,7 +113,9 @@ int main(int argc, char** argv)
     exporter->add_option("-o,--output", out, "PLY, OFF, OBJ or XYZ file to write")->required();
     exporter->add_flag("--ascii", ascii, "ASCII rather than binary PLY");
 
-    const std::vector<std::string> procedures{kGlPoints, kGlWire, kGlShade, kGlSmooth, kGlTexture};
+    const std::vector<std::string> procedures{brell::gl::kPointsProcedure, brell::gl::kWireProcedure,
+                                              brell::gl::kShadeProcedure, brell::gl::kSmoothProcedure,
+                                              brell::gl::kTextureProcedure};
     CLI::App* calc = app.add_subcommand("calc", "geometry of a scene by the reference geometry procedures");
     calc->add_option("IN", in, "scene or scan file")->required();
     calc->add_option("--proc", procedure, "points, wire, shade, smooth or texture")
@@ -165,7 +167,7 @@ int main(int argc, char** argv)
         return Fail(kFailedFile, error.what());
     } catch (const CFileException& error) {
         return Fail(kFailedFile, error.what());
-    } catch (const CGlError& error) {
+    } catch (const brell::gl::RenderError& error) {
         return Fail(kFailedFile, error.what());
     } catch (const std::bad_alloc&) {
         return Fail(kFailedFile, in + ": not enough memory");

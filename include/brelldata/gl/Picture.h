@@ -5,9 +5,12 @@
 #include <brelldata/gl/Renderer.h>
 #include <brelldata/scan/Records.h>
 
+#include <string>
 #include <vector>
 
 class CBaseNode;
+
+namespace brell::gl {
 
 // How a tree becomes a picture.
 struct RenderOptions {
@@ -26,10 +29,12 @@ struct RenderOptions {
 // the references under it fills the field of view.
 BRELL_GL_API CAMERA_PARAM SceneCamera(CBaseNode* root, const RenderOptions& options);
 // BeginFrame with SceneCamera and the background, then Draw; Draw's result.
-BRELL_GL_API int RenderScene(CGlRenderer& renderer, CBaseNode* root, const RenderOptions& options);
+BRELL_GL_API int RenderScene(Renderer& renderer, CBaseNode* root, const RenderOptions& options);
 // Registers the procedures, renders root with a new renderer of the options'
-// size and writes the picture to path as an 8-bit RGBA PNG. Throws CGlError.
-BRELL_GL_API void RenderToPng(CBaseNode* root, const RenderOptions& options, const char* path);
-// Writes width x height pixels, rows from the top; throws CGlError naming the
+// size and writes the picture to path as an 8-bit RGBA PNG. Throws RenderError.
+BRELL_GL_API void RenderToPng(CBaseNode* root, const RenderOptions& options, const std::string& path);
+// Writes width x height pixels, rows from the top; throws RenderError naming the
 // file when it cannot be written.
-BRELL_GL_API void WritePng(const char* path, int width, int height, const std::vector<RGBA>& pixels);
+BRELL_GL_API void WritePng(const std::string& path, int width, int height, const std::vector<RGBA>& pixels);
+
+}  // namespace brell::gl

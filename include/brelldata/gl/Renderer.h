@@ -12,19 +12,21 @@
 
 class CBaseNode;
 
+namespace brell::gl {
+
 // The reference renderer: draw procedures for the renderer name "GL" that
 // draw geometry trees with OpenGL 3.3 core (vertex buffers and shaders) into
 // an off-screen framebuffer of an EGL context that needs no window or display
 // server.
 
 // The one kind of exception the renderer throws; what() names what failed.
-class BRELL_GL_API CGlError : public std::runtime_error {
+class BRELL_GL_API RenderError : public std::runtime_error {
 public:
     using std::runtime_error::runtime_error;
 };
 
 // The renderer name the procedures are registered under.
-inline constexpr const char* kGlRenderer = "GL";
+inline constexpr const char* kRendererName = "GL";
 
 // Names of the geometry procedures. Under each, models become point nodes
 // and linear line data line nodes. Meshes become points, a closed wireframe,
@@ -32,20 +34,20 @@ inline constexpr const char* kGlRenderer = "GL";
 // first image child, whose texture coordinates run from 0 to 1 with v = 0 at
 // the image's first row); all share the scan's vertex and polygon stores and
 // carry flat and smooth normals.
-inline constexpr const char* kGlPoints = "points";
-inline constexpr const char* kGlWire = "wire";
-inline constexpr const char* kGlShade = "shade";
-inline constexpr const char* kGlSmooth = "smooth";
-inline constexpr const char* kGlTexture = "texture";
+inline constexpr const char* kPointsProcedure = "points";
+inline constexpr const char* kWireProcedure = "wire";
+inline constexpr const char* kShadeProcedure = "shade";
+inline constexpr const char* kSmoothProcedure = "smooth";
+inline constexpr const char* kTextureProcedure = "texture";
 
 // Registers the "DrawProc" procedures of renderer "GL" for every geometry
 // class and the "GeoProc" procedures of every scan class under the names
 // above, replacing any registered under the same names; 1.
-BRELL_GL_API int RegisterGlProcedures();
+BRELL_GL_API int RegisterProcedures();
 // Removes them again.
-BRELL_GL_API void UnregisterGlProcedures();
+BRELL_GL_API void UnregisterProcedures();
 // The renderer's caches alive in the process, held by CGeoRefNodes.
-BRELL_GL_API int GlCacheCount();
+BRELL_GL_API int CacheCount();
 
 // An OpenGL context with a framebuffer of its own. It is the context that
 // DrawTree hands the "GL" procedures: between BeginFrame and ReadPixels it
@@ -54,15 +56,15 @@ BRELL_GL_API int GlCacheCount();
 // so later frames upload nothing for it; release the node's cache after
 // changing that subtree. Caches may outlive the renderer (they then free only
 // memory). One thread at a time.
-class BRELL_GL_API CGlRenderer {
+class BRELL_GL_API Renderer {
 public:
-    // Throws CGlError naming the step that failed when EGL's surfaceless
+    // Throws RenderError naming the step that failed when EGL's surfaceless
     // platform or an OpenGL 3.3 core context is not available, or when the
     // size is not positive.
-    CGlRenderer(int width, int height);
-    ~CGlRenderer();
-    CGlRenderer(const CGlRenderer&) = delete;
-    CGlRenderer& operator=(const CGlRenderer&) = delete;
+    Renderer(int width, int height);
+    ~Renderer();
+    Renderer(const Renderer&) = delete;
+    Renderer& operator=(const Renderer&) = delete;
 
     int Width() const;
     int Height() const;
@@ -92,3 +94,5 @@ public:
 private:
     std::shared_ptr<Impl> impl_;
 };
+
+}  // namespace brell::gl

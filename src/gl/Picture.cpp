@@ -87,7 +87,8 @@ void RenderToPng(CBaseNode* root, const RenderOptions& options, const std::strin
 void WritePng(const std::string& path, int width, int height, const std::vector<RGBA>& pixels)
 {
     if (width <= 0 || height <= 0 || pixels.size() != static_cast<size_t>(width) * height)
-        throw RenderError("cannot write PNG file " + path + ": no picture of that size");
+        throw RenderError::At(path, "cannot write a PNG file of " + std::to_string(width) + "x" +
+                                        std::to_string(height) + " pixels from " + std::to_string(pixels.size()));
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
     image.width = static_cast<png_uint_32>(width);
@@ -96,7 +97,7 @@ void WritePng(const std::string& path, int width, int height, const std::vector<
     if (png_image_write_to_file(&image, path.c_str(), 0, pixels.data(), 0, nullptr) == 0) {
         const std::string reason = image.message;
         png_image_free(&image);
-        throw RenderError("cannot write PNG file " + path + ": " + reason);
+        throw RenderError::At(path, "cannot write the PNG file: " + reason);
     }
 }
 

@@ -4,7 +4,6 @@
 #include <EGL/eglext.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -14,16 +13,9 @@ namespace {
 
 int liveCaches = 0;
 
-[[noreturn]] void Fail(const std::string& what)
+[[noreturn]] void FailEgl(const char* call, const std::string& reason)
 {
-    throw RenderError("OpenGL renderer: " + what);
-}
-
-std::string EglCode()
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%04X", static_cast<unsigned>(eglGetError()));
-    return text;
+    throw RenderError::OfEgl(call, reason, static_cast<uint32_t>(eglGetError()));
 }
 
 bool HasExtension(const char* list, const char* name)
@@ -46,7 +38,7 @@ GLuint CompileShader(GLenum kind, const char* source)
         char log[1024] = "";
         glGetShaderInfoLog(shader, sizeof log, nullptr, log);
         glDeleteShader(shader);
-        Fail(std::string("shader does not compile: ") + log);
+        throw RenderError::At("glCompileShader", std::string("the renderer's shader does not compile: ") + log);
     }
     return shader;
 }
@@ -60,11 +52,11 @@ EGLDisplay SurfacelessDisplay()
 {
     static const EGLDisplay display = [] {
         if (!HasExtension(eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS), "EGL_MESA_platform_surfaceless"))
-            Fail("EGL has no surfaceless platform (EGL_MESA_platform_surfaceless)");
+            throw RenderError::At("eglQueryString", "EGL has no surfaceless platform (EGL_MESA_platform_surfaceless)");
         const EGLDisplay opened = eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
-        if (opened == EGL_NO_DISPLAY) Fail("eglGetPlatformDisplay failed (" + EglCode() + ")");
+        if (opened == EGL_NO_DISPLAY) FailEgl("eglGetPlatformDisplay", "EGL gives no surfaceless display");
         if (eglInitialize(opened, nullptr, nullptr) == EGL_FALSE)
-            Fail("eglInitialize failed on the surfaceless platform (" + EglCode() + ")");
+            FailEgl("eglInitialize", "cannot start EGL's surfaceless platform");
         return opened;
     }();
     return display;
@@ -117,27 +109,31 @@ int CacheCount()
 
 Renderer::Impl::Impl(int width, int height) : width(width), height(height)
 {
-    if (width <= 0 || height <= 0) Fail("picture size must be positive");
+    if (width <= 0 || height <= 0)
+        throw RenderError::At("picture size", "expected a positive width and height, found " + std::to_string(width) +
+                                                  "x" + std::to_string(height));
     display_ = SurfacelessDisplay();
     const EGLDisplay display = display_;
     if (!HasExtension(eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_surfaceless_context"))
-        Fail("EGL cannot make a context current without a surface (EGL_KHR_surfaceless_context)");
-    if (eglBindAPI(EGL_OPENGL_API) == EGL_FALSE) Fail("EGL offers no desktop OpenGL (" + EglCode() + ")");
+        throw RenderError::At("eglQueryString",
+                              "EGL cannot make a context current without a surface (EGL_KHR_surfaceless_context)");
+    if (eglBindAPI(EGL_OPENGL_API) == EGL_FALSE) FailEgl("eglBindAPI", "EGL offers no desktop OpenGL");
     EGLConfig config = EGL_NO_CONFIG_KHR;
     if (!HasExtension(eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_no_config_context")) {
         const EGLint wanted[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_NONE};
         EGLint found = 0;
         if (eglChooseConfig(display, wanted, &config, 1, &found) == EGL_FALSE || found == 0)
-            Fail("EGL has no configuration for desktop OpenGL");
+            FailEgl("eglChooseConfig", "EGL has no configuration for desktop OpenGL");
     }
     const EGLint attributes[] = {
         EGL_CONTEXT_MAJOR_VERSION,           3,       EGL_CONTEXT_MINOR_VERSION, 3, EGL_CONTEXT_OPENGL_PROFILE_MASK,
         EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT, EGL_NONE};
     context_ = eglCreateContext(display, config, EGL_NO_CONTEXT, attributes);
-    if (context_ == EGL_NO_CONTEXT) Fail("eglCreateContext of OpenGL 3.3 core failed (" + EglCode() + ")");
+    if (context_ == EGL_NO_CONTEXT) FailEgl("eglCreateContext", "no OpenGL 3.3 core context");
     if (eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, context_) == EGL_FALSE) {
+        const uint32_t code = static_cast<uint32_t>(eglGetError());
         eglDestroyContext(display, context_);
-        Fail("eglMakeCurrent failed (" + EglCode() + ")");
+        throw RenderError::OfEgl("eglMakeCurrent", "cannot make the OpenGL context current", code);
     }
     try {
         glGenRenderbuffers(1, &colorBuffer_);
@@ -150,8 +146,12 @@ Renderer::Impl::Impl(int width, int height) : width(width), height(height)
         glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
         glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, colorBuffer_);
         glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, depthBuffer_);
-        if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE)
-            Fail("framebuffer of " + std::to_string(width) + "x" + std::to_string(height) + " is incomplete");
+        const std::string size = std::to_string(width) + "x" + std::to_string(height);
+        if (const GLenum error = glGetError(); error != GL_NO_ERROR)
+            throw RenderError::OfGl("glRenderbufferStorage", "no framebuffer of " + size + " pixels", error);
+        if (const GLenum status = glCheckFramebufferStatus(GL_FRAMEBUFFER); status != GL_FRAMEBUFFER_COMPLETE)
+            throw RenderError::OfGl("glCheckFramebufferStatus", "the framebuffer of " + size + " is incomplete",
+                                    status);
 
         const GLuint vertex = CompileShader(GL_VERTEX_SHADER, kVertexShader);
         const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, kFragmentShader);
@@ -163,7 +163,11 @@ Renderer::Impl::Impl(int width, int height) : width(width), height(height)
         glDeleteShader(fragment);
         GLint linked = 0;
         glGetProgramiv(program_, GL_LINK_STATUS, &linked);
-        if (linked == 0) Fail("shader program does not link");
+        if (linked == 0) {
+            char log[1024] = "";
+            glGetProgramInfoLog(program_, sizeof log, nullptr, log);
+            throw RenderError::At("glLinkProgram", std::string("the renderer's shaders do not link: ") + log);
+        }
     } catch (...) {
         Release();
         throw;

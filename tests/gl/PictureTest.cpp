@@ -9,6 +9,7 @@
 #include <png.h>
 
 #include <cstdio>
+#include <functional>
 #include <string>
 
 namespace brell::test {
@@ -228,12 +229,34 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
     EXPECT_EQ(read[0], kBlack);
 }
 
-TEST(GlErrors, NameWhatFailed)
+// Each failure names its step, its error code when one applies, and says both in what().
+TEST_F(GlTest, RenderErrorsNameTheStepThatFailedAndItsErrorCode)
 {
-    using testing::HasSubstr;
-    EXPECT_THAT([] { gl::Renderer(0, 10); }, testing::ThrowsMessage<gl::RenderError>(HasSubstr("size")));
-    EXPECT_THAT([] { gl::WritePng("/nonexistent/folder/picture.png", 1, 1, {kRed}); },
-                testing::ThrowsMessage<gl::RenderError>(HasSubstr("/nonexistent/folder/picture.png")));
+    using Source = gl::RenderError::Source;
+    const std::string missing = "/nonexistent/folder/picture.png";
+    const struct {
+        std::function<void()> fail;
+        std::string step;
+        Source source;
+        uint32_t code;
+        std::string message;
+    } cases[] = {
+        {[] { gl::Renderer(0, 10); }, "picture size", Source::none, 0,
+         "picture size: expected a positive width and height, found 0x10"},
+        {[] { gl::Renderer(1 << 20, 1); }, "glRenderbufferStorage", Source::gl, 0x0501, "(OpenGL error 0x0501)"},
+        {[&] { gl::WritePng(missing, 1, 1, {kRed}); }, missing, Source::none, 0, missing + ": cannot write"},
+    };
+    for (const auto& c : cases) {
+        try {
+            c.fail();
+            ADD_FAILURE() << c.step << " did not fail";
+        } catch (const gl::RenderError& error) {
+            EXPECT_EQ(error.Step(), c.step);
+            EXPECT_EQ(error.CodeSource(), c.source) << c.step;
+            EXPECT_EQ(error.Code(), c.code) << c.step;
+            EXPECT_THAT(error.what(), testing::HasSubstr(c.message));
+        }
+    }
 }
 
 }  // namespace

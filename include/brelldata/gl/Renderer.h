@@ -19,10 +19,37 @@ namespace brell::gl {
 // an off-screen framebuffer of an EGL context that needs no window or display
 // server.
 
-// The one kind of exception the renderer throws; what() names what failed.
+// The one kind of exception the renderer throws: the step that failed, why,
+// and the EGL or OpenGL error code when one applies. what() gives all of it
+// in one line:
+//   "eglInitialize: cannot start EGL's surfaceless platform (EGL error 0x3001)"
 class BRELL_GL_API RenderError : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    // Whose error code Code() is.
+    enum class Source { none, egl, gl };
+
+    // A failure without an error code: a step of the renderer's own or a file.
+    static RenderError At(std::string step, std::string reason);
+    // A failure of an EGL call with eglGetError's code.
+    static RenderError OfEgl(std::string call, std::string reason, uint32_t code);
+    // A failure of an OpenGL call with glGetError's code or a framebuffer status.
+    static RenderError OfGl(std::string call, std::string reason, uint32_t code);
+
+    // The call ("eglCreateContext", "glLinkProgram"), the stage ("picture
+    // size", "drawing") or the file that failed.
+    const std::string& Step() const { return step_; }
+    const std::string& Reason() const { return reason_; }
+    Source CodeSource() const { return source_; }
+    // The EGL or OpenGL error code; 0 when none applies.
+    uint32_t Code() const { return code_; }
+
+private:
+    RenderError(std::string step, std::string reason, Source source, uint32_t code);
+
+    std::string step_;
+    std::string reason_;
+    Source source_;
+    uint32_t code_;
 };
 
 // The renderer name the procedures are registered under.

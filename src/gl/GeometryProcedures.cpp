@@ -7,6 +7,7 @@
 #include <brelldata/scan/Normal.h>
 
 #include <algorithm>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -146,6 +147,15 @@ void AddKind(std::vector<std::pair<std::string, DAPI_PROC>>& all, const char* na
 }
 
 }  // namespace
+
+std::string ProcedureList()
+{
+    std::string list;
+    const size_t count = std::size(kProcedures);
+    for (size_t i = 0; i < count; ++i)
+        list += (i == 0 ? "" : i + 1 < count ? ", " : " or ") + std::string(kProcedures[i]);
+    return list;
+}
 
 std::vector<std::pair<std::string, DAPI_PROC>> GeometryProcedures()
 {

@@ -1,5 +1,9 @@
+#include "gl/RendererImpl.h"
+
+#include <brelldata/core/Walk.h>
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/gl/Picture.h>
+#include <brelldata/scan/ObjectNodes.h>
 
 #include <png.h>
 
@@ -33,6 +37,40 @@ struct SceneWalk {
     }
 };
 
+double Diagonal(const double box[6])
+{
+    return std::hypot(box[3] - box[0], box[4] - box[1], box[5] - box[2]);
+}
+
+// Geometry that shows something itself, unlike groups, lights and cameras.
+int IsShape(CBaseNode* node, int&, void*)
+{
+    if (!node->IsKindOf(CGeoBaseNode::TypeId())) return 0;
+    for (const std::string* state : {&CGeoBaseNode::TypeId(), &CGeoRefNode::TypeId(), &CGeoSwitchNode::TypeId(),
+                                     &CGeoModeNode::TypeId(), &CGeoLightNode::TypeId(), &CGeoCameraNode::TypeId()})
+        if (node->Type() == *state) return 0;
+    return 1;
+}
+
+int IsScanData(CBaseNode* node, int&, void*)
+{
+    return node->IsKindOf(CObjectNode::TypeId());
+}
+
+// Why a tree that drew nothing has nothing to draw.
+std::string NothingToDraw(CBaseNode* root)
+{
+    int counter = 0;
+    if (SearchNode(root, IsShape, counter, nullptr) != nullptr)
+        return "nothing to draw: its geometry is empty or hidden";
+    if (SearchNode(root, IsScanData, counter, nullptr) != nullptr)
+        return std::string(
+                   "nothing to draw: the tree holds scan data but no geometry; calculate its geometry "
+                   "first (GeoCalc with ") +
+               ProcedureList() + ")";
+    return "nothing to draw: the tree is empty";
+}
+
 }  // namespace
 
 CAMERA_PARAM SceneCamera(CBaseNode* root, const RenderOptions& options)
@@ -52,17 +90,21 @@ CAMERA_PARAM SceneCamera(CBaseNode* root, const RenderOptions& options)
         }
         found = 1;
     }
-    // A single point still needs a sphere to look at.
-    const double extent[3] = {box[3] - box[0], box[4] - box[1], box[5] - box[2]};
-    if (std::sqrt(extent[0] * extent[0] + extent[1] * extent[1] + extent[2] * extent[2]) < 1e-9) {
-        for (int i = 0; i < 3; ++i) box[i] -= 1.0, box[i + 3] += 1.0;
+    // A box of no size (one point, or points all in one place) gets one in
+    // proportion to where it lies, so that the view has a sphere to look at
+    // and single-precision positions still tell it from its surroundings.
+    double largest = 1.0;
+    for (double bound : box) largest = std::fmax(largest, std::fabs(bound));
+    if (Diagonal(box) <= 1e-9 * largest) {
+        const double half = std::fmax(1.0, 1e-3 * largest);
+        for (int i = 0; i < 3; ++i) box[i] -= half, box[i + 3] += half;
     }
     const CVector_3<double>& d = options.direction;
     CAMERA_PARAM camera{1, -1.0, 1.0, 1.0, -1.0, 0.1, 10.0, options.fov, 0.0, {}, {}};
     camera.to = {(box[0] + box[3]) * 0.5, (box[1] + box[4]) * 0.5, (box[2] + box[5]) * 0.5};
     EvalViewPoint(box[0], box[1], box[2], box[3], box[4], box[5], d.x, d.y, d.z, options.fov, camera.from.x,
                   camera.from.y, camera.from.z);
-    const double radius = 0.5 * std::sqrt(extent[0] * extent[0] + extent[1] * extent[1] + extent[2] * extent[2]);
+    const double radius = 0.5 * Diagonal(box);
     const double distance =
         std::hypot(camera.from.x - camera.to.x, camera.from.y - camera.to.y, camera.from.z - camera.to.z);
     camera.nearClip = std::fmax(distance - 1.05 * radius, distance * 1e-3);
@@ -73,7 +115,9 @@ CAMERA_PARAM SceneCamera(CBaseNode* root, const RenderOptions& options)
 int RenderScene(Renderer& renderer, CBaseNode* root, const RenderOptions& options)
 {
     renderer.BeginFrame(SceneCamera(root, options), options.background);
-    return renderer.Draw(root);
+    const int result = renderer.Draw(root);
+    if (renderer.Get().drawnItems == 0) throw RenderError::At("drawing the scene", NothingToDraw(root));
+    return result;
 }
 
 void RenderToPng(CBaseNode* root, const RenderOptions& options, const std::string& path)

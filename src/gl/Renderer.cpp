@@ -211,6 +211,7 @@ void Renderer::Impl::BeginFrame(const CAMERA_PARAM& camera, RGBA background)
     FreeFrame();
     overlays_.clear();
     recording = nullptr;
+    drawnItems = 0;
     glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
     glViewport(0, 0, width, height);
     glClearColor(background.r / 255.0f, background.g / 255.0f, background.b / 255.0f, background.a / 255.0f);
@@ -421,6 +422,7 @@ void Renderer::Impl::Execute(const Item& item, bool overlay)
     glUniform1i(at_.textured, item.texture != 0 ? 1 : 0);
     if (item.mode == GL_LINES) glLineWidth(std::clamp(style.size, 1.0f, 64.0f));
     if (item.texture != 0) glBindTexture(GL_TEXTURE_2D, item.texture);
+    ++drawnItems;
     glBindVertexArray(item.vertexArray);
     if (item.indexed)
         glDrawElements(item.mode, item.count, GL_UNSIGNED_INT, nullptr);

@@ -90,6 +90,8 @@ public:
     Batch* recording = nullptr;
     uint64_t uploads = 0;
     uint64_t uploadedBytes = 0;
+    // Geometry drawn since BeginFrame, cached or not.
+    uint64_t drawnItems = 0;
 
 private:
     // Frees the GL objects and the context, which must be current.
@@ -130,6 +132,8 @@ struct Procedure {
 std::vector<Procedure> OverlayProcedures();
 // The "GeoProc" procedures by name.
 std::vector<std::pair<std::string, DAPI_PROC>> GeometryProcedures();
+// "points, wire, shade, smooth or texture", for messages.
+std::string ProcedureList();
 
 // The renderer's cache of a CGeoRefNode: the reference's subtree as uploaded
 // on its first frame.

@@ -81,6 +81,10 @@ run 0 --quiet render square.ply -o square.png --size 64x48 --mode wire --view 0,
 says "drawing"; says "png"
 [ "$(head -c 4 square.png | tail -c 3)" = PNG ] || fail "render wrote no PNG"
 [ ! -s err ] || fail "render --quiet wrote to stderr"
+printf 'ply\nformat ascii 1.0\nelement vertex 0\nproperty float x\nproperty float y\nproperty float z\nend_header\n' >empty.ply
+run 1 --quiet render empty.ply -o empty.png
+one_error "nothing to draw"
+[ ! -e empty.png ] || fail "render of nothing wrote a picture"
 
 run 0 import square.ply -o square.scene
 run 0 list square.scene

@@ -26,12 +26,16 @@ struct RenderOptions {
 // The camera of the first shown CGeoCameraNode of the tree (references of
 // CGeoRefNodes included); without one, a perspective view along
 // options.direction from EvalViewPoint, so that the box of the tree and of
-// the references under it fills the field of view.
+// the references under it fills the field of view. A box of no size is
+// widened in proportion to where it lies.
 BRELL_GL_API CAMERA_PARAM SceneCamera(CBaseNode* root, const RenderOptions& options);
 // BeginFrame with SceneCamera and the background, then Draw; Draw's result.
+// RenderError when the tree draws nothing (empty, hidden, or scan data whose
+// geometry was not calculated).
 BRELL_GL_API int RenderScene(Renderer& renderer, CBaseNode* root, const RenderOptions& options);
 // Registers the procedures, renders root with a new renderer of the options'
-// size and writes the picture to path as an 8-bit RGBA PNG. Throws RenderError.
+// size and writes the picture to path as an 8-bit RGBA PNG. RenderError, and
+// no file, when it cannot or when the tree draws nothing.
 BRELL_GL_API void RenderToPng(CBaseNode* root, const RenderOptions& options, const std::string& path);
 // Writes width x height pixels, rows from the top; throws RenderError naming the
 // file when it cannot be written.

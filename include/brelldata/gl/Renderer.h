@@ -66,6 +66,9 @@ inline constexpr const char* kWireProcedure = "wire";
 inline constexpr const char* kShadeProcedure = "shade";
 inline constexpr const char* kSmoothProcedure = "smooth";
 inline constexpr const char* kTextureProcedure = "texture";
+// All of them, in the order above.
+inline constexpr const char* kProcedures[] = {kPointsProcedure, kWireProcedure, kShadeProcedure, kSmoothProcedure,
+                                              kTextureProcedure};
 
 // Registers the "DrawProc" procedures of renderer "GL" for every geometry
 // class and the "GeoProc" procedures of every scan class under the names

@@ -2,6 +2,7 @@
 
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/geo/VertexNodes.h>
+#include <brelldata/io/ScanScene.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/Normal.h>
@@ -29,11 +30,23 @@ void SelectAll(CArrayDataStore<int>& selection, int count)
     for (int i = 0; i < count; ++i) selection.Buffer()[i] = i;
 }
 
+// Copies the model's per-vertex colours, when it has one for each vertex,
+// into the same attribute of the geometry made from it; 1 when there were.
+int CarryColors(CModelNode* model, CBaseNode* geometry)
+{
+    int size = 0;
+    void* colors = model->QueryAttributeStruct(io::kColorsAttribute, &size);
+    if (colors == nullptr || int64_t{size} != int64_t{model->VertexNumber()} * int64_t{sizeof(RGBA)}) return 0;
+    geometry->SetAttributeStruct(io::kColorsAttribute, colors, size);
+    return 1;
+}
+
 CGeoPointNode* Points(CModelNode* model)
 {
     auto* points = new CGeoPointNode;
     points->vertices = model->vertices;
     SelectAll(*points->indices, model->VertexNumber());
+    CarryColors(model, points);
     return points;
 }
 
@@ -44,6 +57,7 @@ CGeoWireFrameNode* Wireframe(CMeshNode* mesh)
     wire->polygons = mesh->polygons;
     wire->closed = 1;
     SelectAll(*wire->indices, mesh->polygons->Number());
+    CarryColors(mesh, wire);
     return wire;
 }
 
@@ -81,8 +95,9 @@ CGeoPolyShadeRefNode* Shaded(CMeshNode* mesh, Kind kind)
     }
     shade->smooth = kind == kSmooth ? 1 : 0;
     shade->texture = kind == kTexture && mesh->ImageNumber() > 0 ? 1 : 0;
-    // A texture shows its own colours; bare meshes are light grey.
-    shade->color = mesh->ImageNumber() > 0 ? RGBA{255, 255, 255, 255} : RGBA{200, 200, 200, 255};
+    // Textures and vertex colours show as they are; bare meshes are light grey.
+    const bool colored = CarryColors(mesh, shade) != 0;
+    shade->color = colored || mesh->ImageNumber() > 0 ? RGBA{255, 255, 255, 255} : RGBA{200, 200, 200, 255};
     return shade;
 }
 

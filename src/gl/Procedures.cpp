@@ -2,6 +2,7 @@
 
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/geo/VertexNodes.h>
+#include <brelldata/io/ScanScene.h>
 #include <brelldata/platform/DApi.h>
 #include <brelldata/scan/Normal.h>
 
@@ -71,6 +72,15 @@ void ForEachSelected(CArrayDataStore<int>& selection, CPolygonDataStore<int>& po
     }
 }
 
+// The node's per-vertex colours; null without one for each vertex.
+const RGBA* VertexColors(CGeoVertexNode* node)
+{
+    int size = 0;
+    const void* colors = node->QueryAttributeStruct(io::kColorsAttribute, &size);
+    if (colors == nullptr || int64_t{size} != int64_t{node->VertexNumber()} * int64_t{sizeof(RGBA)}) return nullptr;
+    return static_cast<const RGBA*>(colors);
+}
+
 // Elements into the node's vertex store; nothing to draw is success.
 int DrawIndexed(void* context, CGeoVertexNode* node, GLenum mode, Elements& elements, const Style& style,
                 CArrayDataStore<CVector_3<float>>* normals = nullptr)
@@ -79,6 +89,7 @@ int DrawIndexed(void* context, CGeoVertexNode* node, GLenum mode, Elements& elem
     Geometry geometry;
     geometry.mode = mode;
     geometry.vertexStore = &*node->vertices;
+    geometry.vertexColors = VertexColors(node);
     geometry.normalStore = normals;
     geometry.elements = std::move(elements.list);
     return RendererOf(context).Add(geometry, style);
@@ -108,8 +119,10 @@ int DrawGroup(void*, void*)
 
 int DrawVertices(void* node, void* context)
 {
+    auto* vertices = static_cast<CGeoVertexNode*>(node);
     Geometry points;
-    points.vertexStore = &*static_cast<CGeoVertexNode*>(node)->vertices;
+    points.vertexStore = &*vertices->vertices;
+    points.vertexColors = VertexColors(vertices);
     return RendererOf(context).Add(points, Look({255, 255, 255, 255}));
 }
 
@@ -194,8 +207,9 @@ int DrawReferencedPolygons(void* node, void* context)
     return DrawIndexed(context, mesh, outline ? GL_LINES : GL_TRIANGLES, elements, Look(mesh->color));
 }
 
-// Smooth meshes without texture share the vertex and normal stores; flat or
-// textured ones give every triangle corner its own normal and coordinate.
+// Smooth meshes without texture share the vertex, normal and colour stores;
+// flat or textured ones give every triangle corner its own normal and
+// coordinate, or colour when untextured.
 int DrawPolyShade(void* node, void* context)
 {
     auto* mesh = static_cast<CGeoPolyShadeRefNode*>(node);
@@ -212,6 +226,7 @@ int DrawPolyShade(void* node, void* context)
     Geometry geometry;
     geometry.mode = GL_TRIANGLES;
     if (textured) geometry.textureImage = &image;
+    const RGBA* colors = textured ? nullptr : VertexColors(mesh);
     size_t cornerCount = 0;
     ForEachSelected(*mesh->indices, *mesh->polygons, [&](int, const int*, int count) {
         cornerCount += 3 * static_cast<size_t>(std::max(count - 2, 0));
@@ -219,6 +234,7 @@ int DrawPolyShade(void* node, void* context)
     geometry.positions.reserve(3 * cornerCount);
     geometry.normals.reserve(3 * cornerCount);
     if (textured) geometry.texCoords.reserve(2 * cornerCount);
+    if (colors != nullptr) geometry.colors.reserve(cornerCount);
     ForEachSelected(*mesh->indices, *mesh->polygons, [&](int i, const int* corners, int count) {
         if (count < 3 || !elements.Valid(corners, count)) return;
         CVector_3<float> flat;
@@ -234,6 +250,7 @@ int DrawPolyShade(void* node, void* context)
                 Append(geometry.positions, v.x, v.y, v.z);
                 const CVector_3<float>& n = smooth ? mesh->smoothNormals->Element(corners[corner]) : flat;
                 geometry.normals.insert(geometry.normals.end(), {n.x, n.y, n.z});
+                if (colors != nullptr) geometry.colors.push_back(colors[corners[corner]]);
                 if (!textured) continue;
                 const CVector_2<float>& uv = mesh->TextureCoord(i, corner);
                 geometry.texCoords.insert(geometry.texCoords.end(), {uv.x, uv.y});

@@ -181,6 +181,7 @@ Renderer::Impl::Impl(int width, int height) : width(width), height(height)
     // Attributes a geometry leaves out keep these values.
     glVertexAttrib3f(1, 0.0f, 0.0f, 1.0f);
     glVertexAttrib2f(2, 0.0f, 0.0f);
+    glVertexAttrib4f(3, 1.0f, 1.0f, 1.0f, 1.0f);
 }
 
 Renderer::Impl::~Impl()
@@ -317,6 +318,15 @@ GLuint Renderer::Impl::SharedNormals(Batch& batch, CArrayDataStore<CVector_3<flo
     return buffer;
 }
 
+GLuint Renderer::Impl::SharedColors(Batch& batch, const RGBA* colors, int count)
+{
+    auto found = batch.shared.find(colors);
+    if (found != batch.shared.end()) return found->second;
+    const GLuint buffer = Upload(batch, GL_ARRAY_BUFFER, colors, static_cast<size_t>(count) * sizeof(RGBA));
+    batch.shared.emplace(colors, buffer);
+    return buffer;
+}
+
 // Row 0 of the image is texture coordinate v = 0.
 GLuint Renderer::Impl::SharedTexture(Batch& batch, CMatrixDataStore<RGBA>& image)
 {
@@ -353,9 +363,10 @@ int Renderer::Impl::Add(Geometry& geometry, const Style& style)
     glGenVertexArrays(1, &item.vertexArray);
     batch.arrays.push_back(item.vertexArray);
     glBindVertexArray(item.vertexArray);
-    const auto attribute = [](GLuint location, GLint size, GLuint buffer) {
+    const auto attribute = [](GLuint location, GLint size, GLuint buffer, GLenum type = GL_FLOAT) {
         glBindBuffer(GL_ARRAY_BUFFER, buffer);
-        glVertexAttribPointer(location, size, GL_FLOAT, GL_FALSE, 0, nullptr);
+        // Colour bytes reach the shader as 0 to 1.
+        glVertexAttribPointer(location, size, type, type == GL_FLOAT ? GL_FALSE : GL_TRUE, 0, nullptr);
         glEnableVertexAttribArray(location);
     };
     const auto floats = [&](const std::vector<float>& values) {
@@ -369,6 +380,11 @@ int Renderer::Impl::Add(Geometry& geometry, const Style& style)
             1, 3,
             geometry.normalStore != nullptr ? SharedNormals(batch, *geometry.normalStore) : floats(geometry.normals));
     if (!geometry.texCoords.empty()) attribute(2, 2, floats(geometry.texCoords));
+    if (geometry.vertexColors != nullptr && geometry.vertexStore != nullptr)
+        attribute(3, 4, SharedColors(batch, geometry.vertexColors, geometry.vertexStore->Number()), GL_UNSIGNED_BYTE);
+    else if (!geometry.colors.empty())
+        attribute(3, 4, Upload(batch, GL_ARRAY_BUFFER, geometry.colors.data(), geometry.colors.size() * sizeof(RGBA)),
+                  GL_UNSIGNED_BYTE);
     if (item.indexed)
         Upload(batch, GL_ELEMENT_ARRAY_BUFFER, geometry.elements.data(), geometry.elements.size() * sizeof(GLuint));
     if (geometry.textureImage != nullptr) item.texture = SharedTexture(batch, *geometry.textureImage);

@@ -30,14 +30,16 @@ struct Style {
 
 // One draw's geometry on the CPU side. Positions come from a shared vertex
 // store (uploaded once per batch, indexed by elements or drawn whole) or
-// from positions; normals likewise per vertex or per position.
+// from positions; normals and colours likewise per vertex or per position.
 struct Geometry {
     GLenum mode = GL_POINTS;
     CArrayDataStore<VERTEX>* vertexStore = nullptr;
     CArrayDataStore<CVector_3<float>>* normalStore = nullptr;
+    const RGBA* vertexColors = nullptr;  // one per vertex of the store
     CMatrixDataStore<RGBA>* textureImage = nullptr;
     std::vector<float> positions;
     std::vector<float> normals;
+    std::vector<RGBA> colors;
     std::vector<float> texCoords;
     std::vector<GLuint> elements;
 };
@@ -103,6 +105,7 @@ private:
     GLuint Upload(Batch& batch, GLenum target, const void* data, size_t bytes);
     GLuint SharedPositions(Batch& batch, CArrayDataStore<VERTEX>& store);
     GLuint SharedNormals(Batch& batch, CArrayDataStore<CVector_3<float>>& store);
+    GLuint SharedColors(Batch& batch, const RGBA* colors, int count);
     GLuint SharedTexture(Batch& batch, CMatrixDataStore<RGBA>& image);
     void Uniform(GLint location, const Matrix& matrix);
 

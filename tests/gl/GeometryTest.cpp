@@ -3,6 +3,7 @@
 #include "gl/GlScenes.h"
 
 #include <brelldata/core/Walk.h>
+#include <brelldata/io/ScanScene.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 
@@ -88,6 +89,27 @@ TEST_F(ScanGeometry, WireAndPointProceduresBuildTheirOwnNodes)
     Render(output.node);
     EXPECT_EQ(AtWorld(0.0, 0.0).r, AtWorld(0.0, 0.0).b);
     EXPECT_GT(AtWorld(0.0, 0.0).r, 150);
+}
+
+// A green point beside the square, whose top corners are red and bottom ones blue.
+TEST_F(ScanGeometry, VertexColoursGoWithTheGeometryAndAreDrawn)
+{
+    auto* model = static_cast<CModelNode*>(element->GetChild(0));
+    *model->GetVertex(0) = {-2.0 + 8.5 / 16.0, 2.0 - 8.5 / 16.0, 0.5};  // the centre of pixel (8, 8)
+    RGBA green = kGreen, corners[] = {kRed, kRed, kBlue, kBlue};
+    model->SetAttributeStruct(io::kColorsAttribute, &green, sizeof green);
+    mesh->SetAttributeStruct(io::kColorsAttribute, corners, sizeof corners);
+    for (const char* procedure : {gl::kPointsProcedure, gl::kShadeProcedure, gl::kSmoothProcedure}) {
+        Scene display;
+        Add(display.node, OrthoCamera());
+        ASSERT_EQ(element->GeoCalc(procedure, display.node), 1);
+        Render(display.node);
+        EXPECT_EQ(At(8, 8), kGreen) << procedure;
+        if (procedure == gl::kPointsProcedure) continue;
+        const RGBA top = AtWorld(0.0, 0.9), bottom = AtWorld(0.0, -0.9);
+        EXPECT_TRUE(top.r > 200 && top.b < 60) << procedure << " " << top;
+        EXPECT_TRUE(bottom.b > 200 && bottom.r < 60) << procedure << " " << bottom;
+    }
 }
 
 }  // namespace

@@ -60,7 +60,9 @@ inline constexpr const char* kRendererName = "GL";
 // or a shaded reference set ("shade" flat, "smooth", "texture" from the
 // first image child, whose texture coordinates run from 0 to 1 with v = 0 at
 // the image's first row); all share the scan's vertex and polygon stores and
-// carry flat and smooth normals.
+// carry flat and smooth normals. Geometry made from a model or mesh with
+// per-vertex colours (the "colors" attribute of scan files) gets a copy of
+// that attribute and is white, so the draw procedures show the colours.
 inline constexpr const char* kPointsProcedure = "points";
 inline constexpr const char* kWireProcedure = "wire";
 inline constexpr const char* kShadeProcedure = "shade";

@@ -45,6 +45,14 @@ TEST_F(GlTest, PointsAllInOnePlaceAreSeenWithoutACamera)
     }
 }
 
+TEST_F(GlTest, PicturesShowTheDarkSlateBackgroundTheToolUsesWhereNothingIsDrawn)
+{
+    Scene scene;
+    Add(scene.node, RedPoints({{0.0, 0.0, 0.0}}));
+    Render(scene.node);
+    EXPECT_EQ(At(0, 0), (RGBA{34, 38, 46, 255}));
+}
+
 TEST_F(GlTest, TreesWithNothingToDrawAreRefusedWithTheReason)
 {
     Scene empty, hidden, scan;

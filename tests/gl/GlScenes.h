@@ -30,7 +30,8 @@ inline std::ostream& operator<<(std::ostream& out, const RGBA& c)
 
 namespace brell::test {
 
-constexpr RGBA kBlack{0, 0, 0, 255};
+// What RenderOptions clears to.
+constexpr RGBA kBackground{34, 38, 46, 255};
 constexpr RGBA kRed{255, 0, 0, 255};
 constexpr RGBA kGreen{0, 255, 0, 255};
 constexpr RGBA kBlue{0, 0, 255, 255};

@@ -84,16 +84,16 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
     Render(scene.node);
     EXPECT_EQ(AtWorld(-1.0, 0.75), kRed);  // the front triangle hides the back one whatever the order
     EXPECT_EQ(AtWorld(-1.0, 0.2), kBlue);
-    EXPECT_EQ(AtWorld(-1.9, 1.9), kBlack);
+    EXPECT_EQ(AtWorld(-1.9, 1.9), kBackground);
     EXPECT_EQ(AtWorld(0.6, 1.4), kRed);  // the texture from its top left
     EXPECT_EQ(AtWorld(1.4, 1.4), kGreen);
     EXPECT_EQ(AtWorld(0.6, 0.6), kBlue);
     EXPECT_EQ(AtWorld(1.4, 0.6), kYellow);
     EXPECT_EQ(AtWorld(-1.0, -1.0), kYellow);  // hidden nodes and disabled children draw nothing
-    EXPECT_EQ(AtWorld(-1.0, -0.7), kBlack);
-    EXPECT_EQ(AtWorld(-1.5, -1.7), kBlack);
+    EXPECT_EQ(AtWorld(-1.0, -0.7), kBackground);
+    EXPECT_EQ(AtWorld(-1.5, -1.7), kBackground);
     EXPECT_EQ(AtWorld(0.21, -1.0), kWhite);  // the mode node's wireframe
-    EXPECT_EQ(AtWorld(1.0, -1.0), kBlack);
+    EXPECT_EQ(AtWorld(1.0, -1.0), kBackground);
 
     mode->SetMode(CGeoModeNode::kShading);
     Render(scene.node);
@@ -114,8 +114,8 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
                   {51, 48, kMagenta},
                   {6, 4, kRed},
                   {9, 7, kRed},
-                  {5, 5, kBlack},
-                  {10, 5, kBlack}});
+                  {5, 5, kBackground},
+                  {10, 5, kBackground}});
 
     // Every overlay class draws in window pixels.
     Scene overlays;
@@ -132,9 +132,9 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
                   {10, 60, kWhite},
                   {36, 32, kWhite},
                   {32, 28, kWhite},
-                  {34, 34, kBlack},
+                  {34, 34, kBackground},
                   {50, 10, kRed},
-                  {50, 12, kBlack}});
+                  {50, 12, kBackground}});
 
     // Every vertex class draws.
     Scene drawn;
@@ -176,21 +176,21 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
                   {24, 8, kGreen},
                   {36, 12, kBlue},
                   {50, 4, kYellow},
-                  {50, 9, kBlack},
+                  {50, 9, kBackground},
                   {9, 45, kMagenta},
                   {20, 45, kWhite},
-                  {25, 45, kBlack}});
+                  {25, 45, kBackground}});
 
     // Without a camera the box fills the view.
     Scene boxed;
     Add(boxed.node, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
     Render(boxed.node);
     EXPECT_EQ(At(kSize / 2, kSize / 2), kRed);
-    EXPECT_EQ(At(1, 1), kBlack);
+    EXPECT_EQ(At(1, 1), kBackground);
     // The sphere through the square's corners just fills the view, so its
     // sides reach about two thirds of the way to the picture's edges.
     EXPECT_EQ(At(kSize / 2 + kSize / 4, kSize / 2), kRed);
-    EXPECT_EQ(At(kSize - 4, kSize / 2), kBlack);
+    EXPECT_EQ(At(kSize - 4, kSize / 2), kBackground);
 
     // Scene lights replace the light at the eye.
     Scene lit;
@@ -226,7 +226,7 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
     EXPECT_EQ(image.width, 40u);
     EXPECT_EQ(image.height, 20u);
     EXPECT_EQ(read[19 * 40 + 39], kBlue);
-    EXPECT_EQ(read[0], kBlack);
+    EXPECT_EQ(read[0], kBackground);
 }
 
 // Each failure names its step, its error code when one applies, and says both in what().

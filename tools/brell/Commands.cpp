@@ -206,7 +206,6 @@ void Render(const Common& common, const RenderRequest& request)
     gl::RenderOptions options;
     options.width = request.width;
     options.height = request.height;
-    options.background = {34, 38, 46, 255};
     options.direction = request.direction;
     gl::RenderScene(renderer, geometry.Root(), options);
     const std::vector<RGBA> pixels = renderer.ReadPixels();

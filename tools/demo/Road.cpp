@@ -186,7 +186,6 @@ int main(int argc, char** argv)
         brell::gl::RenderOptions options;
         options.width = 1024;
         options.height = 768;
-        options.background = {34, 38, 46, 255};
         options.direction = {0.0, -0.4, -1.0};
         brell::gl::RenderToPng(geometry, options, picture);
 

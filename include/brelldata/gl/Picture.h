@@ -16,7 +16,8 @@ namespace brell::gl {
 struct RenderOptions {
     int width = 800;
     int height = 600;
-    RGBA background{0, 0, 0, 255};
+    // Dark slate grey: black and dark geometry still show against it.
+    RGBA background{34, 38, 46, 255};
     // The viewing direction and full vertical field of view in degrees used
     // when the scene holds no CGeoCameraNode.
     CVector_3<double> direction{0.0, 0.0, -1.0};

@@ -145,6 +145,9 @@ void Info(const Common& common, const std::string& path, CameraLayout layout)
                 static_cast<long long>(summary.vertices), static_cast<long long>(summary.polygons),
                 static_cast<long long>(summary.images), static_cast<long long>(summary.pixels),
                 static_cast<long long>(summary.streamBytes));
+    double box[6];
+    if (io::ScanSceneBox(scene.Root(), box))
+        std::printf("box: %g %g %g to %g %g %g\n", box[0], box[1], box[2], box[3], box[4], box[5]);
 }
 
 void List(const Common& common, const std::string& path)

@@ -29,10 +29,9 @@ int main(int argc, char** argv)
     const char* picture = argc > 2 ? argv[2] : "scan.png";
     try {
         CTree scene(argc > 1 ? brell::io::ImportScan(argv[1]) : Pyramid());
-        brell::gl::RegisterProcedures();  // draw procedures of renderer "GL" and the geometry procedures
+        // The reference geometry procedures' smooth shading of each element.
         CTree display(CreateNode("CBaseNode"));
-        for (int i = 0; i < ElementNumber(&scene); ++i)
-            GetElement(i, &scene)->GeoCalc(brell::gl::kSmoothProcedure, display.Root());
+        brell::gl::CalculateGeometry(scene.Root(), brell::gl::kSmoothProcedure, display.Root());
 
         brell::gl::RenderOptions options;
         options.width = 640;

@@ -5,6 +5,7 @@
 #include <brelldata/io/ScanScene.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
+#include <brelldata/scan/ObjectNodes.h>
 #include <brelldata/scan/Normal.h>
 
 #include <algorithm>
@@ -162,6 +163,27 @@ void AddKind(std::vector<std::pair<std::string, DAPI_PROC>>& all, const char* na
 }
 
 }  // namespace
+
+void CalculateGeometry(CBaseNode* scan, const std::string& procedure, CBaseNode* output)
+{
+    const char* const* known = std::find(std::begin(kProcedures), std::end(kProcedures), procedure);
+    if (known == std::end(kProcedures))
+        throw RenderError::At("calculating geometry",
+                              "expected a procedure among " + ProcedureList() + ", found \"" + procedure + "\"");
+    if (scan == nullptr || output == nullptr)
+        throw RenderError::At("calculating geometry", "expected a scan and an output node, found none");
+    RegisterProcedures();
+    const unsigned int before = output->GetChildNum();
+    const auto calculate = [&](CBaseNode* node) {
+        if (node != nullptr && node->IsKindOf(CObjectNode::TypeId()))
+            static_cast<CObjectNode*>(node)->GeoCalc(*known, output);
+    };
+    calculate(scan);
+    if (!scan->IsKindOf(CObjectNode::TypeId()))
+        for (unsigned int i = 0; i < scan->GetChildNum(); ++i) calculate(scan->GetChild(i));
+    if (output->GetChildNum() == before)
+        throw RenderError::At("calculating geometry", "nothing to calculate: the tree holds no scan data");
+}
 
 std::string ProcedureList()
 {

@@ -2,6 +2,8 @@
 
 #include "gl/GlScenes.h"
 
+#include <gmock/gmock.h>
+
 #include <brelldata/core/Walk.h>
 #include <brelldata/io/ScanScene.h>
 #include <brelldata/scan/LineNodes.h>
@@ -89,6 +91,32 @@ TEST_F(ScanGeometry, WireAndPointProceduresBuildTheirOwnNodes)
     Render(output.node);
     EXPECT_EQ(AtWorld(0.0, 0.0).r, AtWorld(0.0, 0.0).b);
     EXPECT_GT(AtWorld(0.0, 0.0).r, 150);
+}
+
+TEST_F(ScanGeometry, CalculationOfASceneBuildsTheGeometryOfEachElement)
+{
+    Held<CBaseNode> scene;
+    scene->AppendChild(element.node);
+    gl::CalculateGeometry(scene.node, gl::kSmoothProcedure, output.node);
+    ASSERT_NE(Built<CGeoPolyShadeRefNode>(), nullptr);
+    EXPECT_EQ(Built<CGeoPolyShadeRefNode>()->smooth, 1);
+}
+
+TEST_F(ScanGeometry, CalculationRefusesUnknownProceduresAndTreesWithoutScanData)
+{
+    const unsigned int children = output->GetChildNum();
+    const struct {
+        CBaseNode* scan;
+        std::string procedure, reason;
+    } refused[] = {
+        {element.node, "smoth", "expected a procedure among points, wire, shade, smooth or texture, found \"smoth\""},
+        {output.node, gl::kSmoothProcedure, "nothing to calculate: the tree holds no scan data"},
+    };
+    for (const auto& r : refused) {
+        EXPECT_THAT([&] { gl::CalculateGeometry(r.scan, r.procedure, output.node); },
+                    testing::Throws<gl::RenderError>(testing::Property(&gl::RenderError::Reason, r.reason)));
+    }
+    EXPECT_EQ(output->GetChildNum(), children);
 }
 
 // A green point beside the square, whose top corners are red and bottom ones blue.

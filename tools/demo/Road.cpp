@@ -173,13 +173,11 @@ int main(int argc, char** argv)
         const bool textured = mesh != nullptr && mesh->ImageNumber() > 0;
         std::printf("imported:        %s\n", scan.c_str());
 
-        brell::gl::RegisterProcedures();
         CBaseNode* geometry = CBaseNode::Create();
         geometry->SetName(textured ? "geometry: texture" : "geometry: smooth");
         scene.Root()->AppendChild(geometry);
-        for (int i = 0; i < ElementNumber(&scene); ++i)
-            GetElement(i, &scene)->GeoCalc(textured ? brell::gl::kTextureProcedure : brell::gl::kSmoothProcedure,
-                                           geometry);
+        brell::gl::CalculateGeometry(scene.Root(),
+                                     textured ? brell::gl::kTextureProcedure : brell::gl::kSmoothProcedure, geometry);
         std::printf("geometry:        %s by the reference procedures\n", textured ? "textured" : "smooth shaded");
 
         const std::string picture = (folder / "scan.png").string();

@@ -72,6 +72,13 @@ inline constexpr const char* kTextureProcedure = "texture";
 inline constexpr const char* kProcedures[] = {kPointsProcedure, kWireProcedure, kShadeProcedure, kSmoothProcedure,
                                               kTextureProcedure};
 
+// The geometry of scan by the procedure named procedure, one of
+// kProcedures, under output: scan's own GeoCalc when it is scan data, else
+// that of each scan-data child (the elements of a scene's root). Registers
+// the procedures first. GeoCalc itself takes any name and quietly builds
+// nothing for an unknown one; this throws RenderError instead, naming it, and
+// when nothing was calculated (no scan data, or a null scan or output).
+BRELL_GL_API void CalculateGeometry(CBaseNode* scan, const std::string& procedure, CBaseNode* output);
 // Registers the "DrawProc" procedures of renderer "GL" for every geometry
 // class and the "GeoProc" procedures of every scan class under the names
 // above, replacing any registered under the same names; 1.

@@ -64,9 +64,8 @@ std::string NothingToDraw(CBaseNode* root)
     if (SearchNode(root, IsShape, counter, nullptr) != nullptr)
         return "nothing to draw: its geometry is empty or hidden";
     if (SearchNode(root, IsScanData, counter, nullptr) != nullptr)
-        return std::string(
-                   "nothing to draw: the tree holds scan data but no geometry; calculate its geometry "
-                   "first (GeoCalc with ") +
+        return "nothing to draw: the tree holds scan data but no geometry; calculate its geometry first "
+               "(CalculateGeometry with " +
                ProcedureList() + ")";
     return "nothing to draw: the tree is empty";
 }

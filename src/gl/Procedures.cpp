@@ -297,7 +297,7 @@ int DrawReference(void* node, void* context)
     return result;
 }
 
-const Procedure kProcedures[] = {
+const Procedure kDrawProcedures[] = {
     {"CGeoBaseNode", DrawGroup},
     {"CGeoVertexNode", DrawVertices},
     {"CGeoPointNode", DrawPoints},
@@ -331,7 +331,7 @@ struct Registration {
 std::vector<Registration> AllProcedures()
 {
     std::vector<Registration> all;
-    for (const Procedure& procedure : kProcedures)
+    for (const Procedure& procedure : kDrawProcedures)
         all.push_back({"DrawProc", ProcedureName("Draw", procedure.type), procedure.draw});
     for (const Procedure& procedure : OverlayProcedures())
         all.push_back({"DrawProc", ProcedureName("Draw", procedure.type), procedure.draw});

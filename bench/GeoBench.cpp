@@ -2,7 +2,7 @@
 
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/geo/VertexNodes.h>
-#include <brelldata/platform/DApi.h>
+#include <brelldata/procedures/DApi.h>
 
 #include <benchmark/benchmark.h>
 

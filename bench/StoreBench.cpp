@@ -1,6 +1,8 @@
-#include <brelldata/scan/DataStore.h>
-#include <brelldata/scan/Normal.h>
-#include <brelldata/scan/Records.h>
+#include <brelldata/data/ArrayDataStore.h>
+#include <brelldata/data/Normal.h>
+#include <brelldata/data/PolygonDataStore.h>
+#include <brelldata/data/Records.h>
+#include <brelldata/data/RefData.h>
 
 #include <benchmark/benchmark.h>
 

@@ -14,8 +14,10 @@ scripts/deps.sh
 cmake -S . -B build -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo >/dev/null
 cmake --build build
 export LD_LIBRARY_PATH="$PWD/build/scrivo${LD_LIBRARY_PATH:+:$LD_LIBRARY_PATH}"
+# The sections show the library's trace lines too (its tree listings among
+# them); the main job only its warnings and errors, as every program does by
+# default.
 if [ "${1:-}" = --sections ]; then
-  exec build/bin/brelldemo
+  SCRIVO_LEVEL=${SCRIVO_LEVEL:-60} exec build/bin/brelldemo
 fi
-# The main job shows the library's warnings and errors only.
-SCRIVO_LEVEL=${SCRIVO_LEVEL:--1} exec build/bin/brellroad build/road "$@"
+exec build/bin/brellroad build/road "$@"

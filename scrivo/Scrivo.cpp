@@ -1,9 +1,9 @@
 // Reference output library for the diagnostic channels of libbrelldata.so.
 //
 // Each message becomes one line on standard error, or is appended to the file
-// named by SCRIVO_FILE. SCRIVO_LEVEL=N keeps trace messages of level N and
-// below; errors and warnings always pass. Lines start with the channel and
-// level: "[C00 Error]: ", "[C00 Warning]: " or "[C00 L60]: ".
+// named by SCRIVO_FILE. Errors and warnings always pass; trace messages only
+// when SCRIVO_LEVEL=N asks for those of level N and below. Lines start with
+// the channel and level: "[C00 Error]: ", "[C00 Warning]: " or "[C00 L60]: ".
 //
 // The library's text is in code page 932 (tree listings use its box-drawing
 // characters); it is written as UTF-8, or unchanged where it does not convert.
@@ -48,10 +48,12 @@ std::string ToUtf8(const char* text, size_t length)
     return converted;
 }
 
+// Trace lines are for those who ask for them: a host program, and the tools,
+// show warnings and errors only unless SCRIVO_LEVEL is set.
 bool Passes(int32_t level)
 {
     const char* limit = std::getenv("SCRIVO_LEVEL");
-    return level < 0 || limit == nullptr || *limit == '\0' || level <= std::atoi(limit);
+    return level < 0 || (limit != nullptr && *limit != '\0' && level <= std::atoi(limit));
 }
 
 }  // namespace

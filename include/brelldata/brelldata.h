@@ -14,6 +14,14 @@
 #include <brelldata/core/RefNode.h>
 #include <brelldata/core/Tree.h>
 #include <brelldata/core/Walk.h>
+#include <brelldata/data/ArrayDataStore.h>
+#include <brelldata/data/BulkMemory.h>
+#include <brelldata/data/LineDataStore.h>
+#include <brelldata/data/MatrixDataStore.h>
+#include <brelldata/data/Normal.h>
+#include <brelldata/data/PolygonDataStore.h>
+#include <brelldata/data/Records.h>
+#include <brelldata/data/RefData.h>
 #include <brelldata/geo/GeoBaseNode.h>
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/geo/LightCameraNodes.h>
@@ -24,11 +32,8 @@
 #include <brelldata/platform/DApi.h>
 #include <brelldata/platform/DataManager.h>
 #include <brelldata/platform/Region.h>
-#include <brelldata/scan/DataStore.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
-#include <brelldata/scan/Normal.h>
 #include <brelldata/scan/ObjectNodes.h>
-#include <brelldata/scan/Records.h>
 #include <brelldata/shared/NameList.h>
 #include <brelldata/shared/SharedObjects.h>

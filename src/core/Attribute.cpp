@@ -1,6 +1,7 @@
 #include <brelldata/core/Attribute.h>
 #include <brelldata/core/Block.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
@@ -59,6 +60,47 @@ void CStandardAttribute::Value::Free()
     size_ = 0;
 }
 
+CStandardAttribute::Entry* CStandardAttribute::LowerBound(std::string_view name)
+{
+    return std::lower_bound(begin(), end(), name, [](const Entry& entry, std::string_view key) { return entry.name < key; });
+}
+
+CStandardAttribute::Entry* CStandardAttribute::Find(std::string_view name)
+{
+    Entry* found = LowerBound(name);
+    return found != end() && found->name == name ? found : nullptr;
+}
+
+bool CStandardAttribute::Reserve(int count)
+{
+    if (count <= capacity_) return true;
+    auto* grown = static_cast<Entry*>(std::malloc(static_cast<size_t>(count) * sizeof(Entry)));
+    if (grown == nullptr) return false;
+    for (int i = 0; i < count_; ++i) {
+        new (grown + i) Entry(std::move(entries_[i]));
+        entries_[i].~Entry();
+    }
+    if (entries_ != reinterpret_cast<Entry*>(inlineEntries_)) std::free(entries_);
+    entries_ = grown;
+    capacity_ = count;
+    return true;
+}
+
+CStandardAttribute::Entry* CStandardAttribute::InsertAt(Entry* place, std::string_view name)
+{
+    const int at = static_cast<int>(place - entries_);
+    if (count_ == capacity_ && !Reserve(2 * capacity_)) return nullptr;
+    if (at == count_) {
+        new (entries_ + count_) Entry(name);
+    } else {
+        new (entries_ + count_) Entry(std::move(entries_[count_ - 1]));
+        std::move_backward(entries_ + at, entries_ + count_ - 1, entries_ + count_);
+        entries_[at].name = name;
+    }
+    ++count_;
+    return entries_ + at;
+}
+
 CStandardAttribute::CStandardAttribute(const CStandardAttribute& other) : CBaseNodeAttribute()
 {
     CopyAttribute(const_cast<CStandardAttribute*>(&other));
@@ -70,7 +112,11 @@ CStandardAttribute& CStandardAttribute::operator=(const CStandardAttribute& othe
     return *this;
 }
 
-CStandardAttribute::~CStandardAttribute() = default;
+CStandardAttribute::~CStandardAttribute()
+{
+    ClearAttribute();
+    if (entries_ != reinterpret_cast<Entry*>(inlineEntries_)) std::free(entries_);
+}
 
 const char* CStandardAttribute::AttributeType()
 {
@@ -79,8 +125,8 @@ const char* CStandardAttribute::AttributeType()
 
 void* CStandardAttribute::QueryAttribute(const char* name, int* size, int* type)
 {
-    auto found = name ? entries_.find(std::string_view(name)) : entries_.end();
-    Value* value = found == entries_.end() ? nullptr : &found->second;
+    Entry* found = name != nullptr ? Find(name) : nullptr;
+    Value* value = found == nullptr ? nullptr : &found->value;
     if (size) *size = value ? value->Size() : 0;
     if (type) *type = value ? value->Type() : 0;
     return value ? value->Data() : nullptr;
@@ -109,36 +155,40 @@ void* CStandardAttribute::QueryTypedBytes(const char* name, int type, int* size)
 int CStandardAttribute::SetAttribute(const char* name, void* data, int size, int type)
 {
     if (name == nullptr || data == nullptr || size < 1 || type == 0) return 0;
-    auto found = entries_.find(std::string_view(name));
-    if (found != entries_.end()) return found->second.Assign(data, size, type) ? 1 : 0;
+    Entry* place = LowerBound(name);
+    if (place != end() && place->name == name) return place->value.Assign(data, size, type) ? 1 : 0;
     Value value;
     if (!value.Assign(data, size, type)) return 0;
-    entries_[name].MoveFrom(value);
+    Entry* entry = InsertAt(place, name);
+    if (entry == nullptr) return 0;
+    entry->value.MoveFrom(value);
     return 1;
 }
 
 void CStandardAttribute::DelAttribute(const char* name)
 {
-    if (name == nullptr) return;
-    auto found = entries_.find(std::string_view(name));
-    if (found != entries_.end()) entries_.erase(found);
+    Entry* found = name != nullptr ? Find(name) : nullptr;
+    if (found == nullptr) return;
+    std::move(found + 1, end(), found);
+    entries_[--count_].~Entry();
 }
 
 void CStandardAttribute::ClearAttribute()
 {
-    entries_.clear();
+    for (Entry& entry : *this) entry.~Entry();
+    count_ = 0;
 }
 
 int CStandardAttribute::AttributeNumber()
 {
-    return static_cast<int>(entries_.size());
+    return count_;
 }
 
 const char* CStandardAttribute::AttributeNameChars(int index)
 {
     if (index < 0) index = 0;
-    if (static_cast<size_t>(index) >= entries_.size()) return kEmptyName;
-    return std::next(entries_.begin(), index)->first.c_str();
+    if (index >= count_) return kEmptyName;
+    return entries_[index].name.c_str();
 }
 
 std::string CStandardAttribute::AttributeName(int index)
@@ -152,8 +202,10 @@ int CStandardAttribute::CopyAttribute(CBaseNodeAttribute* source)
     ClearAttribute();
     auto* standard = dynamic_cast<CStandardAttribute*>(source);
     if (standard == nullptr) return 1;
-    for (auto& [name, value] : standard->entries_) {
-        entries_[name].Assign(value.Data(), value.Size(), value.Type());
+    if (!Reserve(standard->count_)) return 1;
+    for (Entry& entry : *standard) {
+        new (entries_ + count_) Entry(entry.name);
+        entries_[count_++].value.Assign(entry.value.Data(), entry.value.Size(), entry.value.Type());
     }
     return 1;
 }
@@ -161,7 +213,7 @@ int CStandardAttribute::CopyAttribute(CBaseNodeAttribute* source)
 int CStandardAttribute::SizeOfByte()
 {
     size_t size = 4;
-    for (auto& [name, value] : entries_) size += 4 + name.size() + 1 + 12 + static_cast<size_t>(value.Size());
+    for (Entry& entry : *this) size += 4 + entry.name.size() + 1 + 12 + static_cast<size_t>(entry.value.Size());
     return static_cast<int>(size);
 }
 
@@ -169,13 +221,13 @@ int CStandardAttribute::Write(void* block)
 {
     if (block == nullptr) return 0;
     brell::BlockWriter out(block);
-    out.Int32(static_cast<int32_t>(entries_.size()));
-    for (auto& [name, value] : entries_) {
-        out.String(name);
-        out.Int32(value.Data() ? kReservedWithData : 0);
-        out.Int32(value.Size());
-        out.Int32(value.Type());
-        out.Bytes(value.Data(), static_cast<size_t>(value.Size()));
+    out.Int32(count_);
+    for (Entry& entry : *this) {
+        out.String(entry.name);
+        out.Int32(entry.value.Data() ? kReservedWithData : 0);
+        out.Int32(entry.value.Size());
+        out.Int32(entry.value.Type());
+        out.Bytes(entry.value.Data(), static_cast<size_t>(entry.value.Size()));
     }
     return 1;
 }
@@ -187,6 +239,7 @@ int CStandardAttribute::Read(void* block)
     brell::BlockReader in(block);
     int32_t count = in.Int32();
     if (count > 0 && !in.Fits(static_cast<uint64_t>(count), kSmallestEntryBytes, "attributes")) return 0;
+    if (count > 0 && !Reserve(count)) return 0;
     for (int32_t i = 0; i < count; ++i) {
         std::string_view name = in.String();
         in.Skip(4);  // reserved word
@@ -197,8 +250,10 @@ int CStandardAttribute::Read(void* block)
         if (!in.Fits(valueBytes, 1, "an attribute value")) return 0;
         in.Skip(valueBytes);
         if (name.empty()) continue;
-        auto [entry, inserted] = entries_.try_emplace(std::string(name));
-        if (inserted) entry->second.Assign(data, size, type);
+        // Blocks hold their entries in name order, so each usually goes last.
+        Entry* place = count_ > 0 && entries_[count_ - 1].name < name ? end() : LowerBound(name);
+        if (place != end() && place->name == name) continue;
+        if (Entry* entry = InsertAt(place, name)) entry->value.Assign(data, size, type);
     }
     return 1;
 }

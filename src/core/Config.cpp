@@ -1,6 +1,6 @@
 #include <brelldata/core/Config.h>
 
-#include "core/Process.h"
+#include "core/ConfigStore.h"
 
 #include <brelldata/core/Attribute.h>
 
@@ -10,7 +10,7 @@ namespace {
 
 CStandardAttribute& Store()
 {
-    return brell::Process().configuration;
+    return brell::ConfigurationStore();
 }
 
 template <class T>

@@ -1,6 +1,6 @@
 #include <brelldata/core/NodeRegistry.h>
 
-#include "core/Process.h"
+#include "core/NodeTypes.h"
 #include "diag/Diagnostic.h"
 
 #include <string_view>
@@ -9,14 +9,14 @@ void RegisterNodeType(const char* typeName, NodeFactory factory)
 {
     if (typeName == nullptr) return;
     brell::diag::DebugTrace("Register node type %s\n", typeName);
-    brell::Process().nodeTypes.emplace(typeName, factory);
+    brell::NodeTypes().emplace(typeName, factory);
 }
 
 void UnRegisterNodeType(const char* typeName)
 {
     if (typeName == nullptr) return;
     brell::diag::DebugTrace("Unregister node type %s\n", typeName);
-    auto& types = brell::Process().nodeTypes;
+    auto& types = brell::NodeTypes();
     auto found = types.find(std::string_view(typeName));
     if (found != types.end()) types.erase(found);
 }
@@ -24,7 +24,7 @@ void UnRegisterNodeType(const char* typeName)
 CBaseNode* CreateNode(const char* typeName)
 {
     if (typeName == nullptr) return nullptr;
-    const auto& types = brell::Process().nodeTypes;
+    const auto& types = brell::NodeTypes();
     auto found = types.find(std::string_view(typeName));
     if (found == types.end() || found->second == nullptr) return nullptr;
     return found->second();

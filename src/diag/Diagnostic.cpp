@@ -1,7 +1,5 @@
 #include "diag/Diagnostic.h"
 
-#include "core/Process.h"
-
 #include <cstdio>
 #include <dlfcn.h>
 
@@ -9,11 +7,6 @@ namespace brell::diag {
 namespace {
 
 char formatBuffer[kFormatBufferSize];
-
-DiagnosticState& State()
-{
-    return Process().diagnostics;
-}
 
 template <class Fn>
 Fn Resolve(void* library, const char* name)

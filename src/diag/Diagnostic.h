@@ -31,6 +31,9 @@ struct DiagnosticState {
     int32_t currentChannel = 0;
 };
 
+// The process's diagnostic state, kept with the rest of the process state.
+DiagnosticState& State();
+
 // Formatting buffer size, terminating zero included; longer messages are cut.
 constexpr int kFormatBufferSize = 4096;
 

@@ -1,4 +1,4 @@
-#include "platform/ProcedureCall.h"
+#include "procedures/ProcedureCall.h"
 
 #include <brelldata/core/Tree.h>
 #include <brelldata/geo/GeoBaseNode.h>
@@ -124,13 +124,12 @@ int CGeoBaseNode::EvalBBox(double& minX, double& minY, double& minZ, double& max
 
 int CGeoBaseNode::_DrawThis(const char* renderer, const char* typeName, void* context)
 {
-    return brell::CallProcedure("DrawProc", "Draw", typeName != nullptr ? typeName : "", "By", renderer, this, context);
+    return brell::CallProcedure(brell::kDrawProcedure, typeName, renderer, this, context);
 }
 
 int CGeoBaseNode::_EndDraw(const char* renderer, const char* typeName, void* context)
 {
-    return brell::CallProcedure("DrawProc", "EndDraw", typeName != nullptr ? typeName : "", "By", renderer, this,
-                                context);
+    return brell::CallProcedure(brell::kEndDrawProcedure, typeName, renderer, this, context);
 }
 
 int DrawTree(CBaseNode* node, const char* renderer, void* context)

@@ -39,8 +39,8 @@ std::string CGeoRefNode::Comment()
 
 int CGeoRefNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId())) {
-        reference = static_cast<CGeoRefNode*>(source)->reference;
+    if (auto* other = brell::AsKindOf<CGeoRefNode>(source)) {
+        reference = other->reference;
         ReleaseCache();
     }
     return CGeoBaseNode::Copy(source);
@@ -89,8 +89,7 @@ std::string CGeoSwitchNode::Comment()
 
 int CGeoSwitchNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId())) {
-        auto* other = static_cast<CGeoSwitchNode*>(source);
+    if (auto* other = brell::AsKindOf<CGeoSwitchNode>(source)) {
         defaultFlag = other->defaultFlag;
         flags = other->flags;
     }
@@ -140,8 +139,7 @@ namespace {
 
 int ApplyShading(CBaseNode* node, int mode, void*)
 {
-    if (node->IsKindOf(CGeoPolyShadeRefNode::TypeId())) {
-        auto* shade = static_cast<CGeoPolyShadeRefNode*>(node);
+    if (auto* shade = brell::AsKindOf<CGeoPolyShadeRefNode>(node)) {
         shade->smooth = (mode & CGeoModeNode::kSmooth) != 0 ? 1 : 0;
         shade->texture = (mode & CGeoModeNode::kTexture) != 0 ? 1 : 0;
     }
@@ -177,8 +175,7 @@ std::string CGeoModeNode::Comment()
 
 int CGeoModeNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId())) {
-        auto* other = static_cast<CGeoModeNode*>(source);
+    if (auto* other = brell::AsKindOf<CGeoModeNode>(source)) {
         mode = other->mode;
         pointNode = other->pointNode;
         lineNode = other->lineNode;

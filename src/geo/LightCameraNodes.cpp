@@ -17,9 +17,8 @@ std::string CGeoLightNode::Comment()
 
 int CGeoLightNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId()) && source != this) {
-        lights = static_cast<CGeoLightNode*>(source)->lights;
-    }
+    auto* other = brell::AsKindOf<CGeoLightNode>(source);
+    if (other != nullptr && other != this) lights = other->lights;
     return CGeoBaseNode::Copy(source);
 }
 
@@ -55,7 +54,7 @@ std::string CGeoCameraNode::Comment()
 
 int CGeoCameraNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId())) camera = static_cast<CGeoCameraNode*>(source)->camera;
+    if (auto* other = brell::AsKindOf<CGeoCameraNode>(source)) camera = other->camera;
     return CGeoBaseNode::Copy(source);
 }
 

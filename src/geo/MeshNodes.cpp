@@ -44,8 +44,7 @@ std::string CGeoWireFrameNode::Comment()
 
 int CGeoWireFrameNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId())) {
-        auto* wire = static_cast<CGeoWireFrameNode*>(source);
+    if (auto* wire = brell::AsKindOf<CGeoWireFrameNode>(source)) {
         lineWidth = wire->lineWidth;
         color = wire->color;
         closed = wire->closed;
@@ -74,8 +73,7 @@ std::string CGeoPolygonRefNode::Comment()
 
 int CGeoPolygonRefNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId())) {
-        auto* mesh = static_cast<CGeoPolygonRefNode*>(source);
+    if (auto* mesh = brell::AsKindOf<CGeoPolygonRefNode>(source)) {
         color = mesh->color;
         segment = mesh->segment;
         indices = mesh->indices;
@@ -103,8 +101,7 @@ std::string CGeoPolyShadeRefNode::Comment()
 
 int CGeoPolyShadeRefNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId())) {
-        auto* shade = static_cast<CGeoPolyShadeRefNode*>(source);
+    if (auto* shade = brell::AsKindOf<CGeoPolyShadeRefNode>(source)) {
         smooth = shade->smooth;
         texture = shade->texture;
         hasTextureCoords = shade->hasTextureCoords;

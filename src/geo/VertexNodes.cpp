@@ -105,7 +105,7 @@ std::string CGeoVertexNode::Comment()
 
 int CGeoVertexNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId())) vertices = static_cast<CGeoVertexNode*>(source)->vertices;
+    if (auto* other = brell::AsKindOf<CGeoVertexNode>(source)) vertices = other->vertices;
     return CGeoBaseNode::Copy(source);
 }
 
@@ -146,8 +146,7 @@ std::string CGeoPointNode::Comment()
 
 int CGeoPointNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId())) {
-        auto* point = static_cast<CGeoPointNode*>(source);
+    if (auto* point = brell::AsKindOf<CGeoPointNode>(source)) {
         size = point->size;
         color = point->color;
         indices = point->indices;
@@ -185,8 +184,7 @@ std::string CGeoLineNode::Comment()
 
 int CGeoLineNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId())) {
-        auto* line = static_cast<CGeoLineNode*>(source);
+    if (auto* line = brell::AsKindOf<CGeoLineNode>(source)) {
         lineWidth = line->lineWidth;
         color = line->color;
         closed = line->closed;
@@ -219,8 +217,7 @@ std::string CGeoPolygonNode::Comment()
 
 int CGeoPolygonNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId())) {
-        auto* polygon = static_cast<CGeoPolygonNode*>(source);
+    if (auto* polygon = brell::AsKindOf<CGeoPolygonNode>(source)) {
         color = polygon->color;
         indices = polygon->indices;
     }
@@ -251,7 +248,7 @@ std::string CGeoNormalNode::Comment()
 
 int CGeoNormalNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId())) normals = static_cast<CGeoNormalNode*>(source)->normals;
+    if (auto* other = brell::AsKindOf<CGeoNormalNode>(source)) normals = other->normals;
     return CGeoPointNode::Copy(source);
 }
 
@@ -313,8 +310,8 @@ std::string CGeoVertexNormalNode::Comment()
 
 int CGeoVertexNormalNode::Copy(CBaseNode* source)
 {
-    if (source != nullptr && source->IsKindOf(TypeId())) {
-        normals = static_cast<CGeoVertexNormalNode*>(source)->normals;
+    if (auto* other = brell::AsKindOf<CGeoVertexNormalNode>(source)) {
+        normals = other->normals;
     }
     return CGeoVertexNode::Copy(source);
 }

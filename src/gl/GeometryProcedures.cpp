@@ -1,12 +1,13 @@
 #include "gl/RendererImpl.h"
 
+#include <brelldata/data/Normal.h>
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/geo/VertexNodes.h>
 #include <brelldata/io/ScanScene.h>
+#include <brelldata/procedures/ProcedureNames.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
-#include <brelldata/scan/Normal.h>
 
 #include <algorithm>
 #include <iterator>
@@ -154,12 +155,12 @@ int GeoNothing(void*, void*)
 template <Kind kind>
 void AddKind(std::vector<std::pair<std::string, DAPI_PROC>>& all, const char* name)
 {
-    const std::string suffix = std::string("_") + name;
-    all.emplace_back("GeoCModelNode" + suffix, GeoModel);
-    all.emplace_back("GeoCMeshNode" + suffix, GeoMesh<kind>);
-    all.emplace_back("GeoCLinearLineNode" + suffix, GeoLines);
-    for (const char* type : {"CObjectNode", "CElementNode", "CImageNode", "CBezierLineNode", "CCharLineNode"})
-        all.emplace_back("Geo" + std::string(type) + suffix, GeoNothing);
+    all.emplace_back(ProcedureName(kGeoProcedure, CModelNode::TypeId(), name), GeoModel);
+    all.emplace_back(ProcedureName(kGeoProcedure, CMeshNode::TypeId(), name), GeoMesh<kind>);
+    all.emplace_back(ProcedureName(kGeoProcedure, CLinearLineNode::TypeId(), name), GeoLines);
+    for (const std::string& type : {CObjectNode::TypeId(), CElementNode::TypeId(), CImageNode::TypeId(),
+                                    CBezierLineNode::TypeId(), CCharLineNode::TypeId()})
+        all.emplace_back(ProcedureName(kGeoProcedure, type, name), GeoNothing);
 }
 
 }  // namespace

@@ -3,11 +3,13 @@
 #include <brelldata/core/Walk.h>
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/gl/Picture.h>
+#include <brelldata/io/Files.h>
 #include <brelldata/scan/ObjectNodes.h>
 
 #include <png.h>
 
 #include <cmath>
+#include <memory>
 #include <string>
 
 namespace brell::gl {
@@ -137,10 +139,19 @@ void WritePng(const std::string& path, int width, int height, const std::vector<
     image.width = static_cast<png_uint_32>(width);
     image.height = static_cast<png_uint_32>(height);
     image.format = PNG_FORMAT_RGBA;
-    if (png_image_write_to_file(&image, path.c_str(), 0, pixels.data(), 0, nullptr) == 0) {
+    // Room for the largest PNG of the picture, so that it is compressed once.
+    png_alloc_size_t size = PNG_IMAGE_PNG_SIZE_MAX(image);
+    const std::unique_ptr<unsigned char[]> png(new unsigned char[size]);
+    if (png_image_write_to_memory(&image, png.get(), &size, 0, pixels.data(), 0, nullptr) == 0) {
         const std::string reason = image.message;
         png_image_free(&image);
-        throw RenderError::At(path, "cannot write the PNG file: " + reason);
+        throw RenderError::At(path, "cannot make the PNG image: " + reason);
+    }
+    // Saved as the io library saves every file, so that its messages are the same too.
+    try {
+        io::SaveFile(path, png.get(), size);
+    } catch (const io::FileError& error) {
+        throw RenderError::At(path, "expected " + error.Expected() + ", found " + error.Found());
     }
 }
 

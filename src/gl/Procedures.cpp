@@ -1,10 +1,11 @@
 #include "gl/RendererImpl.h"
 
+#include <brelldata/data/Normal.h>
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/geo/VertexNodes.h>
 #include <brelldata/io/ScanScene.h>
-#include <brelldata/platform/DApi.h>
-#include <brelldata/scan/Normal.h>
+#include <brelldata/procedures/DApi.h>
+#include <brelldata/procedures/ProcedureNames.h>
 
 #include <algorithm>
 #include <string>
@@ -315,11 +316,6 @@ const Procedure kDrawProcedures[] = {
     {"CGeoRefNode", DrawReference},
 };
 
-std::string ProcedureName(const char* prefix, const char* type)
-{
-    return std::string(prefix) + type + "By" + kRendererName;
-}
-
 struct Registration {
     const char* kind;
     std::string name;
@@ -332,11 +328,14 @@ std::vector<Registration> AllProcedures()
 {
     std::vector<Registration> all;
     for (const Procedure& procedure : kDrawProcedures)
-        all.push_back({"DrawProc", ProcedureName("Draw", procedure.type), procedure.draw});
+        all.push_back(
+            {kDrawProcedure.kind, ProcedureName(kDrawProcedure, procedure.type, kRendererName), procedure.draw});
     for (const Procedure& procedure : OverlayProcedures())
-        all.push_back({"DrawProc", ProcedureName("Draw", procedure.type), procedure.draw});
-    all.push_back({"DrawProc", ProcedureName("EndDraw", "CGeoBaseNode"), DrawGroup});
-    for (auto& [name, procedure] : GeometryProcedures()) all.push_back({"GeoProc", std::move(name), procedure});
+        all.push_back(
+            {kDrawProcedure.kind, ProcedureName(kDrawProcedure, procedure.type, kRendererName), procedure.draw});
+    all.push_back({kEndDrawProcedure.kind, ProcedureName(kEndDrawProcedure, "CGeoBaseNode", kRendererName), DrawGroup});
+    for (auto& [name, procedure] : GeometryProcedures())
+        all.push_back({kGeoProcedure.kind, std::move(name), procedure});
     return all;
 }
 

@@ -6,10 +6,11 @@
 
 #include "gl/Matrix.h"
 
+#include <brelldata/data/ArrayDataStore.h>
+#include <brelldata/data/MatrixDataStore.h>
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/gl/Renderer.h>
-#include <brelldata/platform/DApi.h>
-#include <brelldata/scan/DataStore.h>
+#include <brelldata/procedures/DApi.h>
 
 #include <cstdint>
 #include <memory>

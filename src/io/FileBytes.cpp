@@ -1,10 +1,11 @@
 #include "io/FileBytes.h"
 
+#include <brelldata/data/BulkMemory.h>
 #include <brelldata/io/FileError.h>
-#include <brelldata/scan/BulkMemory.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <new>
 #include <utility>
@@ -16,7 +17,8 @@
 namespace brell::io {
 namespace {
 
-// Pieces small enough to stay in the cache for the piece sink.
+// Files are read and saved in pieces small enough to stay in the cache for
+// the piece sink, and progress is told piece by piece.
 constexpr size_t kPieceBytes = size_t{1} << 20;
 // A window small enough to stay in the second-level cache while it is read.
 constexpr size_t kWindowBytes = size_t{256} << 10;
@@ -26,49 +28,117 @@ std::string SystemReason()
     return std::strerror(errno);
 }
 
+// This thread's observer of file reads and saves.
+thread_local FileProgress currentProgress;
+
+void ReportProgress(uint64_t done, uint64_t total)
+{
+    if (currentProgress) currentProgress(done, total);
+}
+
+// What a file of that mode is, for messages.
+std::string KindOfFile(mode_t mode)
+{
+    if (S_ISREG(mode)) return "a regular file";
+    if (S_ISDIR(mode)) return "a folder";
+    if (S_ISFIFO(mode)) return "a pipe";
+    if (S_ISCHR(mode) || S_ISBLK(mode)) return "a device";
+    if (S_ISSOCK(mode)) return "a socket";
+    return "something else";
+}
+
+std::string FolderOf(const std::string& path)
+{
+    const size_t slash = path.find_last_of('/');
+    if (slash == std::string::npos) return ".";
+    return slash == 0 ? "/" : path.substr(0, slash);
+}
+
+// The file a save at path writes: the end of the chain of links at path, or
+// path itself; a relative link is taken from the folder of the link.
+std::string FollowLinks(const std::string& path)
+{
+    constexpr int kMostLinks = 40;
+    std::string target = path;
+    for (int hop = 0; hop < kMostLinks; ++hop) {
+        struct stat status {};
+        if (lstat(target.c_str(), &status) != 0 || !S_ISLNK(status.st_mode)) return target;
+        char text[PATH_MAX];
+        const ssize_t length = readlink(target.c_str(), text, sizeof text);
+        if (length <= 0 || static_cast<size_t>(length) == sizeof text)
+            throw FileError::InFile(path, "a link that can be followed", SystemReason());
+        std::string next(text, static_cast<size_t>(length));
+        if (next.front() != '/' && target.find('/') != std::string::npos) next = FolderOf(target) + "/" + next;
+        target = std::move(next);
+    }
+    throw FileError::InFile(path, "a link that leads to a file", "more than 40 links in a row");
+}
+
+// Refuses a target that a save must not replace: anything but a regular
+// file, or a new name whose folder is missing.
+void CheckSaveTarget(const std::string& path, const std::string& target)
+{
+    struct stat status {};
+    if (lstat(target.c_str(), &status) == 0) {
+        if (!S_ISREG(status.st_mode))
+            throw FileError::InFile(path, "a regular file to replace or a new name", KindOfFile(status.st_mode));
+        return;
+    }
+    if (errno != ENOENT && errno != ENOTDIR) throw FileError::InFile(path, "a name it can save under", SystemReason());
+    const std::string folder = FolderOf(target);
+    if (stat(folder.c_str(), &status) != 0)
+        throw FileError::InFile(path, "an existing folder \"" + folder + "\"", "none");
+    if (!S_ISDIR(status.st_mode))
+        throw FileError::InFile(path, "a folder \"" + folder + "\"", KindOfFile(status.st_mode));
+}
+
 // Closes a descriptor and, unless kept, removes the temporary file it wrote.
 class TemporaryFile {
 public:
-    // Under a name no other save uses.
-    explicit TemporaryFile(const std::string& target)
+    // Beside target, under a name no other save uses; path is the name errors carry.
+    TemporaryFile(const std::string& path, const std::string& target) : path_(path), target_(target)
     {
         for (int attempt = 0; descriptor_ < 0; ++attempt) {
-            path_ = target + ".saving." + std::to_string(getpid()) + "." + std::to_string(attempt);
-            descriptor_ = open(path_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+            temporary_ = target + ".saving." + std::to_string(getpid()) + "." + std::to_string(attempt);
+            descriptor_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
             if (descriptor_ < 0 && (errno != EEXIST || attempt == 100))
-                throw FileError::InFile(target, "a temporary file beside it", SystemReason());
+                throw FileError::InFile(path, "a folder \"" + FolderOf(target) + "\" to save in", SystemReason());
         }
     }
     ~TemporaryFile()
     {
         if (descriptor_ >= 0) close(descriptor_);
-        if (!kept_) unlink(path_.c_str());
+        if (!kept_) unlink(temporary_.c_str());
     }
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-    void WriteAll(const unsigned char* bytes, size_t size, const std::string& target)
+    void WriteAll(const unsigned char* bytes, size_t size)
     {
         for (size_t done = 0; done < size;) {
-            const ssize_t written = write(descriptor_, bytes + done, size - done);
+            const ssize_t written = write(descriptor_, bytes + done, std::min(size - done, kPieceBytes));
             if (written < 0 && errno == EINTR) continue;
             if (written <= 0)
-                throw FileError::AtByte(target, done, "room to write " + std::to_string(size) + " bytes", SystemReason());
+                throw FileError::AtByte(path_, done, "room to write " + std::to_string(size) + " bytes",
+                                        SystemReason());
             done += static_cast<size_t>(written);
+            ReportProgress(done, size);
         }
     }
-    // Makes the file durable, then puts it in place of target.
-    void Replace(const std::string& target)
+    // Makes the file durable, then puts it in place of the target.
+    void Replace()
     {
         if (fsync(descriptor_) != 0 || close(std::exchange(descriptor_, -1)) != 0)
-            throw FileError::InFile(target, "the file written to disk", SystemReason());
-        if (rename(path_.c_str(), target.c_str()) != 0)
-            throw FileError::InFile(target, "the file moved into place", SystemReason());
+            throw FileError::InFile(path_, "the file written to disk", SystemReason());
+        if (rename(temporary_.c_str(), target_.c_str()) != 0)
+            throw FileError::InFile(path_, "the saved file moved into place", SystemReason());
         kept_ = true;
     }
 
 private:
     std::string path_;
+    std::string target_;
+    std::string temporary_;
     int descriptor_ = -1;
     bool kept_ = false;
 };
@@ -94,8 +164,9 @@ int OpenRegularFile(const std::string& path, size_t& size)
     if (opened < 0) throw FileError::InFile(path, "a readable file", SystemReason());
     struct stat status {};
     if (fstat(opened, &status) != 0 || !S_ISREG(status.st_mode)) {
+        const std::string found = KindOfFile(status.st_mode);
         close(opened);
-        throw FileError::InFile(path, "a regular file", "something else");
+        throw FileError::InFile(path, "a regular file", found);
     }
     size = static_cast<size_t>(status.st_size);
     return opened;
@@ -111,6 +182,7 @@ void ReadFully(int descriptor, char* into, size_t count, size_t offset, size_t f
         if (got == 0)
             throw FileError::AtByte(path, offset + done, std::to_string(fileSize) + " bytes", "the end of the file");
         done += static_cast<size_t>(got);
+        ReportProgress(offset + done, fileSize);
     }
 }
 
@@ -186,11 +258,30 @@ bool FileWindow::Slide(size_t from, size_t count)
     return true;
 }
 
-void WriteWholeFile(const std::string& path, const void* bytes, size_t size)
+void RequireRegularFile(const std::string& path)
 {
-    TemporaryFile temporary(path);
-    temporary.WriteAll(static_cast<const unsigned char*>(bytes), size, path);
-    temporary.Replace(path);
+    struct stat status {};
+    if (stat(path.c_str(), &status) != 0) throw FileError::InFile(path, "a readable file", SystemReason());
+    if (!S_ISREG(status.st_mode)) throw FileError::InFile(path, "a regular file", KindOfFile(status.st_mode));
+}
+
+void SaveFile(const std::string& path, const void* bytes, size_t size)
+{
+    const std::string target = FollowLinks(path);
+    CheckSaveTarget(path, target);
+    TemporaryFile temporary(path, target);
+    temporary.WriteAll(static_cast<const unsigned char*>(bytes), size);
+    temporary.Replace();
+}
+
+FileProgressScope::FileProgressScope(FileProgress progress)
+    : previous_(std::exchange(currentProgress, std::move(progress)))
+{
+}
+
+FileProgressScope::~FileProgressScope()
+{
+    currentProgress = std::move(previous_);
 }
 
 }  // namespace brell::io

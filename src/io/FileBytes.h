@@ -1,8 +1,9 @@
 #pragma once
 
-// Files in and out: read whole into bulk memory or a window at a time,
-// written beside their place and moved into it only once they are safely on
-// disk.
+// Files in: read whole into bulk memory or a window at a time. Saving is
+// SaveFile of brelldata/io/Files.h.
+
+#include <brelldata/io/Files.h>
 
 #include <cstddef>
 #include <functional>
@@ -77,11 +78,5 @@ private:
     size_t offset_ = 0;
     size_t fileSize_ = 0;
 };
-
-// Writes a temporary file beside path, made with the permissions any new file
-// gets, makes it durable and then renames it to path: a failed write leaves
-// no partial file and never touches a file already at path. FileError when
-// any step fails.
-void WriteWholeFile(const std::string& path, const void* bytes, size_t size);
 
 }  // namespace brell::io

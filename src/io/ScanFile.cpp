@@ -50,7 +50,7 @@ void WriteScanFile(const ScanGeometry& geometry, const std::string& path, PlyEnc
             bytes = WriteXyz(geometry, path);
             break;
     }
-    WriteWholeFile(path, bytes.data(), bytes.size());
+    SaveFile(path, bytes.data(), bytes.size());
 }
 
 }  // namespace brell::io

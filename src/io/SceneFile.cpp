@@ -90,8 +90,8 @@ CBaseNode* LoadChecked(std::string_view bytes, const std::string& name, std::opt
         throw FileError::AtByte(name, 8, "format version 1", "version " + Number(header.version));
     const uint64_t streamBytes = bytes.size() - kSceneHeaderBytes;
     if (header.length != streamBytes)
-        throw FileError::AtByte(name, 16, "a stream length of " + Number(streamBytes) + " bytes",
-                                Number(header.length));
+        throw FileError::AtByte(name, 16, "a stream of " + Number(header.length) + " bytes, as this length says",
+                                Number(streamBytes) + " bytes after the header");
     if (header.length > INT_MAX) throw FileError::AtByte(name, 16, "a stream below 2 GB", Number(header.length));
     const auto* file = reinterpret_cast<const unsigned char*>(bytes.data());
     const unsigned char* stream = file + kSceneHeaderBytes;
@@ -141,7 +141,7 @@ void SaveScene(CBaseNode* root, const std::string& path)
     header.length = static_cast<uint64_t>(streamSize);
     header.hash = XXH3_64bits(stream, header.length);
     std::memcpy(file.Data(), &header, sizeof header);
-    WriteWholeFile(path, file.Data(), fileSize);
+    SaveFile(path, file.Data(), fileSize);
 }
 
 void SaveScene(CTree& tree, const std::string& path)

@@ -1,5 +1,6 @@
 #include <brelldata/scan/LineNodes.h>
 
+#include "core/Format.h"
 #include "scan/ScanNodes.h"
 
 namespace {
@@ -32,7 +33,7 @@ BRELL_SCAN_NODE_DEFINE(CLinearLineNode, CObjectNode, kLineFields, 0)
 
 std::string CLinearLineNode::Comment()
 {
-    return brell::FormatComment("%d lines", lines->Number());
+    return brell::FormatText("%d lines", lines->Number());
 }
 
 int CLinearLineNode::Copy(CBaseNode* source)
@@ -47,7 +48,7 @@ BRELL_SCAN_NODE_DEFINE(CBezierLineNode, CObjectNode, kLineFields, 0)
 
 std::string CBezierLineNode::Comment()
 {
-    return brell::FormatComment("%d bezier lines", lines->Number());
+    return brell::FormatText("%d bezier lines", lines->Number());
 }
 
 int CBezierLineNode::Copy(CBaseNode* source)

@@ -1,5 +1,6 @@
 #include <brelldata/scan/ModelNodes.h>
 
+#include "core/Format.h"
 #include "scan/ScanNodes.h"
 
 namespace {
@@ -25,7 +26,7 @@ BRELL_SCAN_NODE_DEFINE(CModelNode, CObjectNode, kModelFields, 0)
 
 std::string CModelNode::Comment()
 {
-    return brell::FormatComment("%d vertices", vertices->Number());
+    return brell::FormatText("%d vertices", vertices->Number());
 }
 
 int CModelNode::Copy(CBaseNode* source)
@@ -40,7 +41,7 @@ BRELL_SCAN_NODE_DEFINE(CMeshNode, CModelNode, kMeshFields, 0)
 
 std::string CMeshNode::Comment()
 {
-    return brell::FormatComment("%d polygons", polygons->Number());
+    return brell::FormatText("%d polygons", polygons->Number());
 }
 
 int CMeshNode::Copy(CBaseNode* source)
@@ -105,7 +106,7 @@ BRELL_SCAN_NODE_DEFINE(CImageNode, CObjectNode, kImageFields, 0)
 
 std::string CImageNode::Comment()
 {
-    return brell::FormatComment("width = %d, height = %d", image->width, image->height);
+    return brell::FormatText("width = %d, height = %d", image->width, image->height);
 }
 
 int CImageNode::Copy(CBaseNode* source)

@@ -1,14 +1,12 @@
 #include <brelldata/scan/ObjectNodes.h>
 
-#include "platform/ProcedureCall.h"
+#include "core/Format.h"
+#include "procedures/ProcedureCall.h"
 #include "scan/ScanNodes.h"
 
 #include <brelldata/core/RefNode.h>
 #include <brelldata/core/Tree.h>
 #include <brelldata/scan/ModelNodes.h>
-
-#include <cstdarg>
-#include <cstdio>
 
 namespace brell {
 
@@ -38,16 +36,6 @@ CBaseNode* ChildOfKind(const CBaseNode& node, int index, const std::string& type
     return child < 0 ? nullptr : node.GetChild(static_cast<unsigned int>(child));
 }
 
-std::string FormatComment(const char* format, ...)
-{
-    char text[64];
-    va_list numbers;
-    va_start(numbers, format);
-    std::vsnprintf(text, sizeof text, format, numbers);
-    va_end(numbers);
-    return text;
-}
-
 }  // namespace brell
 
 BRELL_NODE_TYPE_DEFINE(CObjectNode, CBaseNode)
@@ -65,7 +53,7 @@ int CObjectNode::GeoCalc(const char* procedure, CBaseNode* output)
 
 int CObjectNode::GeoCalcThis(const char* procedure, const char* typeName, CBaseNode* output)
 {
-    return brell::CallProcedure("GeoProc", "Geo", typeName != nullptr ? typeName : "", "_", procedure, this, output);
+    return brell::CallProcedure(brell::kGeoProcedure, typeName, procedure, this, output);
 }
 
 int CObjectNode::GeoCalcDescent(const char* procedure, const std::string& typeName, CBaseNode* output)
@@ -138,7 +126,7 @@ BRELL_SCAN_NODE_DEFINE(CLodNode, CObjectNode, kLodFields, 0)
 
 std::string CLodNode::Comment()
 {
-    return brell::FormatComment("LOD level = %d", level);
+    return brell::FormatText("LOD level = %d", level);
 }
 
 int CLodNode::Copy(CBaseNode* source)

@@ -5,7 +5,7 @@
 
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/Block.h>
-#include <brelldata/scan/DataStore.h>
+#include <brelldata/data/RefData.h>
 
 #include <cstddef>
 #include <string>
@@ -109,21 +109,11 @@ void CopyPrivately(CRefData<Store>& handle, const CRefData<Store>& source)
     handle.Unshare();
 }
 
-// node as a Node when its IsKindOf accepts Node's type name; else null.
-template <class Node>
-Node* AsKindOf(CBaseNode* node)
-{
-    return node != nullptr && node->IsKindOf(Node::TypeId()) ? static_cast<Node*>(node) : nullptr;
-}
-
 // The number of node's direct children whose IsKindOf accepts type.
 int ChildrenOfKind(const CBaseNode& node, const std::string& type);
 // The child index of the index-th of them; -1 when there is none.
 int ChildIndexOfKind(const CBaseNode& node, int index, const std::string& type);
 // That child itself; null when there is none.
 CBaseNode* ChildOfKind(const CBaseNode& node, int index, const std::string& type);
-
-// A comment of up to 63 characters, printf-formatted.
-std::string FormatComment(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 }  // namespace brell

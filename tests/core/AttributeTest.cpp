@@ -5,7 +5,9 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <memory>
+#include <string>
 #include <tuple>
 #include <vector>
 
@@ -48,6 +50,32 @@ TEST(AttributeBlocks, HoldTheEntriesInNameOrder)
         .Attribute("\xE9t\xE9", 1, VALUE_BOOL, Bytes().I32(42));
     EXPECT_EQ(WriteBlock(sorted), expected.Data());
     EXPECT_EQ(WriteBlock(*std::make_unique<CStandardAttribute>()), Bytes().I32(0).Data());
+}
+
+TEST(Attributes, ManyKeepTheirNameOrderAndValuesThroughDeletesAndCopies)
+{
+    CStandardAttribute store;
+    std::map<std::string, int> expected;
+    for (int i = 0; i < 40; ++i) {
+        int value = (i * 17) % 40;
+        const std::string name = "a" + std::to_string(value);
+        store.SetAttribute(name.c_str(), &value, 4, VALUE_INT);
+        expected[name] = value;
+    }
+    for (int value = 0; value < 40; value += 3) {
+        const std::string name = "a" + std::to_string(value);
+        store.DelAttribute(name.c_str());
+        expected.erase(name);
+    }
+    CStandardAttribute copy(store);
+    for (CStandardAttribute* held : {&store, &copy}) {
+        ASSERT_EQ(held->AttributeNumber(), static_cast<int>(expected.size()));
+        int index = 0;
+        for (const auto& [name, value] : expected) {
+            EXPECT_EQ(held->AttributeName(index++), name);
+            EXPECT_EQ(StoredInt(*held, name.c_str()), value);
+        }
+    }
 }
 
 TEST(AttributeBlocks, ReplaceTheStoreThatReadsThemAndWriteBackTheSame)

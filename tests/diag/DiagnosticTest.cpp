@@ -3,7 +3,6 @@
 
 #include "Recording.h"
 
-#include "core/Process.h"
 #include "diag/Diagnostic.h"
 
 #include <gtest/gtest.h>
@@ -11,15 +10,11 @@
 #include <string>
 #include <vector>
 
-namespace brell {
-
-ProcessState& Process()
+brell::diag::DiagnosticState& brell::diag::State()
 {
-    static ProcessState state;
+    static DiagnosticState state;
     return state;
 }
-
-}  // namespace brell
 
 namespace {
 
@@ -32,7 +27,7 @@ protected:
     void SetUp() override
     {
         diag::CloseDebugChannels();
-        brell::Process().diagnostics = diag::DiagnosticState();
+        diag::State() = diag::DiagnosticState();
     }
     void TearDown() override { diag::CloseDebugChannels(); }
 
@@ -43,32 +38,32 @@ protected:
 TEST_F(Diagnostics, CarryTheirLevelsThroughTheLibraryLoadedOnceAtTheFirstOutputAndClosedAtShutDown)
 {
     EXPECT_EQ(diag::GetDebugLevel() + diag::GetDebugChannel(), 0);
-    EXPECT_FALSE(brell::Process().diagnostics.loadAttempted);
+    EXPECT_FALSE(diag::State().loadAttempted);
     diag::DebugError("error %d\n", 5);
-    void* library = brell::Process().diagnostics.library;
+    void* library = diag::State().library;
     ASSERT_NE(library, nullptr);
     diag::DebugWarning("warning %s\n", "w");
     diag::DebugTrace("trace\n");
     diag::SetDebugLevel(60);
     diag::DebugTrace("at %d\n", 60);
     EXPECT_EQ(diag::GetDebugLevel(), 60);
-    EXPECT_EQ(brell::Process().diagnostics.library, library);
+    EXPECT_EQ(diag::State().library, library);
     // Long messages are cut to the formatting buffer; percent signs in arguments pass unchanged.
     diag::DebugTrace("%s", std::string(5000, 'x').c_str());
     diag::DebugTrace("%s", "100% of %d\n");
 
     diag::CloseDebugChannels();
-    EXPECT_EQ(brell::Process().diagnostics.library, nullptr);
-    EXPECT_TRUE(brell::Process().diagnostics.channelLevels.empty());
+    EXPECT_EQ(diag::State().library, nullptr);
+    EXPECT_TRUE(diag::State().channelLevels.empty());
     EXPECT_EQ(
         recording.Lines(),
-        (std::vector<std::string>{"open 0", "output 0 -2 error 5\n", "output 0 -1 warning w\n", "output 0 0 trace\n",
+        (std::vector<std::string>{"load", "open 0", "output 0 -2 error 5\n", "output 0 -1 warning w\n", "output 0 0 trace\n",
                                   "output 0 60 at 60\n", "output 0 60 " + std::string(diag::kFormatBufferSize - 1, 'x'),
-                                  "output 0 60 100% of %d\n", "close 0"}));
+                                  "output 0 60 100% of %d\n", "close 0", "unload"}));
 
     diag::DebugTrace("after shut-down\n");  // loading is never tried again
-    EXPECT_EQ(brell::Process().diagnostics.library, nullptr);
-    EXPECT_EQ(recording.Lines().size(), 8u);
+    EXPECT_EQ(diag::State().library, nullptr);
+    EXPECT_EQ(recording.Lines().size(), 10u);
 }
 
 }  // namespace

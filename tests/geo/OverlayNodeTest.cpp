@@ -1,3 +1,4 @@
+#include "support/Held.h"
 #include "support/ProcedureRecorder.h"
 
 #include <brelldata/core/NodeRegistry.h>
@@ -11,6 +12,8 @@
 #include <vector>
 
 namespace {
+
+using brell::test::Held;
 
 std::vector<std::pair<int, int>> Points(CArrayDataStore<POINT>& store)
 {
@@ -38,53 +41,67 @@ TEST(OverlayNodes, AreNotRegisteredAtStartAndHaveNoBox)
     EXPECT_EQ(box, std::vector<double>(6, 7));
 }
 
-TEST(OverlayNodes, ConstructorsStoreTheirFiguresAndDefaults)
+const POINT kCorners[] = {{0, 0}, {10, 0}, {10, 10}};
+
+TEST(OverlayLines, ClosedOnesRepeatTheirFirstPoint)
 {
-    const POINT corners[] = {{0, 0}, {10, 0}, {10, 10}};
-    CGeoLine2DNode open(corners, 3, 0x0000FFu, 0, 9);
-    EXPECT_EQ(open.points.Number(), 3);
-    auto* closed = new CGeoLine2DNode(corners, 3, 0x0000FFu, 1, 9);
+    Held open(new CGeoLine2DNode(kCorners, 3, 0x0000FFu, 0, 9));
+    Held closed(new CGeoLine2DNode(kCorners, 3, 0x0000FFu, 1, 9));
+    EXPECT_EQ(open->points.Number(), 3);
     EXPECT_EQ(Points(closed->points), (std::vector<std::pair<int, int>>{{0, 0}, {10, 0}, {10, 10}, {0, 0}}));
-    EXPECT_EQ(closed->lineValue, 9);
-    CGeoLine2DNode copy(*closed);
-    delete closed;
-    EXPECT_EQ(copy.points.Number(), 4);  // its own points outlive the source's
-
-    CGeoPoint2DNode points;
-    for (int i = 1; i <= 3; ++i) points.Append(POINT{i, -i});
-    EXPECT_EQ(Points(points.points), (std::vector<std::pair<int, int>>{{1, -1}, {2, -2}, {3, -3}}));
-    points.Clear();
-    points.Append(POINT{7, 7});
-    EXPECT_EQ(Points(points.points), (std::vector<std::pair<int, int>>{{7, 7}}));
-
-    CGeoCrossLine2DNode cross;
-    EXPECT_EQ(cross.crossValue1, 5);
-    EXPECT_EQ(cross.color, 0xFFFFFFu);
-
-    const RECT rect{1, 2, 3, 4};
-    CGeoRectangle2DNode rectangle(&rect, 7, 0x0000FFu, 8);
-    EXPECT_EQ(rectangle.rectValue1, 7);
-    EXPECT_EQ(rectangle.color, 0x0000FFu);
-    EXPECT_EQ(rectangle.rectangle.bottom, 4);
-
-    BEZIER_POINT2D control{};
-    CGeoBezier2DNode plain, chain(&control, 1, 3, 2, 1);
-    EXPECT_EQ(plain.color3, 0x00F6FFu);
-    EXPECT_EQ(chain.color3, 0xC8C800u);
-    EXPECT_EQ(chain.NumCtrlPoints(), 1);
-    plain.SetColor(1, 2, 3);
-    EXPECT_EQ(plain.color3, 3u);
 }
 
-TEST(OverlayRegions, AreCopiedInOrTakenFromAPath)
+TEST(OverlayLines, CopiesHoldPointsOfTheirOwn)
+{
+    auto* source = new CGeoLine2DNode(kCorners, 3, 0x0000FFu, 1, 9);
+    source->AddRef();
+    Held copy(new CGeoLine2DNode(*source));
+    source->Release();
+    EXPECT_EQ(Points(copy->points), (std::vector<std::pair<int, int>>{{0, 0}, {10, 0}, {10, 10}, {0, 0}}));
+}
+
+TEST(OverlayPoints, AppendAfterAClearStartsAfresh)
+{
+    Held<CGeoPoint2DNode> points;
+    for (int i = 1; i <= 3; ++i) points->Append(POINT{i, -i});
+    EXPECT_EQ(Points(points->points), (std::vector<std::pair<int, int>>{{1, -1}, {2, -2}, {3, -3}}));
+    points->Clear();
+    points->Append(POINT{7, 7});
+    EXPECT_EQ(Points(points->points), (std::vector<std::pair<int, int>>{{7, 7}}));
+}
+
+TEST(OverlayRectangles, TakeTheFirstValueBeforeTheColour)
+{
+    const RECT rect{1, 2, 3, 4};
+    Held rectangle(new CGeoRectangle2DNode(&rect, 7, 0x0000FFu, 8));
+    EXPECT_EQ(rectangle->rectValue1, 7);
+    EXPECT_EQ(rectangle->color, 0x0000FFu);
+    EXPECT_EQ(rectangle->rectValue2, 8);
+    EXPECT_EQ(rectangle->rectangle.bottom, 4);
+}
+
+TEST(OverlayBeziers, MadeFromControlPointsTakeTheirOwnThirdColour)
+{
+    BEZIER_POINT2D control{};
+    Held plain(new CGeoBezier2DNode);
+    Held chain(new CGeoBezier2DNode(&control, 1, 3, 2, 1));
+    EXPECT_EQ(plain->color3, 0x00F6FFu);
+    EXPECT_EQ(chain->color3, 0xC8C800u);
+    EXPECT_EQ(chain->NumCtrlPoints(), 1);
+}
+
+TEST(OverlayRegions, CopyTheContentOfTheGivenRegion)
 {
     CRgn square;
     square.CreateRectRgn(0, 0, 4, 4);
-    CGeoRegion2DNode copied(square, 0x00FF00u, 3, 0x0000FFu);
+    Held copied(new CGeoRegion2DNode(square, 0x00FF00u, 3, 0x0000FFu));
     square.DeleteObject();
-    EXPECT_EQ(copied.region.PtInRegion(3, 3), 1);
-    EXPECT_EQ(copied.regionValue, 3);
+    EXPECT_EQ(copied->region.PtInRegion(3, 3), 1);
+    EXPECT_EQ(copied->regionValue, 3);
+}
 
+TEST(OverlayRegions, TakeTheClosedPathOfADeviceContextOnce)
+{
     CDC dc;
     dc.BeginPath();
     dc.MoveTo(0, 0);
@@ -92,13 +109,16 @@ TEST(OverlayRegions, AreCopiedInOrTakenFromAPath)
     dc.LineTo(0, 8);
     dc.CloseFigure();
     dc.EndPath();
-    CGeoRegion2DNode fromPath(&dc, 0x00FF00u, 0, 0u);
-    EXPECT_EQ(fromPath.region.PtInRegion(1, 1), 1);
-    EXPECT_EQ(fromPath.region.PtInRegion(7, 7), 0);
+    Held fromPath(new CGeoRegion2DNode(&dc, 0x00FF00u, 0, 0u));
+    EXPECT_EQ(fromPath->region.PtInRegion(1, 1), 1);
+    EXPECT_EQ(fromPath->region.PtInRegion(7, 7), 0);
 
-    CGeoRegion2DNode withoutPath(&dc, 0x00FF00u, 0, 0u);  // the path was consumed
-    EXPECT_EQ(withoutPath.region.m_hObject, nullptr);
-    withoutPath.SetRegion(square);
+    Held withoutPath(new CGeoRegion2DNode(&dc, 0x00FF00u, 0, 0u));
+    EXPECT_EQ(withoutPath->region.m_hObject, nullptr);
+    CRgn square;
+    square.CreateRectRgn(0, 0, 4, 4);
+    withoutPath->SetRegion(square);
+    EXPECT_EQ(withoutPath->region.m_hObject, nullptr);
 }
 
 TEST(OverlayNodes, DrawTheirOwnProcedureThenTheBaseOnes)
@@ -107,9 +127,9 @@ TEST(OverlayNodes, DrawTheirOwnProcedureThenTheBaseOnes)
     for (const char* name :
          {"DrawCGeoRegion2DNodeByR", "DrawCGeoBaseNodeByR", "EndDrawCGeoRegion2DNodeByR", "EndDrawCGeoBaseNodeByR"})
         recorder.Register("DrawProc", name, 0);
-    CGeoRegion2DNode region;
-    region.SetName("r");
-    EXPECT_EQ(DrawTree(&region, "R", nullptr), 0);
+    Held<CGeoRegion2DNode> region;
+    region->SetName("r");
+    EXPECT_EQ(DrawTree(region.node, "R", nullptr), 0);
     EXPECT_EQ(recorder.TakeCalls(),
               (std::vector<std::string>{"DrawCGeoRegion2DNodeByR r", "DrawCGeoBaseNodeByR r",
                                         "EndDrawCGeoRegion2DNodeByR r", "EndDrawCGeoBaseNodeByR r"}));
@@ -120,11 +140,11 @@ TEST(OverlayNodes, StreamOnlyTheirAttributes)
     RegisterNodeType("CGeoPoint2DNode", &CGeoPoint2DNode::Create);
     EXPECT_NE(CTree(CreateNode("CGeoPoint2DNode")).Root(), nullptr);
     const POINT corner{1, 1};
-    CGeoPoint2DNode marks(&corner, 1, 0u);
-    marks.SetName("marks");
-    marks.SetAttributeInt("layer", 2);
-    std::vector<unsigned char> block(static_cast<size_t>(SizeOfByte(&marks)));
-    WriteNode(block.data(), &marks);
+    Held marks(new CGeoPoint2DNode(&corner, 1, 0u));
+    marks->SetName("marks");
+    marks->SetAttributeInt("layer", 2);
+    std::vector<unsigned char> block(static_cast<size_t>(SizeOfByte(marks.node)));
+    WriteNode(block.data(), marks.node);
     CTree read(ReadNode(block.data()));
     ASSERT_NE(read.Root(), nullptr);
     EXPECT_EQ(read.Root()->Name(), "marks");

@@ -244,7 +244,8 @@ TEST_F(GlTest, RenderErrorsNameTheStepThatFailedAndItsErrorCode)
         {[] { gl::Renderer(0, 10); }, "picture size", Source::none, 0,
          "picture size: expected a positive width and height, found 0x10"},
         {[] { gl::Renderer(1 << 20, 1); }, "glRenderbufferStorage", Source::gl, 0x0501, "(OpenGL error 0x0501)"},
-        {[&] { gl::WritePng(missing, 1, 1, {kRed}); }, missing, Source::none, 0, missing + ": cannot write"},
+        {[&] { gl::WritePng(missing, 1, 1, {kRed}); }, missing, Source::none, 0,
+         missing + ": expected an existing folder"},
     };
     for (const auto& c : cases) {
         try {

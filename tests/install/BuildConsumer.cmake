@@ -6,6 +6,15 @@ function(run)
   endif()
 endfunction()
 
+# The same for a program that, showing the library's trace lines only when
+# asked for them, must also write nothing to standard error.
+function(run_quietly)
+  execute_process(COMMAND ${ARGN} RESULT_VARIABLE result ERROR_VARIABLE errors)
+  if(NOT result EQUAL 0 OR NOT errors STREQUAL "")
+    message(FATAL_ERROR "failed (${result}) or wrote to standard error: ${ARGN}\n${errors}")
+  endif()
+endfunction()
+
 file(REMOVE_RECURSE ${PREFIX} ${CONSUMER_BUILD} ${CONSUMER_BUILD}-unknown ${EXAMPLES_BUILD})
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${PREFIX})
 
@@ -32,10 +41,10 @@ foreach(example IN ITEMS stream_scene own_draw own_geometry)
 endforeach()
 run(${EXAMPLES_BUILD}/camera_files ${EXAMPLES_BUILD}/shot.cam)
 file(WRITE ${EXAMPLES_BUILD}/points.xyz "0 0 0\n1 0 0\n0 1 0\n")
-run(${EXAMPLES_BUILD}/render_scan ${EXAMPLES_BUILD}/points.xyz ${EXAMPLES_BUILD}/points.png)
+run_quietly(${EXAMPLES_BUILD}/render_scan ${EXAMPLES_BUILD}/points.xyz ${EXAMPLES_BUILD}/points.png)
 
 # The installed tool finds its libraries.
-run(${PREFIX}/bin/brell info ${EXAMPLES_BUILD}/points.xyz)
+run_quietly(${PREFIX}/bin/brell info ${EXAMPLES_BUILD}/points.xyz)
 
 # pkg-config
 set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig)

@@ -150,7 +150,7 @@ TEST(ScanFormats, AreChosenByTheFileName)
     std::remove(pipe.c_str());
     ASSERT_EQ(mkfifo(pipe.c_str(), 0600), 0);
     EXPECT_THAT([&] { ReadScanFile(pipe); },
-                testing::ThrowsMessage<FileError>(pipe + ": expected a regular file, found something else"));
+                testing::ThrowsMessage<FileError>(pipe + ": expected a regular file, found a pipe"));
     std::remove(pipe.c_str());
     EXPECT_THROW(WriteScanFile(mesh, folder + "no-such-folder/a.ply"), FileError);
 }

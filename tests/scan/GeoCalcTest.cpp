@@ -1,7 +1,7 @@
 #include "scan/ScanFixtures.h"
 
 #include <brelldata/core/RefNode.h>
-#include <brelldata/platform/DApi.h>
+#include <brelldata/procedures/DApi.h>
 
 #include <gtest/gtest.h>
 

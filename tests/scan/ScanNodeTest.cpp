@@ -30,7 +30,16 @@ Bytes& BezierBytes(Bytes& bytes, double first, int tag)
     return bytes.I32(tag).I32(0);
 }
 
-TEST(ScanNodeClasses, HaveTheirIdentityCommentsAndExactDataBlocks)
+struct ScanClass {
+    const char* type;
+    const char* newComment;
+    int newSize;                         // of the new node's block, empty stores and attributes
+    std::function<CBaseNode*()> filled;  // made by the fixtures; none for classes without a data block
+    const char* filledComment;
+    Bytes block;  // the filled node's data block before its attributes
+};
+
+std::vector<ScanClass> ScanClasses()
 {
     Bytes mesh, linear, bezier, charLine;
     // Polygons, list 2, list 3, coordinates, list 1, then the model's block.
@@ -47,63 +56,83 @@ TEST(ScanNodeClasses, HaveTheirIdentityCommentsAndExactDataBlocks)
     BezierBytes(charLine.I32(88).I32(1).I32(1), 3, 13).I32(4).I32(0);
     for (int i = 1; i <= 12; ++i) charLine.F64(i);
     charLine.I32(13).F64(14.5).F64(15.5).F64(16).F64(17).F64(18).I32(19);
-    struct Case {
-        const char* type;
-        const char* base;
-        const std::string& (*baseTypeId)();
-        const char* newComment;
-        int newSize;                         // of the new node's block, empty stores and attributes
-        std::function<CBaseNode*()> filled;  // made by the fixtures; none for classes without a data block
-        const char* filledComment;
-        Bytes block;  // the filled node's data block before its attributes
-    };
-    const Case cases[] = {
-        {"CObjectNode", "CBaseNode", &CObjectNode::BaseTypeId, "Attribute: 0", 4, nullptr, nullptr, {}},
-        {"CElementNode", "CObjectNode", &CElementNode::BaseTypeId, "Attribute: 0", 4, nullptr, nullptr, {}},
-        {"CLodNode", "CObjectNode", &CLodNode::BaseTypeId, "LOD level = 0", 8, MakeLod, "LOD level = -3",
-         Bytes().I32(-3)},
-        {"CModelNode", "CObjectNode", &CModelNode::BaseTypeId, "0 vertices", 12, MakeModel, "2 vertices",
+    return {
+        {"CObjectNode", "Attribute: 0", 4, nullptr, nullptr, {}},
+        {"CElementNode", "Attribute: 0", 4, nullptr, nullptr, {}},
+        {"CLodNode", "LOD level = 0", 8, MakeLod, "LOD level = -3", Bytes().I32(-3)},
+        {"CModelNode", "0 vertices", 12, MakeModel, "2 vertices",
          Bytes().I32(52).I32(2).F64(1).F64(2).F64(3).F64(4).F64(5).F64(6)},
-        {"CMeshNode", "CModelNode", &CMeshNode::BaseTypeId, "0 polygons", 52, MakeMesh, "1 polygons", mesh},
-        {"CLinearLineNode", "CObjectNode", &CLinearLineNode::BaseTypeId, "0 lines", 12, MakeLinearLine, "2 lines",
-         linear},
-        {"CBezierLineNode", "CObjectNode", &CBezierLineNode::BaseTypeId, "0 bezier lines", 12, MakeBezierLine,
-         "1 bezier lines", bezier},
-        {"CCharLineNode", "CObjectNode", &CCharLineNode::BaseTypeId, "Attribute: 0", 168, MakeCharLine, "Attribute: 1",
-         charLine},
-        {"CImageNode", "CObjectNode", &CImageNode::BaseTypeId, "width = 1, height = 0", 16, MakeImage,
-         "width = 3, height = 2",
+        {"CMeshNode", "0 polygons", 52, MakeMesh, "1 polygons", mesh},
+        {"CLinearLineNode", "0 lines", 12, MakeLinearLine, "2 lines", linear},
+        {"CBezierLineNode", "0 bezier lines", 12, MakeBezierLine, "1 bezier lines", bezier},
+        {"CCharLineNode", "Attribute: 0", 168, MakeCharLine, "Attribute: 1", charLine},
+        {"CImageNode", "width = 1, height = 0", 16, MakeImage, "width = 3, height = 2",
          Bytes().I32(32).I32(2).I32(3).Raw({0, 1, 2, 3, 1, 2, 3, 4, 2, 3, 4, 5, 3, 4, 5, 6, 4, 5, 6, 7, 5, 6, 7, 8})},
     };
-    for (const Case& c : cases) {
+}
+
+// The filled node's whole block: its data block, then its attributes.
+std::vector<uint8_t> ExpectedBlock(const ScanClass& c)
+{
+    std::vector<uint8_t> expected = c.block.Data();
+    const std::vector<uint8_t> attributes = AttributeK().Data();
+    expected.insert(expected.end(), attributes.begin(), attributes.end());
+    // The character line node's last 4 bytes are counted but never written.
+    if (std::string(c.type) == "CCharLineNode") expected.insert(expected.end(), 4, 0xEE);
+    return expected;
+}
+
+std::vector<uint8_t> BlockOf(CBaseNode* node)
+{
+    std::vector<uint8_t> block(static_cast<size_t>(node->SizeOfByte()), 0xEE);
+    EXPECT_EQ(node->Write(block.data()), 1);
+    return block;
+}
+
+TEST(ScanNodeClasses, AreCreatedByNameWithTheirEmptyCommentsAndBlockSizes)
+{
+    for (const ScanClass& c : ScanClasses()) {
         SCOPED_TRACE(c.type);
         CTree made(CreateNode(c.type));
         ASSERT_NE(made.Root(), nullptr);
-        // Kinds and counts come from the type macros the core tests cover; the base is the class's own.
         EXPECT_EQ(made.Root()->Type(), c.type);
-        EXPECT_EQ(c.baseTypeId(), c.base);
         EXPECT_EQ(made.Root()->Comment(), c.newComment);
         EXPECT_EQ(made.Root()->SizeOfByte(), c.newSize);
-        if (!c.filled) continue;
+    }
+}
 
+TEST(ScanNodeBlocks, HoldTheDataThenTheAttributes)
+{
+    for (const ScanClass& c : ScanClasses()) {
+        if (!c.filled) continue;
+        SCOPED_TRACE(c.type);
         CTree written(c.filled());
         EXPECT_EQ(written.Root()->Comment(), c.filledComment);
-        std::vector<uint8_t> expected = c.block.Data();
-        const std::vector<uint8_t> attributes = AttributeK().Data();
-        expected.insert(expected.end(), attributes.begin(), attributes.end());
-        // The character line node's last 4 bytes are counted but never written.
-        if (written.Root()->Type() == "CCharLineNode") expected.insert(expected.end(), 4, 0xEE);
-        std::vector<uint8_t> block(static_cast<size_t>(written.Root()->SizeOfByte()), 0xEE);
-        EXPECT_EQ(written.Root()->Write(block.data()), 1);
-        EXPECT_EQ(block, expected);
+        EXPECT_EQ(BlockOf(written.Root()), ExpectedBlock(c));
+    }
+}
 
-        // Read into the new node of the same class, which then writes the same bytes.
-        EXPECT_EQ(made.Root()->Read(block.data()), 1);
-        ASSERT_EQ(made.Root()->SizeOfByte(), static_cast<int>(block.size()));
-        std::vector<uint8_t> again(block.size(), 0xEE);
-        made.Root()->Write(again.data());
-        EXPECT_EQ(again, expected);
-        EXPECT_EQ(made.Root()->Write(nullptr) + made.Root()->Read(nullptr), 0);
+TEST(ScanNodeBlocks, ReadIntoANewNodeThatWritesTheSameBytes)
+{
+    for (const ScanClass& c : ScanClasses()) {
+        if (!c.filled) continue;
+        SCOPED_TRACE(c.type);
+        CTree written(c.filled());
+        std::vector<uint8_t> block = BlockOf(written.Root());
+        CTree read(CreateNode(c.type));
+        EXPECT_EQ(read.Root()->Read(block.data()), 1);
+        ASSERT_EQ(read.Root()->SizeOfByte(), static_cast<int>(block.size()));
+        EXPECT_EQ(BlockOf(read.Root()), ExpectedBlock(c));
+    }
+}
+
+TEST(ScanNodeBlocks, NullBlocksAreNeitherReadNorWritten)
+{
+    for (const ScanClass& c : ScanClasses()) {
+        SCOPED_TRACE(c.type);
+        CTree made(CreateNode(c.type));
+        EXPECT_EQ(made.Root()->Write(nullptr), 0);
+        EXPECT_EQ(made.Root()->Read(nullptr), 0);
     }
 }
 

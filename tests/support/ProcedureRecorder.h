@@ -6,7 +6,7 @@
 // everything it registered when it goes.
 
 #include <brelldata/core/BaseNode.h>
-#include <brelldata/platform/DApi.h>
+#include <brelldata/procedures/DApi.h>
 
 #include <array>
 #include <cstddef>

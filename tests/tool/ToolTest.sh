@@ -1,10 +1,11 @@
 #!/usr/bin/env bash
 # Runs the brell tool on small files: each subcommand's exit status and
 # output, and one clear line with the right status for bad files and options.
-#   ToolTest.sh BRELL SCRATCH
+#   ToolTest.sh BRELL SCRATCH SCRIVO_FOLDER
 set -uo pipefail
 brell=$1
 scratch=$2
+scrivo=$3
 rm -rf "$scratch" && mkdir -p "$scratch" && cd "$scratch" || exit 1
 failures=0
 
@@ -14,15 +15,17 @@ fail() {
   echo "  stderr: $(head -c 600 err)" >&2
   failures=$((failures + 1))
 }
-# run STATUS ARGS...: runs the tool and checks its exit status.
+# run STATUS ARGS...: runs the tool and checks its exit status; a run that
+# hangs is stopped and fails.
 run() {
   local expected=$1
   shift
-  "$brell" "$@" >out 2>err
+  timeout 20 "$brell" "$@" </dev/null >out 2>err
   local status=$?
   [ "$status" -eq "$expected" ] || fail "brell $* exited $status, expected $expected"
 }
 says() { grep -qF -- "$1" out || fail "stdout lacks \"$1\""; }
+lacks() { ! grep -qF -- "$1" out || fail "stdout has \"$1\""; }
 # one_error TEXT: stderr is exactly one line, naming TEXT.
 one_error() {
   [ "$(wc -l <err)" -eq 1 ] && grep -q "^brell: .*$1" err || fail "stderr is not one line naming \"$1\""
@@ -79,7 +82,7 @@ run 0 export --ascii points.xyz -o points.ply
 grep -q "^format ascii" points.ply || fail "export --ascii wrote no ASCII PLY"
 
 run 0 --quiet render square.ply -o square.png --size 64x48 --mode wire --view 0,0,-1 --timing
-says "drawing"; says "png"
+says "drawing"; says "writing square.png"
 [ "$(head -c 4 square.png | tail -c 3)" = PNG ] || fail "render wrote no PNG"
 [ ! -s err ] || fail "render --quiet wrote to stderr"
 printf 'ply\nformat ascii 1.0\nelement vertex 0\nproperty float x\nproperty float y\nproperty float z\nend_header\n' >empty.ply
@@ -100,18 +103,70 @@ run 0 render wire.scene -o wire.png --size 32x32
 run 0 export wire.scene -o back.off
 run 0 info back.off
 says "vertices: 4"; says "polygons: 2"
+run 0 calc wire.scene --proc points -o twice.scene
+run 0 info twice.scene
+says "CGeoPointNode: 1"; lacks "CGeoWireFrameNode"
 head -c 40 square.scene >cut.scene
 run 1 list cut.scene
-one_error "cut.scene"
+one_error "cut.scene: byte 16: expected a stream of [0-9]* bytes, as this length says, found 8 bytes after the header"
+run 0 --timing list square.scene
+[ "$(tail -n 1 out | cut -c 1-5)" = total ] && grep -q "^reading square.scene " out || fail "list --timing"
+run 0 import --timing square.ply -o timed.scene
+says "writing timed.scene"
+
+# Saving replaces only a regular file, and through a link its target. The
+# device is reached through a link, so that a save that wrongly replaced it
+# would replace the link, not /dev/null.
+mkfifo fifo.scene fifo.obj; mkdir folder.scene; ln -s /dev/null null.png
+while read -r command path kind; do
+  run 1 "$command" square.ply -o "$path"
+  one_error "$path: expected a regular file to replace or a new name, found a $kind"
+done <<'CASES'
+import fifo.scene pipe
+export fifo.obj pipe
+import folder.scene folder
+render null.png device
+CASES
+[ -p fifo.scene ] && [ -d folder.scene ] && [ -L null.png ] || fail "a save replaced what it refused"
+mkdir -p saved && ln -s saved/real.scene link.scene && ln -s saved/real.png link.png
+run 0 import square.ply -o link.scene
+run 0 render square.ply -o link.png --size 8x8
+[ -L link.scene ] && [ -L link.png ] && [ -s saved/real.scene ] && [ -s saved/real.png ] ||
+  fail "a save through a link did not write its target"
+for command in import:scene render:png; do
+  run 1 "${command%:*}" square.ply -o "missing/x.${command#*:}"
+  one_error "missing/x.${command#*:}: expected an existing folder \"missing\", found none"
+done
+
+# Input that is not a regular file is refused at once, with one message on every path.
+mkfifo pipe.cam; mkdir folder.ply folder.cam
+while read -r kind path options; do
+  run 1 info $options "$path"
+  one_error "$path: expected a regular file, found a $kind"
+done <<'CASES'
+pipe pipe.cam
+pipe pipe.cam --type camera
+folder folder.ply
+folder folder.cam
+CASES
 
 run 1 info missing.ply
 one_error "missing.ply"
 run 1 info huge.ply
 one_error "huge.ply"
-run 1 export square.ply -o square.txt
-one_error "square.txt"
+while IFS=: read -r command extension; do
+  run 2 $command
+  one_error "--output: expected a file name ending in $extension"
+done <<'CASES'
+import square.ply -o x.ply:.scene
+calc square.ply --proc wire -o x.PLY:.scene
+render square.ply -o x.jpg:.png
+export square.ply -o square.txt:.ply, .off, .obj or .xyz
+CASES
 run 2 render square.ply -o x.png --size 12
 one_error "--size"
+run 2 render square.ply -o x.png --view 0,0,0
+one_error "--view: expected a direction of some length"
 run 2 calc square.ply --proc paint -o x.scene
 one_error "paint"
 run 2 frobnicate
@@ -120,6 +175,14 @@ run 2 info
 one_error "FILE"
 run 0 --help
 says "render"
+
+# The library's trace lines show only when asked for.
+LD_LIBRARY_PATH=$scrivo run 0 info square.ply
+[ ! -s err ] || fail "info wrote to stderr"
+for asked in "--verbose info" "-v info"; do
+  LD_LIBRARY_PATH=$scrivo run 0 $asked square.ply
+  grep -q "Register node type CBaseNode" err || fail "brell $asked showed no trace lines"
+done
 
 [ "$failures" -eq 0 ] || { echo "$failures check(s) failed" >&2; exit 1; }
 echo "all brell tool checks passed"

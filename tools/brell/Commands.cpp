@@ -8,10 +8,10 @@
 #include <brelldata/core/Walk.h>
 #include <brelldata/geo/GeoBaseNode.h>
 #include <brelldata/gl/Picture.h>
+#include <brelldata/io/Files.h>
 #include <brelldata/io/ScanScene.h>
 #include <brelldata/scan/ObjectNodes.h>
 
-#include <chrono>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -34,8 +34,11 @@ bool HasSceneMagic(const std::string& path)
     return in.read(magic, sizeof magic) && std::memcmp(magic, "BRELSCN", sizeof magic) == 0;
 }
 
+// What the file at path is taken for; FileError, before anything opens it,
+// unless it is a regular file.
 FileKind KindOf(const std::string& path, FileKind asked)
 {
+    io::RequireRegularFile(path);
     if (asked != FileKind::automatic) return asked;
     try {
         io::FormatOfFileName(path);
@@ -85,16 +88,26 @@ bool HasScanData(CBaseNode* root)
     return false;
 }
 
-// The procedure asked for; else the one calc named its geometry after; else
-// texture when the scene has images and smooth when it has none.
+bool IsGeometryGroup(CBaseNode* node)
+{
+    return node->Name().rfind(kGeometryPrefix, 0) == 0;
+}
+
+// Takes the geometry of earlier calculations out of root, so that a new one replaces it.
+void RemoveGeometry(CBaseNode* root)
+{
+    for (unsigned int i = root->GetChildNum(); i-- > 0;)
+        if (IsGeometryGroup(root->GetChild(i))) root->RemoveChild(i, 1);
+}
+
+// The procedure asked for; else the one calc named its geometry after, the
+// latest in a file that holds several; else texture when the scene has images
+// and smooth when it has none.
 std::string RenderMode(CBaseNode* root, const std::string& asked)
 {
     if (!asked.empty()) return asked;
-    const std::string prefix = kGeometryPrefix;
-    for (unsigned int i = 0; i < root->GetChildNum(); ++i) {
-        const std::string& name = root->GetChild(i)->Name();
-        if (name.compare(0, prefix.size(), prefix) == 0) return name.substr(prefix.size());
-    }
+    for (unsigned int i = root->GetChildNum(); i-- > 0;)
+        if (IsGeometryGroup(root->GetChild(i))) return root->GetChild(i)->Name().substr(std::strlen(kGeometryPrefix));
     return Summarize(root).images > 0 ? gl::kTextureProcedure : gl::kSmoothProcedure;
 }
 
@@ -117,24 +130,23 @@ CTree Calculate(CBaseNode* root, const std::string& procedure, const std::string
     return output;
 }
 
-using Clock = std::chrono::steady_clock;
-
-double MillisecondsSince(Clock::time_point& start)
-{
-    const Clock::time_point now = Clock::now();
-    const double ms = std::chrono::duration<double, std::milli>(now - start).count();
-    start = now;
-    return ms;
-}
-
 }  // namespace
 
 void Info(const Common& common, const std::string& path, CameraLayout layout)
 {
     const FileKind kind = KindOf(path, common.kind);
-    if (kind == FileKind::camera) return CameraInfo(path, layout);
+    Progress progress(ProgressWanted(common.quiet), common.timing, "brell info", 2);
+    progress.Step("reading " + path);
+    if (kind == FileKind::camera) {
+        progress.Finish();
+        CameraInfo(path, layout);
+        progress.End();
+        return;
+    }
     CTree scene = Open(path, kind);
+    progress.Step("counting");
     const SceneSummary summary = Summarize(scene.Root());
+    progress.Finish();
     std::error_code error;
     const uintmax_t bytes = std::filesystem::file_size(path, error);
     std::printf("%s: %s of %ju bytes\n", path.c_str(), KindName(kind), error ? uintmax_t{0} : bytes);
@@ -148,62 +160,72 @@ void Info(const Common& common, const std::string& path, CameraLayout layout)
     double box[6];
     if (io::ScanSceneBox(scene.Root(), box))
         std::printf("box: %g %g %g to %g %g %g\n", box[0], box[1], box[2], box[3], box[4], box[5]);
+    progress.End();
 }
 
 void List(const Common& common, const std::string& path)
 {
-    CTree scene = Open(path, KindOf(path, common.kind));
+    const FileKind kind = KindOf(path, common.kind);
+    Progress progress(ProgressWanted(common.quiet), common.timing, "brell list", 1);
+    progress.Step("reading " + path);
+    CTree scene = Open(path, kind);
+    progress.Finish();
     ListTree(scene.Root(), stdout);
+    progress.End();
 }
 
 void Import(const Common& common, const std::string& in, const std::string& out)
 {
-    Progress progress(ProgressWanted(common.quiet), "brell import", 2);
+    const FileKind kind = KindOf(in, common.kind);
+    Progress progress(ProgressWanted(common.quiet), common.timing, "brell import", 2);
     progress.Step("reading " + in);
-    CTree scene = Open(in, KindOf(in, common.kind));
+    CTree scene = Open(in, kind);
     progress.Step("writing " + out);
     SaveSceneFile(scene.Root(), out);
+    progress.End();
 }
 
 void Export(const Common& common, const std::string& in, const std::string& out, bool ascii)
 {
-    Progress progress(ProgressWanted(common.quiet), "brell export", 2);
+    const FileKind kind = KindOf(in, common.kind);
+    Progress progress(ProgressWanted(common.quiet), common.timing, "brell export", 2);
     progress.Step("reading " + in);
-    CTree scene = Open(in, KindOf(in, common.kind));
+    CTree scene = Open(in, kind);
     progress.Step("writing " + out);
     io::ExportScan(scene.Root(), out, ascii ? io::PlyEncoding::ascii : io::PlyEncoding::binaryLittleEndian);
+    progress.End();
 }
 
 void Calc(const Common& common, const std::string& in, const std::string& procedure, const std::string& out)
 {
-    Progress progress(ProgressWanted(common.quiet), "brell calc", 3);
+    const FileKind kind = KindOf(in, common.kind);
+    Progress progress(ProgressWanted(common.quiet), common.timing, "brell calc", 3);
     progress.Step("reading " + in);
-    CTree scene = Open(in, KindOf(in, common.kind));
+    CTree scene = Open(in, kind);
     progress.Step("calculating " + procedure);
+    RemoveGeometry(scene.Root());
     CTree geometry = Calculate(scene.Root(), procedure, in);
     scene.Root()->AppendChild(geometry.Root());
     progress.Step("writing " + out);
     SaveSceneFile(scene.Root(), out);
+    progress.End();
 }
 
 void Render(const Common& common, const RenderRequest& request)
 {
-    Progress progress(ProgressWanted(common.quiet), "brell render", 5);
-    Clock::time_point start = Clock::now();
+    const FileKind kind = KindOf(request.in, common.kind);
+    Progress progress(ProgressWanted(common.quiet), common.timing, "brell render", 5);
     progress.Step("reading " + request.in);
-    CTree scene = Open(request.in, KindOf(request.in, common.kind));
-    const double readMs = MillisecondsSince(start);
+    CTree scene = Open(request.in, kind);
 
     progress.Step("calculating geometry");
     CTree geometry(scene.Root());
     if (!HasGeometry(scene.Root()) || HasScanData(scene.Root()))
         geometry = Calculate(scene.Root(), RenderMode(scene.Root(), request.mode), request.in);
-    const double calcMs = MillisecondsSince(start);
 
     progress.Step("starting the renderer");
     gl::RegisterProcedures();
     gl::Renderer renderer(request.width, request.height);
-    const double contextMs = MillisecondsSince(start);
 
     progress.Step("drawing");
     gl::RenderOptions options;
@@ -212,18 +234,10 @@ void Render(const Common& common, const RenderRequest& request)
     options.direction = request.direction;
     gl::RenderScene(renderer, geometry.Root(), options);
     const std::vector<RGBA> pixels = renderer.ReadPixels();
-    const double drawMs = MillisecondsSince(start);
 
     progress.Step("writing " + request.out);
     gl::WritePng(request.out, request.width, request.height, pixels);
-    const double pngMs = MillisecondsSince(start);
-
-    if (request.timing) {
-        std::printf("import        %9.1f ms\ngeometry      %9.1f ms\nrenderer      %9.1f ms\n", readMs, calcMs,
-                    contextMs);
-        std::printf("drawing       %9.1f ms\npng           %9.1f ms\ntotal         %9.1f ms\n", drawMs, pngMs,
-                    readMs + calcMs + contextMs + drawMs + pngMs);
-    }
+    progress.End();
 }
 
 }  // namespace brell::tool

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <brelldata/scan/Records.h>
+#include <brelldata/data/Records.h>
 
 #include <string>
 
@@ -20,6 +20,8 @@ enum class CameraLayout { automatic, first, second };
 struct Common {
     FileKind kind = FileKind::automatic;
     bool quiet = false;
+    // A table of the time each step took, after the command's output.
+    bool timing = false;
 };
 
 void Info(const Common& common, const std::string& path, CameraLayout layout);
@@ -38,11 +40,10 @@ struct RenderRequest {
     // scene of geometry alone is drawn as it is.
     std::string mode;
     CVector_3<double> direction{0.0, 0.0, -1.0};
-    bool timing = false;
 };
 void Render(const Common& common, const RenderRequest& request);
 
-// The camera data file at path described on standard output.
+// The camera data file at path, a regular file, described on standard output.
 void CameraInfo(const std::string& path, CameraLayout layout);
 
 }  // namespace brell::tool

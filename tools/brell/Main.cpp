@@ -6,16 +6,24 @@
 
 #include <brelldata/gl/Renderer.h>
 #include <brelldata/io/FileError.h>
+#include <brelldata/io/ScanFormats.h>
 #include <brelldata/platform/Archive.h>
 
 #include <CLI/CLI.hpp>
 
+#include <cctype>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <limits>
+#include <iterator>
 #include <map>
 #include <new>
 #include <sstream>
 #include <string>
+
+#include <unistd.h>
 
 using namespace brell::tool;
 
@@ -32,20 +40,22 @@ const std::map<std::string, CVector_3<double>> kViews{{"front", {0, 0, -1}}, {"b
                                                       {"left", {1, 0, 0}},   {"right", {-1, 0, 0}},
                                                       {"top", {0, -1, 0}},   {"bottom", {0, 1, 0}}};
 
-// "front", "top", ... or "x,y,z": the direction the view looks along.
-bool ParseView(const std::string& text, CVector_3<double>& direction)
+// "front", "top", ... or "x,y,z": the direction the view looks along. Empty
+// when text gives one, else what was expected instead.
+std::string ParseView(const std::string& text, CVector_3<double>& direction)
 {
     if (auto named = kViews.find(text); named != kViews.end()) {
         direction = named->second;
-        return true;
+        return {};
     }
     std::istringstream in(text);
     char comma1 = 0, comma2 = 0;
     CVector_3<double> d{};
-    if (!(in >> d.x >> comma1 >> d.y >> comma2 >> d.z) || comma1 != ',' || comma2 != ',' || !in.eof()) return false;
-    if (d.x == 0 && d.y == 0 && d.z == 0) return false;
+    if (!(in >> d.x >> comma1 >> d.y >> comma2 >> d.z) || comma1 != ',' || comma2 != ',' || !in.eof())
+        return "a direction name or x,y,z";
+    if (d.x == 0 && d.y == 0 && d.z == 0) return "a direction of some length";
     direction = d;
-    return true;
+    return {};
 }
 
 // "WxH" with both between 1 and 8192.
@@ -61,16 +71,38 @@ bool ParseSize(const std::string& text, int& width, int& height)
     return true;
 }
 
-// Once installed, the library finds its output library beside it and traces
-// to standard error, which belongs to the tool's one-line messages: unless
-// SCRIVO_LEVEL says otherwise, only warnings and errors pass. This runs
-// before the libraries start, and their start-up already traces.
-void QuietLibraryTrace(int, char**, char**)
+// The libraries start, and trace their start, before main, so --verbose runs
+// the tool again with SCRIVO_LEVEL set. Setting it any earlier from the tool
+// does not hold: the C library's own start-up, which comes after the
+// executable's .preinit_array, puts back the environment the process was
+// given.
+void ShowLibraryTrace(char** argv)
 {
-    setenv("SCRIVO_LEVEL", "-1", 0);
+    if (const char* level = std::getenv("SCRIVO_LEVEL"); level != nullptr && *level != '\0') return;
+    setenv("SCRIVO_LEVEL", std::to_string(std::numeric_limits<int32_t>::max()).c_str(), 1);
+    execv("/proc/self/exe", argv);
+    // Without a new start, the lines from here on still show.
 }
-__attribute__((section(".preinit_array"), used)) void (*const kQuietLibraryTrace)(int, char**,
-                                                                                  char**) = QuietLibraryTrace;
+
+// A usage error unless out ends as the command's files do: in extension, in
+// any case, or as a scan file when extension is empty.
+void CheckOutputName(const std::string& out, const std::string& extension)
+{
+    std::string expected = "a file name ending in " + extension;
+    if (extension.empty()) {
+        try {
+            brell::io::FormatOfFileName(out);
+            return;
+        } catch (const brell::io::FileError& error) {
+            expected = error.Expected();
+        }
+    } else {
+        std::string found = std::filesystem::path(out).extension().string();
+        for (char& c : found) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+        if (found == extension) return;
+    }
+    throw CLI::ValidationError("--output", "expected " + expected + ", found \"" + out + "\"");
+}
 
 int Fail(int status, const std::string& message)
 {
@@ -88,7 +120,10 @@ int main(int argc, char** argv)
     app.fallthrough();
     Common common;
     std::string kind = "auto";
+    bool verbose = false;
     app.add_flag("-q,--quiet", common.quiet, "no progress bar");
+    app.add_flag("--timing", common.timing, "print the time of each step");
+    app.add_flag("-v,--verbose", verbose, "show the library's trace lines on standard error");
     app.add_option("--type", kind, "what FILE is taken for; auto goes by its name")
         ->check(CLI::IsMember({"auto", "scene", "scan", "camera"}));
 
@@ -113,9 +148,7 @@ int main(int argc, char** argv)
     exporter->add_option("-o,--output", out, "PLY, OFF, OBJ or XYZ file to write")->required();
     exporter->add_flag("--ascii", ascii, "ASCII rather than binary PLY");
 
-    const std::vector<std::string> procedures{brell::gl::kPointsProcedure, brell::gl::kWireProcedure,
-                                              brell::gl::kShadeProcedure, brell::gl::kSmoothProcedure,
-                                              brell::gl::kTextureProcedure};
+    const std::vector<std::string> procedures(std::begin(brell::gl::kProcedures), std::end(brell::gl::kProcedures));
     CLI::App* calc = app.add_subcommand("calc", "geometry of a scene by the reference geometry procedures");
     calc->add_option("IN", in, "scene or scan file")->required();
     calc->add_option("--proc", procedure, "points, wire, shade, smooth or texture")
@@ -133,14 +166,16 @@ int main(int argc, char** argv)
                          " (default: the one calc used, else texture with images, else smooth)")
         ->check(CLI::IsMember(procedures));
     render->add_option("--view", view, "viewing direction: front, back, left, right, top, bottom or x,y,z");
-    render->add_flag("--timing", request.timing, "print the time of each step");
 
     try {
         app.parse(argc, argv);
         if (render->parsed() && !ParseSize(size, request.width, request.height))
             throw CLI::ValidationError("--size", "expected WxH between 1x1 and 8192x8192, found \"" + size + "\"");
-        if (render->parsed() && !ParseView(view, request.direction))
-            throw CLI::ValidationError("--view", "expected a direction name or x,y,z, found \"" + view + "\"");
+        if (const std::string wanted = render->parsed() ? ParseView(view, request.direction) : ""; !wanted.empty())
+            throw CLI::ValidationError("--view", "expected " + wanted + ", found \"" + view + "\"");
+        if (import->parsed() || calc->parsed()) CheckOutputName(out, ".scene");
+        if (exporter->parsed()) CheckOutputName(out, "");
+        if (render->parsed()) CheckOutputName(out, ".png");
     } catch (const CLI::ParseError& error) {
         if (error.get_exit_code() == 0) return app.exit(error);
         const std::vector<std::string> left = app.remaining();
@@ -149,6 +184,7 @@ int main(int argc, char** argv)
                                     "\": expected info, list, import, export, calc or render");
         return Fail(kUsage, error.what());
     }
+    if (verbose) ShowLibraryTrace(argv);
     common.kind = kKinds.at(kind);
 
     try {

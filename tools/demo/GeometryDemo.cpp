@@ -2,11 +2,11 @@
 #include "PrintingRenderer.h"
 
 #include <brelldata/core/Tree.h>
+#include <brelldata/data/Normal.h>
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/geo/LightCameraNodes.h>
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/geo/OverlayNodes.h>
-#include <brelldata/scan/Normal.h>
 
 #include <cstdio>
 

@@ -1,7 +1,8 @@
 #include "PrintingRenderer.h"
 
 #include <brelldata/geo/GeoBaseNode.h>
-#include <brelldata/platform/DApi.h>
+#include <brelldata/procedures/DApi.h>
+#include <brelldata/procedures/ProcedureNames.h>
 
 #include <cstdio>
 #include <string>
@@ -38,8 +39,8 @@ template <class Action>
 void ForEachProcedureName(Action action)
 {
     for (const char* type : kGeometryTypes) {
-        action(std::string("Draw") + type + "By" + kPrintRenderer, PrintDraw);
-        action(std::string("EndDraw") + type + "By" + kPrintRenderer, PrintEndDraw);
+        action(brell::ProcedureName(brell::kDrawProcedure, type, kPrintRenderer), PrintDraw);
+        action(brell::ProcedureName(brell::kEndDrawProcedure, type, kPrintRenderer), PrintEndDraw);
     }
 }
 
@@ -48,11 +49,11 @@ void ForEachProcedureName(Action action)
 void RegisterPrintingRenderer()
 {
     ForEachProcedureName(
-        [](const std::string& name, DAPI_PROC proc) { GetDApiManager()->Register("DrawProc", name.c_str(), proc); });
+        [](const std::string& name, DAPI_PROC proc) { GetDApiManager()->Register(brell::kDrawProcedure.kind, name.c_str(), proc); });
 }
 
 void UnregisterPrintingRenderer()
 {
     ForEachProcedureName(
-        [](const std::string& name, DAPI_PROC) { GetDApiManager()->Unregister("DrawProc", name.c_str()); });
+        [](const std::string& name, DAPI_PROC) { GetDApiManager()->Unregister(brell::kDrawProcedure.kind, name.c_str()); });
 }

@@ -3,11 +3,12 @@
 
 #include <brelldata/core/RefNode.h>
 #include <brelldata/core/Tree.h>
+#include <brelldata/data/Normal.h>
 #include <brelldata/geo/MeshNodes.h>
-#include <brelldata/platform/DApi.h>
+#include <brelldata/procedures/DApi.h>
+#include <brelldata/procedures/ProcedureNames.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
-#include <brelldata/scan/Normal.h>
 #include <brelldata/scan/ObjectNodes.h>
 
 #include <cstdio>
@@ -15,7 +16,7 @@
 
 namespace {
 
-// The demo's geometry procedure name: "GeoCMeshNode_Display" and so on.
+// The demo's geometry procedure: "GeoCMeshNode_Display" and so on.
 constexpr const char* kProcedure = "Display";
 
 template <class Node>
@@ -116,17 +117,19 @@ int GeoGeneric(void* node, void*)
 }
 
 struct Procedure {
-    const char* name;
+    const char* type;
     DAPI_PROC proc;
+
+    std::string Name() const { return brell::ProcedureName(brell::kGeoProcedure, type, kProcedure); }
 };
 
 const Procedure kProcedures[] = {
-    {"GeoCElementNode_Display", GeoNothing},
-    {"GeoCModelNode_Display", GeoModel},
-    {"GeoCMeshNode_Display", GeoMesh},
-    {"GeoCImageNode_Display", GeoNothing},
-    {"GeoCLinearLineNode_Display", GeoLinearLine},
-    {"GeoCObjectNode_Display", GeoGeneric},
+    {"CElementNode", GeoNothing},
+    {"CModelNode", GeoModel},
+    {"CMeshNode", GeoMesh},
+    {"CImageNode", GeoNothing},
+    {"CLinearLineNode", GeoLinearLine},
+    {"CObjectNode", GeoGeneric},
 };
 
 // A 3 x 3 grid of heights joined into eight textured triangles, with a 2 x 2 image.
@@ -201,7 +204,7 @@ void ShowScan()
 {
     RegisterPrintingRenderer();
     for (const Procedure& procedure : kProcedures)
-        GetDApiManager()->Register("GeoProc", procedure.name, procedure.proc);
+        GetDApiManager()->Register(brell::kGeoProcedure.kind, procedure.Name().c_str(), procedure.proc);
 
     CTree scene(Named<CBaseNode>("scene"));
     BuildScene(scene);
@@ -238,6 +241,6 @@ void ShowScan()
                 GetElement(0, &copy)->GetMesh(0)->Comment().c_str(),
                 static_cast<CImageNode*>(GetElement(0, &copy)->GetMesh(0)->GetChild(0))->Comment().c_str());
 
-    for (const Procedure& procedure : kProcedures) GetDApiManager()->Unregister("GeoProc", procedure.name);
+    for (const Procedure& procedure : kProcedures) GetDApiManager()->Unregister(brell::kGeoProcedure.kind, procedure.Name().c_str());
     UnregisterPrintingRenderer();
 }

@@ -5,7 +5,7 @@
 // with nothing between or around them. Multi-byte fields are big-endian in
 // the file and in host order in memory; the stream operators convert.
 
-#include <brelldata/core/Export.h>
+#include <brelldata/Export.h>
 #include <brelldata/platform/Archive.h>
 
 #include <cstddef>

@@ -5,7 +5,7 @@
 // reads only the plane fields and the two pitch of pixels floats; every other
 // field is carried, byte-swapped with its width. No header listing is written.
 
-#include <brelldata/core/Export.h>
+#include <brelldata/Export.h>
 #include <brelldata/platform/Archive.h>
 
 #include <cstddef>

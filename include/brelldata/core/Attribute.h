@@ -1,9 +1,8 @@
 #pragma once
 
-#include <brelldata/core/Export.h>
+#include <brelldata/Export.h>
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -108,6 +107,35 @@ private:
         };
     };
 
-    using Map = std::map<std::string, Value, std::less<>>;
-    Map entries_;
+    struct Entry {
+        Entry(std::string_view name) : name(name) {}
+        Entry(Entry&& other) noexcept : name(std::move(other.name)) { value.MoveFrom(other.value); }
+        Entry& operator=(Entry&& other) noexcept
+        {
+            name = std::move(other.name);
+            value.MoveFrom(other.value);
+            return *this;
+        }
+
+        std::string name;
+        Value value;
+    };
+
+    // The entry of name, or the place where it would go in name order.
+    Entry* LowerBound(std::string_view name);
+    Entry* Find(std::string_view name);
+    // A new entry of name at place; null when there is no memory for it.
+    Entry* InsertAt(Entry* place, std::string_view name);
+    // Room for at least count entries; false when there is no memory for it.
+    bool Reserve(int count);
+    Entry* begin() { return entries_; }
+    Entry* end() { return entries_ + count_; }
+
+    // Entries in name order. The first few live inside the store, so a node
+    // with a handful of attributes costs no allocation for them.
+    static constexpr int kInlineEntries = 4;
+    Entry* entries_ = reinterpret_cast<Entry*>(inlineEntries_);
+    int count_ = 0;
+    int capacity_ = kInlineEntries;
+    alignas(Entry) unsigned char inlineEntries_[kInlineEntries * sizeof(Entry)];
 };

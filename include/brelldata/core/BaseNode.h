@@ -1,7 +1,7 @@
 #pragma once
 
+#include <brelldata/Export.h>
 #include <brelldata/core/Attribute.h>
-#include <brelldata/core/Export.h>
 #include <brelldata/core/NodeType.h>
 
 #include <string>

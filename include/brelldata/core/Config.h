@@ -1,7 +1,7 @@
 #pragma once
 
+#include <brelldata/Export.h>
 #include <brelldata/core/Attribute.h>  // the VALUE_* type codes
-#include <brelldata/core/Export.h>
 
 #include <string>
 

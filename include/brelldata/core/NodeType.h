@@ -46,3 +46,21 @@ public:                                                   \
     {                                                       \
         return new (std::nothrow) Class();                  \
     }
+
+namespace brell {
+
+// node as a Node when its IsKindOf accepts Node's type name; null otherwise
+// and for null. The one checked cast from a node to a node class.
+template <class Node, class AnyNode>
+Node* AsKindOf(AnyNode* node)
+{
+    return node != nullptr && node->IsKindOf(Node::TypeId()) ? static_cast<Node*>(node) : nullptr;
+}
+
+template <class Node, class AnyNode>
+const Node* AsKindOf(const AnyNode* node)
+{
+    return node != nullptr && node->IsKindOf(Node::TypeId()) ? static_cast<const Node*>(node) : nullptr;
+}
+
+}  // namespace brell

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <brelldata/core/Export.h>
+#include <brelldata/Export.h>
 
 // Reference-count base of shared data objects such as the data stores.
 // A new object has count 0; the Release that brings the count below 1

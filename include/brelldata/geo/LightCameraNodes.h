@@ -1,7 +1,7 @@
 #pragma once
 
+#include <brelldata/data/Records.h>
 #include <brelldata/geo/GeoBaseNode.h>
-#include <brelldata/scan/Records.h>
 
 #include <vector>
 

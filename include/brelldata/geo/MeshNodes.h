@@ -1,5 +1,9 @@
 #pragma once
 
+#include <brelldata/data/ArrayDataStore.h>
+#include <brelldata/data/MatrixDataStore.h>
+#include <brelldata/data/PolygonDataStore.h>
+#include <brelldata/data/RefData.h>
 #include <brelldata/geo/VertexNodes.h>
 
 // Meshes that draw a selection of the polygons of shared stores, for example

@@ -1,8 +1,8 @@
 #pragma once
 
+#include <brelldata/data/ArrayDataStore.h>
 #include <brelldata/geo/GeoBaseNode.h>
 #include <brelldata/platform/Region.h>
-#include <brelldata/scan/DataStore.h>
 
 #include <cstdint>
 

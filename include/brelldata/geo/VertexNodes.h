@@ -1,8 +1,10 @@
 #pragma once
 
+#include <brelldata/data/ArrayDataStore.h>
+#include <brelldata/data/MatrixDataStore.h>
+#include <brelldata/data/Records.h>
+#include <brelldata/data/RefData.h>
 #include <brelldata/geo/GeoBaseNode.h>
-#include <brelldata/scan/DataStore.h>
-#include <brelldata/scan/Records.h>
 
 // Geometry made of vertices and index lists into them. Every store is shared:
 // copies (Copy, copy construction, assignment) hold the source's stores, and

@@ -1,9 +1,9 @@
 #pragma once
 
+#include <brelldata/data/Records.h>
 #include <brelldata/geo/LightCameraNodes.h>
 #include <brelldata/gl/Export.h>
 #include <brelldata/gl/Renderer.h>
-#include <brelldata/scan/Records.h>
 
 #include <string>
 #include <vector>
@@ -38,8 +38,9 @@ BRELL_GL_API int RenderScene(Renderer& renderer, CBaseNode* root, const RenderOp
 // size and writes the picture to path as an 8-bit RGBA PNG. RenderError, and
 // no file, when it cannot or when the tree draws nothing.
 BRELL_GL_API void RenderToPng(CBaseNode* root, const RenderOptions& options, const std::string& path);
-// Writes width x height pixels, rows from the top; throws RenderError naming the
-// file when it cannot be written.
+// Writes width x height pixels, rows from the top, saved as the io library
+// saves files (brelldata/io/Files.h); throws RenderError naming the file when
+// it cannot be written.
 BRELL_GL_API void WritePng(const std::string& path, int width, int height, const std::vector<RGBA>& pixels);
 
 }  // namespace brell::gl

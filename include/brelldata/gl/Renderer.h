@@ -1,8 +1,8 @@
 #pragma once
 
+#include <brelldata/data/Records.h>
 #include <brelldata/geo/LightCameraNodes.h>
 #include <brelldata/gl/Export.h>
-#include <brelldata/scan/Records.h>
 
 #include <cstdint>
 #include <memory>

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <brelldata/scan/BulkMemory.h>
-#include <brelldata/scan/DataStore.h>
-#include <brelldata/scan/Records.h>
+#include <brelldata/data/BulkMemory.h>
+#include <brelldata/data/Records.h>
+#include <brelldata/data/PolygonDataStore.h>
 
 #include <cstddef>
 

@@ -26,9 +26,9 @@ namespace brell::io {
 constexpr uint32_t kSceneFormatVersion = 1;
 constexpr size_t kSceneHeaderBytes = 32;
 
-// Writes the subtree of root to path through a temporary file in the same
-// folder that replaces path only when complete, so a failed save leaves path
-// as it was. FileError for a null root or when the file cannot be written.
+// Writes the subtree of root to path as SaveFile does (brelldata/io/Files.h),
+// so a failed save leaves path as it was. FileError for a null root or when
+// the file cannot be written.
 BRELL_IO_API void SaveScene(CBaseNode* root, const std::string& path);
 // The tree's root; FileError for a tree without one.
 BRELL_IO_API void SaveScene(CTree& tree, const std::string& path);

@@ -5,7 +5,7 @@
 // transfers and passing large ones straight to the file. Device failures
 // throw CFileException; running out of bytes to read is not a failure.
 
-#include <brelldata/core/Export.h>
+#include <brelldata/Export.h>
 
 #include <cstdint>
 #include <exception>

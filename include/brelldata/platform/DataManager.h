@@ -1,6 +1,6 @@
 #pragma once
 
-#include <brelldata/core/Export.h>
+#include <brelldata/Export.h>
 
 #include <map>
 #include <string>

@@ -1,9 +1,10 @@
 #pragma once
 
-#include <brelldata/core/Export.h>
-#include <brelldata/scan/DataStore.h>
+#include <brelldata/Export.h>
+#include <brelldata/data/LineDataStore.h>
+#include <brelldata/data/Records.h>
+#include <brelldata/data/RefData.h>
 #include <brelldata/scan/ObjectNodes.h>
-#include <brelldata/scan/Records.h>
 
 #include <cstdint>
 #include <string>

@@ -1,7 +1,7 @@
 #pragma once
 
+#include <brelldata/Export.h>
 #include <brelldata/core/BaseNode.h>
-#include <brelldata/core/Export.h>
 
 #include <string>
 

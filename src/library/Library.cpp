@@ -1,7 +1,9 @@
 // Start-up and shut-down of the library, run when it is loaded into a process
 // and when it is unloaded.
 
-#include "core/Process.h"
+#include "core/ConfigStore.h"
+#include "core/NodeTypes.h"
+#include "data/KeptBulk.h"
 #include "diag/Diagnostic.h"
 
 #include <brelldata/core/BaseNode.h>
@@ -10,6 +12,7 @@
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/geo/LightCameraNodes.h>
 #include <brelldata/geo/MeshNodes.h>
+#include <brelldata/procedures/DApi.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
@@ -66,6 +69,15 @@ const NodeTypeEntry kLibraryNodeTypes[] = {
     Entry<CGeoPolyWireRefNode>(),
 };
 
+// Process-wide state of the library. It exists, empty, before start-up runs
+// and is destroyed only after shut-down has finished with it.
+struct ProcessState {
+    diag::DiagnosticState diagnostics;
+    NodeTypeTable nodeTypes;
+    CStandardAttribute configuration;
+    CDApiManager procedures;
+};
+
 // The process state is a member, so it is complete before the constructor
 // body registers anything and is destroyed only after the destructor body
 // has unregistered and closed the channels.
@@ -79,6 +91,7 @@ public:
     {
         for (const NodeTypeEntry& type : kLibraryNodeTypes) UnRegisterNodeType(type.typeId().c_str());
         diag::CloseDebugChannels();
+        StopKeepingBulk();
     }
 
     ProcessState state;
@@ -88,9 +101,24 @@ Library library;
 
 }  // namespace
 
-ProcessState& Process()
+NodeTypeTable& NodeTypes()
 {
-    return library.state;
+    return library.state.nodeTypes;
+}
+
+CStandardAttribute& ConfigurationStore()
+{
+    return library.state.configuration;
+}
+
+diag::DiagnosticState& diag::State()
+{
+    return library.state.diagnostics;
 }
 
 }  // namespace brell
+
+CDApiManager* GetDApiManager()
+{
+    return &brell::library.state.procedures;
+}

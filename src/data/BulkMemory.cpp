@@ -1,4 +1,6 @@
-#include <brelldata/scan/BulkMemory.h>
+#include <brelldata/data/BulkMemory.h>
+
+#include "data/KeptBulk.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -7,6 +9,7 @@
 #include <malloc.h>
 #include <mutex>
 #include <unordered_map>
+#include <vector>
 
 #include <sys/mman.h>
 
@@ -28,12 +31,21 @@ bool IsLargePageAligned(const void* block)
     return (reinterpret_cast<uintptr_t>(block) & (kLargePage - 1)) == 0;
 }
 
-// The mapped blocks and their lengths. Mapped blocks start on a large page,
-// so other blocks rarely need to be looked up. Never destroyed: stores may be
-// released while the program ends.
+// A freed mapped block kept for a later allocation.
+struct KeptBlock {
+    void* block;
+    size_t length;
+};
+
+// The mapped blocks and their lengths, and the freed ones kept for reuse.
+// Mapped blocks start on a large page, so other blocks rarely need to be
+// looked up. Never destroyed: stores may be released while the program ends.
 struct MappedBlocks {
     std::mutex lock;
     std::unordered_map<void*, size_t> lengths;
+    std::vector<KeptBlock> kept;  // oldest first
+    size_t keptBytes = 0;
+    bool keeping = true;
 };
 
 MappedBlocks& Mapped()
@@ -66,6 +78,49 @@ void Forget(void* block)
     mapped.lengths.erase(block);
 }
 
+// The smallest kept block of at least length bytes, cut to length and taken
+// out of the kept set; null when none is that long.
+void* TakeKept(size_t length)
+{
+    MappedBlocks& mapped = Mapped();
+    const std::lock_guard<std::mutex> hold(mapped.lock);
+    auto best = mapped.kept.end();
+    for (auto kept = mapped.kept.begin(); kept != mapped.kept.end(); ++kept) {
+        if (kept->length >= length && (best == mapped.kept.end() || kept->length < best->length)) best = kept;
+    }
+    if (best == mapped.kept.end()) return nullptr;
+    const KeptBlock taken = *best;
+    mapped.kept.erase(best);
+    mapped.keptBytes -= taken.length;
+    // Shrinking in place gives the surplus pages back and never moves the block.
+    if (taken.length > length) mremap(taken.block, taken.length, length, 0);
+    mapped.lengths[taken.block] = length;
+    return taken.block;
+}
+
+// Keeps a freed mapped block, giving the oldest kept ones back to the system
+// while the kept set is over its bound; false when the block is not kept.
+bool Keep(void* block, size_t length)
+{
+    MappedBlocks& mapped = Mapped();
+    std::vector<KeptBlock> released;
+    {
+        const std::lock_guard<std::mutex> hold(mapped.lock);
+        if (!mapped.keeping || length > kKeptBulkBound) return false;
+        mapped.lengths.erase(block);
+        mapped.kept.push_back({block, length});
+        mapped.keptBytes += length;
+        size_t oldest = 0;
+        while (mapped.keptBytes > kKeptBulkBound) {
+            released.push_back(mapped.kept[oldest]);
+            mapped.keptBytes -= mapped.kept[oldest++].length;
+        }
+        mapped.kept.erase(mapped.kept.begin(), mapped.kept.begin() + static_cast<ptrdiff_t>(oldest));
+    }
+    for (const KeptBlock& old : released) munmap(old.block, old.length);
+    return true;
+}
+
 // length whole large pages, mapped on a large page boundary: one large page
 // more is mapped and the unaligned ends are given back.
 void* MapAligned(size_t length)
@@ -89,6 +144,7 @@ void* AllocateBulk(size_t bytes)
     if (bytes < kMappedFrom) return std::malloc(bytes == 0 ? 1 : bytes);
     if (bytes > SIZE_MAX - 2 * kLargePage) return nullptr;
     const size_t length = RoundUpToLargePages(bytes);
+    if (void* kept = TakeKept(length)) return kept;
     void* block = MapAligned(length);
     if (block != nullptr) Remember(block, length);
     return block;
@@ -129,11 +185,39 @@ void* ResizeBulk(void* block, size_t bytes)
 void FreeBulk(void* block)
 {
     if (const size_t length = MappedLength(block); length != 0) {
+        if (Keep(block, length)) return;
         Forget(block);
         munmap(block, length);
         return;
     }
     std::free(block);
+}
+
+size_t ReleaseKeptBulk()
+{
+    MappedBlocks& mapped = Mapped();
+    std::vector<KeptBlock> released;
+    {
+        const std::lock_guard<std::mutex> hold(mapped.lock);
+        released.swap(mapped.kept);
+        mapped.keptBytes = 0;
+    }
+    size_t bytes = 0;
+    for (const KeptBlock& old : released) {
+        munmap(old.block, old.length);
+        bytes += old.length;
+    }
+    return bytes;
+}
+
+void StopKeepingBulk()
+{
+    {
+        MappedBlocks& mapped = Mapped();
+        const std::lock_guard<std::mutex> hold(mapped.lock);
+        mapped.keeping = false;
+    }
+    ReleaseKeptBulk();
 }
 
 }  // namespace brell

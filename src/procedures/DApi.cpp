@@ -1,6 +1,4 @@
-#include "core/Process.h"
-
-#include <brelldata/platform/DApi.h>
+#include <brelldata/procedures/DApi.h>
 
 #include <cstring>
 #include <utility>
@@ -133,9 +131,4 @@ int CDApiManager::Unregister(const char* kind, const char* name)
         }
     }
     return 1;
-}
-
-CDApiManager* GetDApiManager()
-{
-    return &brell::Process().procedures;
 }

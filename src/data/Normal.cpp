@@ -1,4 +1,4 @@
-#include <brelldata/scan/Normal.h>
+#include <brelldata/data/Normal.h>
 
 #include <cmath>
 

@@ -1,8 +1,9 @@
 #pragma once
 
-#include <brelldata/core/Export.h>
-#include <brelldata/scan/DataStore.h>
-#include <brelldata/scan/Records.h>
+#include <brelldata/Export.h>
+#include <brelldata/data/ArrayDataStore.h>
+#include <brelldata/data/Records.h>
+#include <brelldata/data/RefData.h>
 
 // Face and bulk normal computation on shared stores. The stores change in
 // place, so every holder sees the result; counts never change.

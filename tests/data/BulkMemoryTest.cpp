@@ -1,7 +1,8 @@
 // Bulk memory: large blocks sit on 2 MB boundaries and keep their contents
-// however they grow, move or shrink; the stores built on it do the same.
-#include <brelldata/scan/BulkMemory.h>
-#include <brelldata/scan/DataStore.h>
+// however they grow, move or shrink; the stores built on it do the same; freed
+// large blocks are kept within a bound and handed out again.
+#include <brelldata/data/ArrayDataStore.h>
+#include <brelldata/data/BulkMemory.h>
 
 #include <gtest/gtest.h>
 
@@ -74,6 +75,33 @@ TEST(BulkMemory, AStoreGrownStepByStepPastLargeSizesKeepsItsElements)
     EXPECT_EQ(store.Element(kElements - 1), kElements - 1);
     EXPECT_EQ(store.Delete(1000, kElements), 1);
     EXPECT_EQ(store.Element(999), 999);
+}
+
+// Each test of the kept blocks starts and ends with none kept.
+class KeptBulk : public testing::Test {
+protected:
+    void SetUp() override { brell::ReleaseKeptBulk(); }
+    void TearDown() override { brell::ReleaseKeptBulk(); }
+};
+
+TEST_F(KeptBulk, AFreedLargeBlockIsHandedOutAgainCutToTheNewSize)
+{
+    void* block = brell::AllocateBulk(16 * kMiB);
+    brell::FreeBulk(block);
+    void* again = brell::AllocateBulk(6 * kMiB);
+    EXPECT_EQ(again, block);
+    EXPECT_EQ(brell::ReleaseKeptBulk(), 0u);
+    brell::FreeBulk(again);
+    EXPECT_EQ(brell::ReleaseKeptBulk(), 6 * kMiB);
+}
+
+TEST_F(KeptBulk, TheOldestBlocksGoBackToTheSystemBeyondTheBound)
+{
+    // Never touched, so their pages cost nothing.
+    const size_t nearlyHalf = brell::kKeptBulkBound / 2 - 2 * kMiB;
+    void* blocks[] = {brell::AllocateBulk(nearlyHalf), brell::AllocateBulk(nearlyHalf), brell::AllocateBulk(nearlyHalf)};
+    for (void* block : blocks) brell::FreeBulk(block);
+    EXPECT_EQ(brell::ReleaseKeptBulk(), 2 * nearlyHalf);
 }
 
 }  // namespace

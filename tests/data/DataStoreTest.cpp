@@ -1,4 +1,7 @@
-#include <brelldata/scan/Normal.h>
+#include <brelldata/data/LineDataStore.h>
+#include <brelldata/data/MatrixDataStore.h>
+#include <brelldata/data/Normal.h>
+#include <brelldata/data/PolygonDataStore.h>
 
 #include "support/Bytes.h"
 

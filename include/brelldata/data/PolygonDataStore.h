@@ -1,0 +1,128 @@
+#pragma once
+
+#include <brelldata/core/Block.h>
+#include <brelldata/core/Ref.h>
+#include <brelldata/data/StoreBuffer.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <type_traits>
+
+// One row of a polygon store: up to four items.
+template <class T>
+struct CPolygon {
+    T items[4];
+    int count;  // items in use, 0 to 4
+};
+
+// Sequence of short rows; the owner edits rows directly. A row count outside
+// 0 to 4 is taken as the nearest bound, so no access leaves its row.
+template <class T>
+class CPolygonDataStore : public CRef {
+    static_assert(std::is_trivially_copyable_v<T>, "items are streamed as raw memory");
+
+public:
+    CPolygonDataStore() = default;
+    CPolygonDataStore(const CPolygonDataStore&) = delete;
+    CPolygonDataStore& operator=(const CPolygonDataStore&) = delete;
+
+    int Number() const { return static_cast<int>(rows.size()); }
+
+    // Item k of a row; the spare element when row or k is outside the store.
+    T& Element(int row, int k)
+    {
+        if (row < 0 || row >= Number() || k < 0 || k >= ItemCount(rows[row])) return spare_;
+        return rows[row].items[k];
+    }
+
+    // Replaces the rows by copies of other's. 0 when they cannot be allocated;
+    // the store is then unchanged.
+    int Assign(const CPolygonDataStore& other)
+    {
+        try {
+            brell::BulkVector<CPolygon<T>> copy(other.rows);
+            rows.swap(copy);
+            return 1;
+        } catch (const std::bad_alloc&) {
+            return 0;
+        }
+    }
+
+    // Store block: number of rows, then per row its item count and items.
+    int SizeOfByte() const
+    {
+        int64_t size = 4;
+        for (const CPolygon<T>& row : rows) size += 4 + ItemCount(row) * int64_t{sizeof(T)};
+        return static_cast<int>(size);
+    }
+
+    // 0 when block is null.
+    int Write(void* block) const { return brell::WriteStore(*this, block); }
+    // Writes the store block at block, which must not be null; the end of what it wrote.
+    unsigned char* WriteAt(void* block) const
+    {
+        brell::BlockWriter writer(block);
+        writer.Int32(Number());
+        for (const CPolygon<T>& row : rows) {
+            const int count = ItemCount(row);
+            writer.Int32(count);
+            RowItems(writer, row.items, count);
+        }
+        return writer.Position();
+    }
+
+    // 0 when block is null, holds a count a row cannot hold, or the rows
+    // cannot be allocated; the store is then unchanged.
+    int Read(const void* block)
+    {
+        if (block == nullptr) return 0;
+        brell::BlockReader reader(block);
+        const int number = reader.Int32();
+        if (number < 0 || !reader.Fits(static_cast<uint64_t>(number), 4, "polygon rows")) return 0;
+        try {
+            brell::BulkVector<CPolygon<T>> readRows;
+            readRows.reserve(static_cast<size_t>(number));
+            for (int i = 0; i < number; ++i) {
+                CPolygon<T>& row = readRows.emplace_back();
+                row.count = reader.Int32();
+                if (row.count < 0 || row.count > 4) return 0;
+                RowItems(reader, row.items, row.count);
+            }
+            rows.swap(readRows);
+            return 1;
+        } catch (const std::bad_alloc&) {
+            return 0;
+        }
+    }
+
+    brell::BulkVector<CPolygon<T>> rows;
+
+private:
+    static int ItemCount(const CPolygon<T>& row) { return std::clamp(row.count, 0, 4); }
+
+    // Moves count items, 0 to 4, through a block writer or reader. A constant
+    // size per count compiles to plain moves instead of a library call per
+    // row, which dominated streaming millions of rows.
+    template <class Cursor, class Items>
+    static void RowItems(Cursor& cursor, Items* items, int count)
+    {
+        switch (count) {
+            case 1:
+                cursor.Bytes(items, sizeof(T));
+                break;
+            case 2:
+                cursor.Bytes(items, 2 * sizeof(T));
+                break;
+            case 3:
+                cursor.Bytes(items, 3 * sizeof(T));
+                break;
+            case 4:
+                cursor.Bytes(items, 4 * sizeof(T));
+                break;
+            default:
+                break;
+        }
+    }
+
+    T spare_{};
+};

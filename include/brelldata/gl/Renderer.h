@@ -36,7 +36,8 @@ public:
     static RenderError OfGl(std::string call, std::string reason, uint32_t code);
 
     // The call ("eglCreateContext", "glLinkProgram"), the stage ("picture
-    // size", "drawing") or the file that failed.
+    // size", "drawing the scene", "calculating geometry") or the file that
+    // failed.
     const std::string& Step() const { return step_; }
     const std::string& Reason() const { return reason_; }
     Source CodeSource() const { return source_; }

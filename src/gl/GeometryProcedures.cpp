@@ -176,8 +176,7 @@ void CalculateGeometry(CBaseNode* scan, const std::string& procedure, CBaseNode*
     RegisterProcedures();
     const unsigned int before = output->GetChildNum();
     const auto calculate = [&](CBaseNode* node) {
-        if (node != nullptr && node->IsKindOf(CObjectNode::TypeId()))
-            static_cast<CObjectNode*>(node)->GeoCalc(*known, output);
+        if (auto* object = AsKindOf<CObjectNode>(node)) object->GeoCalc(*known, output);
     };
     calculate(scan);
     if (!scan->IsKindOf(CObjectNode::TypeId()))

@@ -26,16 +26,17 @@ struct SceneWalk {
     {
         // References may lead back into their own subtree.
         if (node == nullptr || depth > 64) return;
-        const bool geometry = node->IsKindOf(CGeoBaseNode::TypeId()) != 0;
-        if (geometry && static_cast<CGeoBaseNode*>(node)->IsShow() == 0) return;
-        if (camera == nullptr && node->IsKindOf(CGeoCameraNode::TypeId())) camera = static_cast<CGeoCameraNode*>(node);
-        if (node->IsKindOf(CGeoRefNode::TypeId())) {
-            CBaseNode* target = static_cast<CGeoRefNode*>(node)->Reference();
+        CGeoBaseNode* geometry = AsKindOf<CGeoBaseNode>(node);
+        if (geometry != nullptr && geometry->IsShow() == 0) return;
+        if (camera == nullptr) camera = AsKindOf<CGeoCameraNode>(node);
+        if (auto* reference = AsKindOf<CGeoRefNode>(node)) {
+            CBaseNode* target = reference->Reference();
             if (target != nullptr) references.push_back(target);
             Visit(target, depth + 1);
         }
         for (unsigned int i = 0; i < node->GetChildNum(); ++i)
-            if (!geometry || node->IsChildEnable(static_cast<int>(i)) != 0) Visit(node->GetChild(i), depth + 1);
+            if (geometry == nullptr || node->IsChildEnable(static_cast<int>(i)) != 0)
+                Visit(node->GetChild(i), depth + 1);
     }
 };
 

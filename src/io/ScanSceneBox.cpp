@@ -39,13 +39,13 @@ private:
 
 void AddScanData(CBaseNode* node, BoxBuilder& box)
 {
-    if (node->IsKindOf(CModelNode::TypeId())) {
-        CArrayDataStore<VERTEX>& vertices = *static_cast<CModelNode*>(node)->vertices;
+    if (auto* model = AsKindOf<CModelNode>(node)) {
+        CArrayDataStore<VERTEX>& vertices = *model->vertices;
         for (int i = 0; i < vertices.Number(); ++i)
             box.Add(vertices.Buffer()[i].x, vertices.Buffer()[i].y, vertices.Buffer()[i].z);
-    } else if (node->IsKindOf(CLinearLineNode::TypeId())) {
-        for (const auto& line : static_cast<CLinearLineNode*>(node)->lines->lines)
-            for (const CVector_3<double>& p : line) box.Add(p.x, p.y, p.z);
+    } else if (auto* line = AsKindOf<CLinearLineNode>(node)) {
+        for (const auto& points : line->lines->lines)
+            for (const CVector_3<double>& p : points) box.Add(p.x, p.y, p.z);
     }
 }
 

@@ -4,7 +4,6 @@
 #include <EGL/eglext.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -14,16 +13,9 @@ namespace {
 
 int liveCaches = 0;
 
-[[noreturn]] void Fail(const std::string& what)
+[[noreturn]] void FailEgl(const char* call, const std::string& reason)
 {
-    throw CGlError("OpenGL renderer: " + what);
-}
-
-std::string EglCode()
-{
-    char text[16];
-    std::snprintf(text, sizeof text, "0x%04X", static_cast<unsigned>(eglGetError()));
-    return text;
+    throw RenderError::OfEgl(call, reason, static_cast<uint32_t>(eglGetError()));
 }
 
 bool HasExtension(const char* list, const char* name)
@@ -46,7 +38,7 @@ GLuint CompileShader(GLenum kind, const char* source)
         char log[1024] = "";
         glGetShaderInfoLog(shader, sizeof log, nullptr, log);
         glDeleteShader(shader);
-        Fail(std::string("shader does not compile: ") + log);
+        throw RenderError::At("glCompileShader", std::string("the renderer's shader does not compile: ") + log);
     }
     return shader;
 }
@@ -60,11 +52,11 @@ EGLDisplay SurfacelessDisplay()
 {
     static const EGLDisplay display = [] {
         if (!HasExtension(eglQueryString(EGL_NO_DISPLAY, EGL_EXTENSIONS), "EGL_MESA_platform_surfaceless"))
-            Fail("EGL has no surfaceless platform (EGL_MESA_platform_surfaceless)");
+            throw RenderError::At("eglQueryString", "EGL has no surfaceless platform (EGL_MESA_platform_surfaceless)");
         const EGLDisplay opened = eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
-        if (opened == EGL_NO_DISPLAY) Fail("eglGetPlatformDisplay failed (" + EglCode() + ")");
+        if (opened == EGL_NO_DISPLAY) FailEgl("eglGetPlatformDisplay", "EGL gives no surfaceless display");
         if (eglInitialize(opened, nullptr, nullptr) == EGL_FALSE)
-            Fail("eglInitialize failed on the surfaceless platform (" + EglCode() + ")");
+            FailEgl("eglInitialize", "cannot start EGL's surfaceless platform");
         return opened;
     }();
     return display;
@@ -78,7 +70,7 @@ void Batch::Free()
     *this = Batch();
 }
 
-GlCache::GlCache(std::weak_ptr<CGlRenderer::Impl> owner) : owner_(std::move(owner))
+GlCache::GlCache(std::weak_ptr<Renderer::Impl> owner) : owner_(std::move(owner))
 {
     ++liveCaches;
 }
@@ -90,7 +82,7 @@ GlCache::~GlCache()
 
 void GlCache::Discard()
 {
-    if (std::shared_ptr<CGlRenderer::Impl> owner = owner_.lock()) {
+    if (std::shared_ptr<Renderer::Impl> owner = owner_.lock()) {
         const EGLDisplay display = eglGetCurrentDisplay();
         const EGLContext context = eglGetCurrentContext();
         const EGLSurface draw = eglGetCurrentSurface(EGL_DRAW), read = eglGetCurrentSurface(EGL_READ);
@@ -104,44 +96,44 @@ void GlCache::Discard()
 
 int GlCache::Execute(void* context)
 {
-    std::shared_ptr<CGlRenderer::Impl> owner = owner_.lock();
+    std::shared_ptr<Renderer::Impl> owner = owner_.lock();
     if (context == nullptr || owner.get() != &RendererOf(context)) return 0;
     owner->Execute(batch);
     return 1;
 }
 
-}  // namespace brell::gl
-
-using namespace brell::gl;
-
-int GlCacheCount()
+int CacheCount()
 {
-    return brell::gl::liveCaches;
+    return liveCaches;
 }
 
-CGlRenderer::Impl::Impl(int width, int height) : width(width), height(height)
+Renderer::Impl::Impl(int width, int height) : width(width), height(height)
 {
-    if (width <= 0 || height <= 0) Fail("picture size must be positive");
+    if (width <= 0 || height <= 0)
+        throw RenderError::At("picture size", "expected a positive width and height, found " + std::to_string(width) +
+                                                  "x" + std::to_string(height));
     display_ = SurfacelessDisplay();
     const EGLDisplay display = display_;
     if (!HasExtension(eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_surfaceless_context"))
-        Fail("EGL cannot make a context current without a surface (EGL_KHR_surfaceless_context)");
-    if (eglBindAPI(EGL_OPENGL_API) == EGL_FALSE) Fail("EGL offers no desktop OpenGL (" + EglCode() + ")");
+        throw RenderError::At("eglQueryString",
+                              "EGL cannot make a context current without a surface (EGL_KHR_surfaceless_context)");
+    if (eglBindAPI(EGL_OPENGL_API) == EGL_FALSE) FailEgl("eglBindAPI", "EGL offers no desktop OpenGL");
     EGLConfig config = EGL_NO_CONFIG_KHR;
     if (!HasExtension(eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_no_config_context")) {
         const EGLint wanted[] = {EGL_RENDERABLE_TYPE, EGL_OPENGL_BIT, EGL_NONE};
         EGLint found = 0;
         if (eglChooseConfig(display, wanted, &config, 1, &found) == EGL_FALSE || found == 0)
-            Fail("EGL has no configuration for desktop OpenGL");
+            FailEgl("eglChooseConfig", "EGL has no configuration for desktop OpenGL");
     }
     const EGLint attributes[] = {
         EGL_CONTEXT_MAJOR_VERSION,           3,       EGL_CONTEXT_MINOR_VERSION, 3, EGL_CONTEXT_OPENGL_PROFILE_MASK,
         EGL_CONTEXT_OPENGL_CORE_PROFILE_BIT, EGL_NONE};
     context_ = eglCreateContext(display, config, EGL_NO_CONTEXT, attributes);
-    if (context_ == EGL_NO_CONTEXT) Fail("eglCreateContext of OpenGL 3.3 core failed (" + EglCode() + ")");
+    if (context_ == EGL_NO_CONTEXT) FailEgl("eglCreateContext", "no OpenGL 3.3 core context");
     if (eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, context_) == EGL_FALSE) {
+        const uint32_t code = static_cast<uint32_t>(eglGetError());
         eglDestroyContext(display, context_);
-        Fail("eglMakeCurrent failed (" + EglCode() + ")");
+        throw RenderError::OfEgl("eglMakeCurrent", "cannot make the OpenGL context current", code);
     }
     try {
         glGenRenderbuffers(1, &colorBuffer_);
@@ -154,8 +146,12 @@ CGlRenderer::Impl::Impl(int width, int height) : width(width), height(height)
         glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
         glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, colorBuffer_);
         glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, depthBuffer_);
-        if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE)
-            Fail("framebuffer of " + std::to_string(width) + "x" + std::to_string(height) + " is incomplete");
+        const std::string size = std::to_string(width) + "x" + std::to_string(height);
+        if (const GLenum error = glGetError(); error != GL_NO_ERROR)
+            throw RenderError::OfGl("glRenderbufferStorage", "no framebuffer of " + size + " pixels", error);
+        if (const GLenum status = glCheckFramebufferStatus(GL_FRAMEBUFFER); status != GL_FRAMEBUFFER_COMPLETE)
+            throw RenderError::OfGl("glCheckFramebufferStatus", "the framebuffer of " + size + " is incomplete",
+                                    status);
 
         const GLuint vertex = CompileShader(GL_VERTEX_SHADER, kVertexShader);
         const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, kFragmentShader);
@@ -167,7 +163,11 @@ CGlRenderer::Impl::Impl(int width, int height) : width(width), height(height)
         glDeleteShader(fragment);
         GLint linked = 0;
         glGetProgramiv(program_, GL_LINK_STATUS, &linked);
-        if (linked == 0) Fail("shader program does not link");
+        if (linked == 0) {
+            char log[1024] = "";
+            glGetProgramInfoLog(program_, sizeof log, nullptr, log);
+            throw RenderError::At("glLinkProgram", std::string("the renderer's shaders do not link: ") + log);
+        }
     } catch (...) {
         Release();
         throw;
@@ -181,15 +181,16 @@ CGlRenderer::Impl::Impl(int width, int height) : width(width), height(height)
     // Attributes a geometry leaves out keep these values.
     glVertexAttrib3f(1, 0.0f, 0.0f, 1.0f);
     glVertexAttrib2f(2, 0.0f, 0.0f);
+    glVertexAttrib4f(3, 1.0f, 1.0f, 1.0f, 1.0f);
 }
 
-CGlRenderer::Impl::~Impl()
+Renderer::Impl::~Impl()
 {
     MakeCurrent();
     Release();
 }
 
-void CGlRenderer::Impl::Release()
+void Renderer::Impl::Release()
 {
     frame_.Free();
     glDeleteProgram(program_);
@@ -200,17 +201,18 @@ void CGlRenderer::Impl::Release()
     eglDestroyContext(display_, context_);
 }
 
-void CGlRenderer::Impl::MakeCurrent()
+void Renderer::Impl::MakeCurrent()
 {
     if (eglGetCurrentContext() != context_) eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, context_);
 }
 
-void CGlRenderer::Impl::BeginFrame(const CAMERA_PARAM& camera, RGBA background)
+void Renderer::Impl::BeginFrame(const CAMERA_PARAM& camera, RGBA background)
 {
     MakeCurrent();
     FreeFrame();
     overlays_.clear();
     recording = nullptr;
+    drawnItems = 0;
     glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
     glViewport(0, 0, width, height);
     glClearColor(background.r / 255.0f, background.g / 255.0f, background.b / 255.0f, background.a / 255.0f);
@@ -237,19 +239,19 @@ void CGlRenderer::Impl::BeginFrame(const CAMERA_PARAM& camera, RGBA background)
     SetLights({eye});
 }
 
-void CGlRenderer::Impl::FreeFrame()
+void Renderer::Impl::FreeFrame()
 {
     frame_.Free();
 }
 
-void CGlRenderer::Impl::SetCamera(const CAMERA_PARAM& camera)
+void Renderer::Impl::SetCamera(const CAMERA_PARAM& camera)
 {
     view_ = ViewMatrix(camera);
     projection_ = ProjectionMatrix(camera, static_cast<double>(width) / height);
 }
 
 // Lights are fixed in eye space when they are set, as the view is then.
-void CGlRenderer::Impl::SetLights(const std::vector<LIGHT_PARAM>& lights)
+void Renderer::Impl::SetLights(const std::vector<LIGHT_PARAM>& lights)
 {
     constexpr int kMaxLights = 8;
     float positions[4 * kMaxLights], ambient[3 * kMaxLights], diffuse[3 * kMaxLights];
@@ -274,12 +276,12 @@ void CGlRenderer::Impl::SetLights(const std::vector<LIGHT_PARAM>& lights)
     glUniform3fv(at_.lightDiffuse, count, diffuse);
 }
 
-void CGlRenderer::Impl::Uniform(GLint location, const Matrix& matrix)
+void Renderer::Impl::Uniform(GLint location, const Matrix& matrix)
 {
     glUniformMatrix4fv(location, 1, GL_FALSE, matrix.data());
 }
 
-GLuint CGlRenderer::Impl::Upload(Batch& batch, GLenum target, const void* data, size_t bytes)
+GLuint Renderer::Impl::Upload(Batch& batch, GLenum target, const void* data, size_t bytes)
 {
     GLuint buffer = 0;
     glGenBuffers(1, &buffer);
@@ -291,7 +293,7 @@ GLuint CGlRenderer::Impl::Upload(Batch& batch, GLenum target, const void* data, 
     return buffer;
 }
 
-GLuint CGlRenderer::Impl::SharedPositions(Batch& batch, CArrayDataStore<VERTEX>& store)
+GLuint Renderer::Impl::SharedPositions(Batch& batch, CArrayDataStore<VERTEX>& store)
 {
     auto found = batch.shared.find(&store);
     if (found != batch.shared.end()) return found->second;
@@ -307,7 +309,7 @@ GLuint CGlRenderer::Impl::SharedPositions(Batch& batch, CArrayDataStore<VERTEX>&
     return buffer;
 }
 
-GLuint CGlRenderer::Impl::SharedNormals(Batch& batch, CArrayDataStore<CVector_3<float>>& store)
+GLuint Renderer::Impl::SharedNormals(Batch& batch, CArrayDataStore<CVector_3<float>>& store)
 {
     auto found = batch.shared.find(&store);
     if (found != batch.shared.end()) return found->second;
@@ -316,8 +318,17 @@ GLuint CGlRenderer::Impl::SharedNormals(Batch& batch, CArrayDataStore<CVector_3<
     return buffer;
 }
 
+GLuint Renderer::Impl::SharedColors(Batch& batch, const RGBA* colors, int count)
+{
+    auto found = batch.shared.find(colors);
+    if (found != batch.shared.end()) return found->second;
+    const GLuint buffer = Upload(batch, GL_ARRAY_BUFFER, colors, static_cast<size_t>(count) * sizeof(RGBA));
+    batch.shared.emplace(colors, buffer);
+    return buffer;
+}
+
 // Row 0 of the image is texture coordinate v = 0.
-GLuint CGlRenderer::Impl::SharedTexture(Batch& batch, CMatrixDataStore<RGBA>& image)
+GLuint Renderer::Impl::SharedTexture(Batch& batch, CMatrixDataStore<RGBA>& image)
 {
     auto found = batch.shared.find(&image);
     if (found != batch.shared.end()) return found->second;
@@ -337,7 +348,7 @@ GLuint CGlRenderer::Impl::SharedTexture(Batch& batch, CMatrixDataStore<RGBA>& im
     return texture;
 }
 
-int CGlRenderer::Impl::Add(Geometry& geometry, const Style& style)
+int Renderer::Impl::Add(Geometry& geometry, const Style& style)
 {
     Batch& batch = recording != nullptr ? *recording : frame_;
     Item item;
@@ -352,9 +363,10 @@ int CGlRenderer::Impl::Add(Geometry& geometry, const Style& style)
     glGenVertexArrays(1, &item.vertexArray);
     batch.arrays.push_back(item.vertexArray);
     glBindVertexArray(item.vertexArray);
-    const auto attribute = [](GLuint location, GLint size, GLuint buffer) {
+    const auto attribute = [](GLuint location, GLint size, GLuint buffer, GLenum type = GL_FLOAT) {
         glBindBuffer(GL_ARRAY_BUFFER, buffer);
-        glVertexAttribPointer(location, size, GL_FLOAT, GL_FALSE, 0, nullptr);
+        // Colour bytes reach the shader as 0 to 1.
+        glVertexAttribPointer(location, size, type, type == GL_FLOAT ? GL_FALSE : GL_TRUE, 0, nullptr);
         glEnableVertexAttribArray(location);
     };
     const auto floats = [&](const std::vector<float>& values) {
@@ -368,6 +380,11 @@ int CGlRenderer::Impl::Add(Geometry& geometry, const Style& style)
             1, 3,
             geometry.normalStore != nullptr ? SharedNormals(batch, *geometry.normalStore) : floats(geometry.normals));
     if (!geometry.texCoords.empty()) attribute(2, 2, floats(geometry.texCoords));
+    if (geometry.vertexColors != nullptr && geometry.vertexStore != nullptr)
+        attribute(3, 4, SharedColors(batch, geometry.vertexColors, geometry.vertexStore->Number()), GL_UNSIGNED_BYTE);
+    else if (!geometry.colors.empty())
+        attribute(3, 4, Upload(batch, GL_ARRAY_BUFFER, geometry.colors.data(), geometry.colors.size() * sizeof(RGBA)),
+                  GL_UNSIGNED_BYTE);
     if (item.indexed)
         Upload(batch, GL_ELEMENT_ARRAY_BUFFER, geometry.elements.data(), geometry.elements.size() * sizeof(GLuint));
     if (geometry.textureImage != nullptr) item.texture = SharedTexture(batch, *geometry.textureImage);
@@ -378,19 +395,19 @@ int CGlRenderer::Impl::Add(Geometry& geometry, const Style& style)
     return 1;
 }
 
-int CGlRenderer::Impl::AddState(Item item)
+int Renderer::Impl::AddState(Item item)
 {
     if (recording != nullptr) recording->items.push_back(item);
     Execute(item);
     return 1;
 }
 
-void CGlRenderer::Impl::Execute(const Batch& batch)
+void Renderer::Impl::Execute(const Batch& batch)
 {
     for (const Item& item : batch.items) Execute(item);
 }
 
-void CGlRenderer::Impl::DrawOverlays()
+void Renderer::Impl::DrawOverlays()
 {
     glDisable(GL_DEPTH_TEST);
     for (const Item& item : overlays_) Execute(item, true);
@@ -398,7 +415,7 @@ void CGlRenderer::Impl::DrawOverlays()
     overlays_.clear();
 }
 
-void CGlRenderer::Impl::Execute(const Item& item, bool overlay)
+void Renderer::Impl::Execute(const Item& item, bool overlay)
 {
     if (item.style.window && !overlay) {
         overlays_.push_back(item);
@@ -421,6 +438,7 @@ void CGlRenderer::Impl::Execute(const Item& item, bool overlay)
     glUniform1i(at_.textured, item.texture != 0 ? 1 : 0);
     if (item.mode == GL_LINES) glLineWidth(std::clamp(style.size, 1.0f, 64.0f));
     if (item.texture != 0) glBindTexture(GL_TEXTURE_2D, item.texture);
+    ++drawnItems;
     glBindVertexArray(item.vertexArray);
     if (item.indexed)
         glDrawElements(item.mode, item.count, GL_UNSIGNED_INT, nullptr);
@@ -429,42 +447,42 @@ void CGlRenderer::Impl::Execute(const Item& item, bool overlay)
     glBindVertexArray(0);
 }
 
-CGlRenderer::CGlRenderer(int width, int height) : impl_(std::make_shared<Impl>(width, height)) {}
+Renderer::Renderer(int width, int height) : impl_(std::make_shared<Impl>(width, height)) {}
 
-CGlRenderer::~CGlRenderer() = default;
+Renderer::~Renderer() = default;
 
-int CGlRenderer::Width() const
+int Renderer::Width() const
 {
     return impl_->width;
 }
 
-int CGlRenderer::Height() const
+int Renderer::Height() const
 {
     return impl_->height;
 }
 
-std::string CGlRenderer::Description() const
+std::string Renderer::Description() const
 {
     impl_->MakeCurrent();
     return std::string(reinterpret_cast<const char*>(glGetString(GL_RENDERER))) + ", OpenGL " +
            reinterpret_cast<const char*>(glGetString(GL_VERSION));
 }
 
-void CGlRenderer::BeginFrame(const CAMERA_PARAM& camera, RGBA background)
+void Renderer::BeginFrame(const CAMERA_PARAM& camera, RGBA background)
 {
     impl_->BeginFrame(camera, background);
 }
 
-int CGlRenderer::Draw(CBaseNode* root)
+int Renderer::Draw(CBaseNode* root)
 {
     impl_->MakeCurrent();
-    const int result = DrawTree(root, kGlRenderer, this);
+    const int result = DrawTree(root, kRendererName, this);
     impl_->DrawOverlays();
     impl_->FreeFrame();
     return result;
 }
 
-std::vector<RGBA> CGlRenderer::ReadPixels()
+std::vector<RGBA> Renderer::ReadPixels()
 {
     impl_->MakeCurrent();
     const size_t rowLength = static_cast<size_t>(impl_->width);
@@ -479,12 +497,14 @@ std::vector<RGBA> CGlRenderer::ReadPixels()
     return pixels;
 }
 
-uint64_t CGlRenderer::Uploads() const
+uint64_t Renderer::Uploads() const
 {
     return impl_->uploads;
 }
 
-uint64_t CGlRenderer::UploadedBytes() const
+uint64_t Renderer::UploadedBytes() const
 {
     return impl_->uploadedBytes;
 }
+
+}  // namespace brell::gl

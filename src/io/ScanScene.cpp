@@ -291,6 +291,7 @@ CBaseNode* ImportScan(const std::string& path, std::vector<std::string>* warning
 
 void ExportScan(CBaseNode* root, const std::string& path, PlyEncoding plyEncoding)
 {
+    if (root == nullptr) throw FileError::InFile(path, "a scene to export", "none");
     WriteScanFile(GeometryOfScene(root, path), path, plyEncoding);
 }
 

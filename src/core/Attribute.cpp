@@ -160,9 +160,9 @@ int CStandardAttribute::CopyAttribute(CBaseNodeAttribute* source)
 
 int CStandardAttribute::SizeOfByte()
 {
-    size_t size = 4;
-    for (auto& [name, value] : entries_) size += 4 + name.size() + 1 + 12 + static_cast<size_t>(value.Size());
-    return static_cast<int>(size);
+    int64_t size = 4;
+    for (auto& [name, value] : entries_) size += static_cast<int64_t>(4 + name.size() + 1 + 12) + value.Size();
+    return brell::BlockSize(size);
 }
 
 int CStandardAttribute::Write(void* block)

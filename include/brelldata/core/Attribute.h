@@ -60,6 +60,7 @@ public:
     std::string AttributeName(int index) override;
     // Replaces every entry with copies of the source's (another CStandardAttribute).
     int CopyAttribute(CBaseNodeAttribute* source) override;
+    // The attribute block's size; brell::kSizeTooLarge past 2 GB.
     int SizeOfByte() override;
     // Reads an attribute block; entries with an empty name, and repeated names
     // after their first, are dropped. A null block gives 0 and changes nothing.

@@ -268,4 +268,29 @@ TEST(Normals, InFloatScaleByTheRoundedReciprocalLength)
     EXPECT_EQ(floats->Element(0).z, 0.0f);
 }
 
+// Raising the width over rows already held leaves the later rows past the
+// capacity; a width below 1 holds none.
+TEST(Stores, MatricesUseOnlyTheRowsThatLieWithinTheirCapacityAtTheirWidth)
+{
+    struct Case {
+        int newWidth;
+        int heldRows;
+    };
+    for (const Case& c : {Case{3, 682}, Case{0, 0}, Case{-2, 0}}) {
+        SCOPED_TRACE(c.newWidth);
+        CMatrixDataStore<int> matrix;
+        matrix.width = 2;
+        ASSERT_EQ(matrix.AppendRows(1024), 1);
+        matrix.width = c.newWidth;
+        EXPECT_EQ(matrix.HeldRows(), c.heldRows);
+        std::vector<uint8_t> block(static_cast<size_t>(matrix.SizeOfByte()));
+        EXPECT_EQ(block.size(), 8 + c.heldRows * std::max(c.newWidth, 0) * sizeof(int));
+        matrix.Write(block.data());
+        EXPECT_EQ(matrix.DeleteRows(0, 1), 1);
+        EXPECT_EQ(matrix.InsertRows(0, 1) + matrix.InsertRows(1, 1), 2);
+        int& last = matrix.Element(1023, 2);
+        EXPECT_EQ(&last >= matrix.Buffer() && &last < matrix.Buffer() + matrix.Capacity(), c.newWidth > 0);
+    }
+}
+
 }  // namespace

@@ -101,7 +101,7 @@ void* CStandardAttribute::QueryTypedBytes(const char* name, int type, int* size)
     int storedSize = 0;
     int storedType = 0;
     void* data = QueryAttribute(name, &storedSize, &storedType);
-    if (data == nullptr || storedType != type) return nullptr;
+    if (storedType != type) return nullptr;
     if (size != nullptr) *size = storedSize;
     return data;
 }

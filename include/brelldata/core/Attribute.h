@@ -71,7 +71,8 @@ public:
     // at least size bytes; else 0 with value unchanged.
     int QueryTyped(const char* name, int type, void* value, int size);
     // The bytes of name when it holds type, with the size written through a
-    // non-null pointer; else null with nothing written.
+    // non-null pointer (null and size 0 for an entry without bytes); else
+    // null with nothing written.
     void* QueryTypedBytes(const char* name, int type, int* size);
     // The name at index as characters owned by the store (an empty string when
     // out of range); valid while that attribute exists.

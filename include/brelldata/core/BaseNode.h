@@ -76,8 +76,9 @@ public:
     int QueryAttributeFloat(const char* name, float& value);
     int QueryAttributeBool(const char* name, int& value);
     int QueryAttributeDouble(const char* name, double& value);
-    // Type 5 values (strings and structures alike): the bytes and their size,
-    // or null with nothing written.
+    // Type 5 values (strings and structures alike): the bytes and their size;
+    // null and size 0 for one without bytes (only a read block makes one);
+    // null with nothing written for any other attribute or a missing one.
     const char* QueryAttributeString(const char* name, int* size);
     void* QueryAttributeStruct(const char* name, int* size);
     void SetAttributeInt(const char* name, int value);

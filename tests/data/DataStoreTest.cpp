@@ -254,6 +254,17 @@ TEST(Normals, UnitOnesHaveLengthOneAndShortOnesAreMarked)
     ExpectVector(normals->Element(0), {0, 0, 0});
 }
 
+TEST(Normals, OfHugeVectorsAreUnitNormalsToo)
+{
+    auto normals = Store<CVector_3<double>>({{1e200, 0, 0}, {3e200, 0, -4e200}});
+    UnitNormal(normals);
+    ExpectVector(normals->Element(0), {1, 0, 0});
+    ExpectVector(normals->Element(1), {0.6, 0, -0.8});
+    auto vertices = Store<VERTEX>({{0, 0, 0}, {1e160, 0, 0}, {0, 1e160, 0}});
+    int corners[] = {0, 1, 2};
+    ExpectVector(CalcNormal(vertices, corners, 3), {0, 0, 1});
+}
+
 // The reciprocal length is rounded to float before scaling; neither a float
 // length nor scaling in double gives these bits.
 TEST(Normals, InFloatScaleByTheRoundedReciprocalLength)

@@ -247,7 +247,8 @@ int DrawLights(void* node, void* context)
 {
     Item lights;
     lights.kind = Item::kLights;
-    lights.lights = static_cast<CGeoLightNode*>(node)->lights;
+    const auto& nodeLights = static_cast<CGeoLightNode*>(node)->lights;
+    lights.lights.assign(nodeLights.begin(), nodeLights.end());
     return RendererOf(context).AddState(std::move(lights));
 }
 

@@ -162,6 +162,21 @@ TEST(LightNodes, AppendDeleteAndCopyTheirLights)
     EXPECT_EQ(lights->Number(), 2);
 }
 
+TEST(LightNodes, PointersToALightOutliveEditsOfTheOthers)
+{
+    Held<CGeoLightNode> lights;
+    LIGHT_PARAM light{};
+    lights->Append(light);
+    light.type = 7;
+    lights->Append(light);
+    LIGHT_PARAM* kept = lights->Light(1);
+    for (int i = 0; i < 100; ++i) lights->Append(light);
+    lights->Delete(0);
+    EXPECT_EQ(lights->Light(0), kept);
+    kept->type = 8;
+    EXPECT_EQ(lights->Light(0)->type, 8);
+}
+
 TEST(ViewPoint, SeesTheWholeBoxInTheFieldOfView)
 {
     double x, y, z;

@@ -81,7 +81,7 @@ const std::string& CBaseNode::BaseTypeId()
 
 CBaseNode* CBaseNode::Create()
 {
-    return new (std::nothrow) CBaseNode();
+    return brell::NewNode<CBaseNode>();
 }
 
 const std::string& CBaseNode::Type() const
@@ -149,14 +149,22 @@ int CBaseNode::ChildIndex(CBaseNode* node) const
 void CBaseNode::InsertChild(unsigned int index, CBaseNode* child)
 {
     if (child == nullptr || index > children_.size()) return;
-    children_.insert(children_.begin() + index, child);
+    try {
+        children_.insert(children_.begin() + index, child);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
     child->AddRef();
 }
 
 void CBaseNode::AppendChild(CBaseNode* child)
 {
     if (child == nullptr) return;
-    children_.push_back(child);
+    try {
+        children_.push_back(child);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
     child->AddRef();
 }
 

@@ -4,6 +4,7 @@
 #include <brelldata/core/Block.h>
 #include <brelldata/core/NodeRegistry.h>
 
+#include "core/Adopt.h"
 #include "core/WalkStack.h"
 
 #include <algorithm>
@@ -147,11 +148,10 @@ CBaseNode* ReadTree(const unsigned char* record, const unsigned char*& end)
         }
         --parent.childrenLeft;
         CBaseNode* child = ReadOneRecord(next, frame, firstChild);
-        if (child == nullptr) {
+        if (child == nullptr || !brell::AppendOrRelease(*parent.node, child)) {
             top->Release();
             return nullptr;
         }
-        parent.node->AppendChild(child);
         open.Push({child, next, firstChild, frame.childCount});
         next = firstChild;
     }

@@ -1,5 +1,6 @@
 #include <brelldata/core/Walk.h>
 
+#include "core/Adopt.h"
 #include "core/WalkStack.h"
 #include "diag/Diagnostic.h"
 
@@ -179,8 +180,7 @@ CBaseNode* CopyTree(CBaseNode* node)
         }
         CBaseNode* child = parent.source->GetChild(parent.next++);
         CBaseNode* copy = CopyOne(child);
-        if (copy == nullptr) continue;
-        parent.copy->AppendChild(copy);
+        if (copy == nullptr || !brell::AppendOrRelease(*parent.copy, copy)) continue;
         stack.Push({child, copy, 0});
     }
     return top;

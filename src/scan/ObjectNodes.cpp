@@ -1,5 +1,6 @@
 #include <brelldata/scan/ObjectNodes.h>
 
+#include "core/Adopt.h"
 #include "platform/ProcedureCall.h"
 #include "scan/ScanNodes.h"
 
@@ -82,7 +83,7 @@ int CObjectNode::GeoCalcDescent(const char* procedure, const std::string& typeNa
         return 0;
     }
     reference->SetName(Name().c_str());
-    output->AppendChild(reference);
+    if (!brell::AppendOrRelease(*output, reference)) return 0;
     reference->SetRefNode(this);
 
     // Each child is held while it is calculated, so that a procedure that

@@ -58,9 +58,11 @@ public:
     int ChildIndex(CBaseNode* node) const;
     int IsChild(CBaseNode* node) const { return ChildIndex(node) >= 0 ? 1 : 0; }
     // Inserts before index (index == count appends) and takes a reference;
-    // nothing for a null child or an index above the count.
+    // nothing for a null child, an index above the count, or when the list
+    // cannot grow.
     void InsertChild(unsigned int index, CBaseNode* child);
-    // Appends and takes a reference; nothing for a null child.
+    // Appends and takes a reference; nothing for a null child or when the
+    // list cannot grow.
     void AppendChild(CBaseNode* child);
     // Takes the entry out; a non-zero release flag drops its reference, zero
     // hands the reference to the caller. Nothing for an index out of range.

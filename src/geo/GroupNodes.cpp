@@ -22,10 +22,12 @@ CBaseNode* GeoRefNodeStep(CBaseNode* node)
     return static_cast<CGeoRefNode*>(node)->reference;
 }
 
-// A chain can pass through a geometry reference node only once one exists.
+// A chain can pass through a geometry reference node only once one exists,
+// so the first one made registers the kind.
 void RegisterGeoReferenceKind()
 {
-    brell::RegisterReferenceKind(&CGeoRefNode::TypeId, &GeoRefNodeStep);
+    static const bool registered = (brell::RegisterReferenceKind(&CGeoRefNode::TypeId, &GeoRefNodeStep), true);
+    (void)registered;
 }
 
 }  // namespace

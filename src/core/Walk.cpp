@@ -15,14 +15,15 @@
 
 namespace {
 
-// The walks of the second kind ask the top node's IsChildEnable; further
-// down they go on as the first kind. A non-zero callback at a node ends its
-// parent's run of children, and with stopAll the whole walk.
-template <bool kAskTopNode>
-int Walk(CBaseNode* node, NodeCallback callback, int value, void* data, int stopAll)
+// What a walk does after visiting a node.
+enum class Next { kDescend, kSkipLaterSiblings, kStop };
+
+// Visits the nodes below node, depth first, a node before its children. The
+// walks of the second kind ask the top node's IsChildEnable; further down
+// they go on as the first kind. True when a visit stopped the walk.
+template <bool kAskTopNode, class Visit>
+bool WalkBelow(CBaseNode* node, Visit visit)
 {
-    if (node == nullptr || callback == nullptr) return 0;
-    if (callback(node, value, data) != 0) return 1;
     brell::WalkStack<brell::ChildCursor> stack;
     stack.Push({node, 0});
     while (!stack.Empty()) {
@@ -34,14 +35,32 @@ int Walk(CBaseNode* node, NodeCallback callback, int value, void* data, int stop
         const unsigned int index = top.next++;
         if (kAskTopNode && stack.Size() == 1 && top.node->IsChildEnable(static_cast<int>(index)) == 0) continue;
         CBaseNode* child = top.node->GetChild(index);
-        if (callback(child, value, data) != 0) {
-            if (stopAll != 0) return 1;
-            stack.Pop();
-            continue;
+        switch (visit(child)) {
+            case Next::kDescend:
+                stack.Push({child, 0});
+                break;
+            case Next::kSkipLaterSiblings:
+                stack.Pop();
+                break;
+            case Next::kStop:
+                return true;
         }
-        stack.Push({child, 0});
     }
-    return 0;
+    return false;
+}
+
+// A non-zero callback at a node ends its parent's run of children, and with
+// stopAll the whole walk.
+template <bool kAskTopNode>
+int Walk(CBaseNode* node, NodeCallback callback, int value, void* data, int stopAll)
+{
+    if (node == nullptr || callback == nullptr) return 0;
+    if (callback(node, value, data) != 0) return 1;
+    const bool stopped = WalkBelow<kAskTopNode>(node, [&](CBaseNode* child) {
+        if (callback(child, value, data) == 0) return Next::kDescend;
+        return stopAll != 0 ? Next::kStop : Next::kSkipLaterSiblings;
+    });
+    return stopped ? 1 : 0;
 }
 
 template <bool kAskTopNode>
@@ -49,21 +68,13 @@ CBaseNode* Search(CBaseNode* node, NodePredicate predicate, int& counter, void* 
 {
     if (node == nullptr || predicate == nullptr) return nullptr;
     if (predicate(node, counter, data) != 0) return node;
-    brell::WalkStack<brell::ChildCursor> stack;
-    stack.Push({node, 0});
-    while (!stack.Empty()) {
-        brell::ChildCursor& top = stack.Top();
-        if (top.next >= top.node->GetChildNum()) {
-            stack.Pop();
-            continue;
-        }
-        const unsigned int index = top.next++;
-        if (kAskTopNode && stack.Size() == 1 && top.node->IsChildEnable(static_cast<int>(index)) == 0) continue;
-        CBaseNode* child = top.node->GetChild(index);
-        if (predicate(child, counter, data) != 0) return child;
-        stack.Push({child, 0});
-    }
-    return nullptr;
+    CBaseNode* found = nullptr;
+    WalkBelow<kAskTopNode>(node, [&](CBaseNode* child) {
+        if (predicate(child, counter, data) == 0) return Next::kDescend;
+        found = child;
+        return Next::kStop;
+    });
+    return found;
 }
 
 int CountMatch(bool match, int& counter)

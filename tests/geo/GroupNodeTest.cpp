@@ -206,9 +206,7 @@ TEST(GeoRefNodes, ChainsThatComeBackResolveToNothing)
     auto* second = new CRefNode;
     geoFirst->SetRefNode(second);
     second->SetRefNode(geoFirst);
-    root->AppendChild(self);
-    root->AppendChild(geoFirst);
-    root->AppendChild(second);
+    for (CBaseNode* node : std::vector<CBaseNode*>{self, geoFirst, second}) root->AppendChild(node);
     EXPECT_EQ(self->Reference(), nullptr);
     EXPECT_EQ(geoFirst->Reference(), nullptr);
     EXPECT_EQ(second->Reference(), nullptr);

@@ -20,7 +20,9 @@ public:
     // Takes the name, attributes and children of other; keeps its own count.
     CBaseNode& operator=(const CBaseNode& other);
 
-    // Releases the children, last first, then destroys the attribute store.
+    // Releases the children, last first, and destroys the attribute store. A
+    // tree of any depth is released without recursion: the outermost
+    // destructor carries out the releases that the ones inside it owe.
     virtual ~CBaseNode();
     virtual const std::string& Type() const;
     // 1 when name is this class's type name or one of its bases' (exact bytes).

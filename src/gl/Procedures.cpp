@@ -201,7 +201,7 @@ int DrawPolyShade(void* node, void* context)
     auto* mesh = static_cast<CGeoPolyShadeRefNode*>(node);
     const int vertexCount = mesh->VertexNumber();
     CMatrixDataStore<RGBA>& image = *mesh->textureImage;
-    const bool textured = mesh->texture != 0 && image.width > 0 && image.height > 0 && image.Buffer() != nullptr;
+    const bool textured = mesh->texture != 0 && image.HeldRows() > 0 && image.Buffer() != nullptr;
     const bool smooth = mesh->smooth != 0 && mesh->smoothNormals->Number() == vertexCount;
     Elements elements(vertexCount);
     if (smooth && !textured) {

@@ -133,7 +133,6 @@ TEST_F(Quarters, OverlaysCoverThePictureWhateverTheirPlaceInTheTree)
                   {9, 7, kRed},
                   {5, 5, kBackground},
                   {10, 5, kBackground}});
-
 }
 
 TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixels)
@@ -155,7 +154,6 @@ TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixels)
                   {34, 34, kBackground},
                   {50, 10, kRed},
                   {50, 12, kBackground}});
-
 }
 
 TEST_F(GlTest, EveryVertexClassDraws)
@@ -203,7 +201,6 @@ TEST_F(GlTest, EveryVertexClassDraws)
                   {9, 45, kMagenta},
                   {20, 45, kWhite},
                   {25, 45, kBackground}});
-
 }
 
 TEST_F(GlTest, WithoutACameraTheBoxFillsTheView)
@@ -217,7 +214,6 @@ TEST_F(GlTest, WithoutACameraTheBoxFillsTheView)
     // sides reach about two thirds of the way to the picture's edges.
     EXPECT_EQ(At(kSize / 2 + kSize / 4, kSize / 2), kRed);
     EXPECT_EQ(At(kSize - 4, kSize / 2), kBackground);
-
 }
 
 TEST_F(GlTest, SceneLightsReplaceTheLightAtTheEye)
@@ -234,7 +230,6 @@ TEST_F(GlTest, SceneLightsReplaceTheLightAtTheEye)
     const RGBA gray = At(kSize / 2, kSize / 2);
     EXPECT_NEAR(gray.r, 128, 1);
     EXPECT_EQ(gray.r, gray.b);
-
 }
 
 TEST_F(GlTest, RenderToPngWritesThePictureAtItsSize)

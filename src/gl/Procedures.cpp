@@ -216,7 +216,7 @@ int DrawPolyShade(void* node, void* context)
     auto* mesh = static_cast<CGeoPolyShadeRefNode*>(node);
     const int vertexCount = mesh->VertexNumber();
     CMatrixDataStore<RGBA>& image = *mesh->textureImage;
-    const bool textured = mesh->texture != 0 && image.width > 0 && image.height > 0 && image.Buffer() != nullptr;
+    const bool textured = mesh->texture != 0 && image.HeldRows() > 0 && image.Buffer() != nullptr;
     const bool smooth = mesh->smooth != 0 && mesh->smoothNormals->Number() == vertexCount;
     Elements elements(vertexCount);
     if (smooth && !textured) {
@@ -265,7 +265,8 @@ int DrawLights(void* node, void* context)
 {
     Item lights;
     lights.kind = Item::kLights;
-    lights.lights = static_cast<CGeoLightNode*>(node)->lights;
+    const auto& nodeLights = static_cast<CGeoLightNode*>(node)->lights;
+    lights.lights.assign(nodeLights.begin(), nodeLights.end());
     return RendererOf(context).AddState(std::move(lights));
 }
 

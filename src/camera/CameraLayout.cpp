@@ -25,7 +25,9 @@ int64_t CameraFileBytes(const KAMERAHEADER& header)
 
 CameraFileLayout DetectCameraLayout(const CAMERAHEADER& first, const KAMERAHEADER& second, uint64_t fileBytes)
 {
-    const auto describes = [fileBytes](int64_t bytes) { return bytes > 0 && static_cast<uint64_t>(bytes) == fileBytes; };
+    const auto describes = [fileBytes](int64_t bytes) {
+        return bytes > 0 && static_cast<uint64_t>(bytes) == fileBytes;
+    };
     if (describes(CameraFileBytes(first))) return CameraFileLayout::first;
     if (describes(CameraFileBytes(second))) return CameraFileLayout::second;
     return CameraFileLayout::none;

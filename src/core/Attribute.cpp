@@ -62,7 +62,8 @@ void CStandardAttribute::Value::Free()
 
 CStandardAttribute::Entry* CStandardAttribute::LowerBound(std::string_view name)
 {
-    return std::lower_bound(begin(), end(), name, [](const Entry& entry, std::string_view key) { return entry.name < key; });
+    return std::lower_bound(begin(), end(), name,
+                            [](const Entry& entry, std::string_view key) { return entry.name < key; });
 }
 
 CStandardAttribute::Entry* CStandardAttribute::Find(std::string_view name)

@@ -63,7 +63,8 @@ GLuint Renderer::Impl::SharedTexture(Batch& batch, CMatrixDataStore<RGBA>& image
     batch.textures.push_back(texture);
     glBindTexture(GL_TEXTURE_2D, texture);
     glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, image.width, image.HeldRows(), 0, GL_RGBA, GL_UNSIGNED_BYTE, image.Buffer());
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA8, image.width, image.HeldRows(), 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                 image.Buffer());
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
     glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);

@@ -84,8 +84,8 @@ bool PolygonSplitter::IsEar(size_t previous, size_t corner, size_t next)
     return true;
 }
 
-void PolygonSplitter::Add(ScanGeometry& geometry, const int* corners, const int* vertices,
-                          const CVector_2<float>* uv, size_t n, const RGBA* color)
+void PolygonSplitter::Add(ScanGeometry& geometry, const int* corners, const int* vertices, const CVector_2<float>* uv,
+                          size_t n, const RGBA* color)
 {
     if (n <= 4) {
         if (color != nullptr) geometry.faceColors.push_back(*color);
@@ -214,9 +214,8 @@ void CheckWritable(const ScanGeometry& geometry, const std::string& name, const 
 {
     CheckGeometry(geometry, name);
     if (formatWithoutEmpty != nullptr && geometry.positions.empty())
-        throw FileError::InFile(name, std::string("at least one vertex, as ") + formatWithoutEmpty +
-                                          " cannot hold an empty scan",
-                                "none");
+        throw FileError::InFile(
+            name, std::string("at least one vertex, as ") + formatWithoutEmpty + " cannot hold an empty scan", "none");
     for (size_t v = 0; v < geometry.positions.size(); ++v) {
         const VERTEX& p = geometry.positions[v];
         if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z))

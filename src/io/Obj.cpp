@@ -159,7 +159,8 @@ private:
     {
         vertices_.clear();
         while (!text_.AtLineEnd('#'))
-            vertices_.push_back(ReadCorner(text_, geometry_.positions.size(), texCoords_.size(), normals_.size()).vertex);
+            vertices_.push_back(
+                ReadCorner(text_, geometry_.positions.size(), texCoords_.size(), normals_.size()).vertex);
         if (vertices_.size() < 2)
             text_.Fail("a line of at least 2 vertices", std::to_string(vertices_.size()) + " vertices");
         detail::AddLine(geometry_, vertices_.data(), vertices_.size());

@@ -160,7 +160,8 @@ ScanGeometry ReadOff(std::string_view bytes, const std::string& name)
     if (otherColors > 0)
         geometry.warnings.push_back(detail::Dropped(otherColors, "face colours that are not r g b or r g b a"));
     if (layout.texCoords && faces == 0 && vertices > 0)
-        geometry.warnings.push_back(detail::Dropped(static_cast<uint64_t>(vertices), "texture coordinates of a point cloud"));
+        geometry.warnings.push_back(
+            detail::Dropped(static_cast<uint64_t>(vertices), "texture coordinates of a point cloud"));
     text.SkipSpace('#');
     if (!text.AtEnd()) text.Fail("the end of the file after the last face");
     return geometry;

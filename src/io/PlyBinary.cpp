@@ -205,7 +205,8 @@ private:
     {
         const uint32_t corner = Load<uint32_t, swap>(at_ + 4 * k);
         if (corner >= static_cast<uint32_t>(vertices))
-            FailAt(mark, "vertex indices below " + std::to_string(vertices), std::to_string(static_cast<int32_t>(corner)));
+            FailAt(mark, "vertex indices below " + std::to_string(vertices),
+                   std::to_string(static_cast<int32_t>(corner)));
         return static_cast<int>(corner);
     }
 

@@ -102,8 +102,8 @@ void ReadFaces(Source& source, const Element& element, int vertices, const BulkV
     std::vector<int> corners;
     std::vector<float> uvValues;
     std::vector<CVector_2<float>> uv;
-    const bool colored = element.Find(Slot::red) || element.Find(Slot::green) || element.Find(Slot::blue) ||
-                         element.Find(Slot::alpha);
+    const bool colored =
+        element.Find(Slot::red) || element.Find(Slot::green) || element.Find(Slot::blue) || element.Find(Slot::alpha);
     for (uint64_t f = 0; f < element.count; ++f) {
         const auto mark = source.Mark();
         RGBA color{0, 0, 0, 255};

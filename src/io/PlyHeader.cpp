@@ -41,7 +41,10 @@ const SlotName vertexSlots[] = {
 };
 
 const SlotName colorSlots[] = {
-    {"red", Slot::red}, {"green", Slot::green}, {"blue", Slot::blue}, {"alpha", Slot::alpha},
+    {"red", Slot::red},
+    {"green", Slot::green},
+    {"blue", Slot::blue},
+    {"alpha", Slot::alpha},
 };
 
 bool ParseType(std::string_view word, Type& type)
@@ -69,7 +72,8 @@ Header ParseHeader(std::string_view bytes, const std::string& name)
         // A header line cut by the end of the file is a header cut short,
         // whatever word the cut left.
         const std::string_view rest = text.Rest();
-        if (rest.find('\n') == std::string_view::npos && rest.substr(0, rest.find_last_not_of(" \t\r") + 1) != "end_header")
+        if (rest.find('\n') == std::string_view::npos &&
+            rest.substr(0, rest.find_last_not_of(" \t\r") + 1) != "end_header")
             text.Fail("end_header", "the end of the file");
         const std::string_view keyword = text.Token();
         if (keyword.empty()) {
@@ -234,7 +238,6 @@ Header ParseWholeHeader(FileWindow& window, const std::string& name)
     }
 }
 
-
 }  // namespace
 
 const char* TypeNameOf(Type type)
@@ -273,9 +276,8 @@ std::vector<std::string> DroppedParts(const Header& header)
         }
         for (const Property& property : element.properties) {
             if (property.slot != Slot::none) continue;
-            dropped.push_back(detail::Dropped(element.count, std::string(property.list ? "lists" : "values") +
-                                                                 " of " + element.name + " property \"" +
-                                                                 property.name + "\""));
+            dropped.push_back(detail::Dropped(element.count, std::string(property.list ? "lists" : "values") + " of " +
+                                                                 element.name + " property \"" + property.name + "\""));
         }
         if (element.name == "vertex" && !faces && (element.Find(Slot::u) || element.Find(Slot::v)))
             dropped.push_back(detail::Dropped(element.count, "texture coordinates of a point cloud"));

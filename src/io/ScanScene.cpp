@@ -108,9 +108,9 @@ std::vector<Part> PartsOf(CBaseNode* root, const std::string& name, std::vector<
                   mesh,
                   ArrayAttribute<CVector_3<float>>(*model, kNormalsAttribute, vertices, "vertices", name),
                   ArrayAttribute<RGBA>(*model, kColorsAttribute, vertices, "vertices", name),
-                  mesh == nullptr ? nullptr
-                                  : ArrayAttribute<RGBA>(*model, kFaceColorsAttribute, mesh->polygons->Number(),
-                                                         "polygons", name),
+                  mesh == nullptr
+                      ? nullptr
+                      : ArrayAttribute<RGBA>(*model, kFaceColorsAttribute, mesh->polygons->Number(), "polygons", name),
                   false};
         if (mesh != nullptr && mesh->texCoords->Number() != 0) {
             if (mesh->texCoords->Number() != mesh->polygons->Number())
@@ -161,8 +161,8 @@ void AddLines(ScanGeometry& geometry, const std::vector<CLinearLineNode*>& nodes
             if (line.size() < 2) continue;  // a point is no line, and no file format holds one
             geometry.lineStarts.push_back(static_cast<int>(geometry.lineVertices.size()));
             for (const CVector_3<double>& point : line) {
-                auto [at, added] = vertexAt.emplace(keyOf(point.x, point.y, point.z),
-                                                    static_cast<int>(geometry.positions.size()));
+                auto [at, added] =
+                    vertexAt.emplace(keyOf(point.x, point.y, point.z), static_cast<int>(geometry.positions.size()));
                 if (added) {
                     if (geometry.positions.size() >= INT_MAX)
                         throw FileError::InFile(name, "at most 2147483647 vertices with the lines' points", "more");

@@ -171,7 +171,8 @@ void SaveScene(CTree& tree, const std::string& path)
 CBaseNode* LoadScene(const std::string& path)
 {
     StreamHash hash;
-    const FileBytes file = ReadWholeFile(path, [&hash](size_t offset, std::string_view piece) { hash.Add(offset, piece); });
+    const FileBytes file =
+        ReadWholeFile(path, [&hash](size_t offset, std::string_view piece) { hash.Add(offset, piece); });
     return LoadChecked(file.View(), path, hash.Value());
 }
 

@@ -102,22 +102,22 @@ int ReadBlock(Node& node, void* block, Fields fields)
 // The data block operations and the geometry calculation of a scan-data
 // class: its own fields, laid out by Fields, then Base's data block, then
 // unwritten bytes that only SizeOfByte counts.
-#define BRELL_SCAN_NODE_DEFINE(Class, Base, Fields, unwritten)        \
-    int Class::SizeOfByte()                                           \
-    {                                                                 \
+#define BRELL_SCAN_NODE_DEFINE(Class, Base, Fields, unwritten)                             \
+    int Class::SizeOfByte()                                                                \
+    {                                                                                      \
         return brell::AddBlockSizes(brell::SizeOfBlock<Base>(*this, Fields), (unwritten)); \
-    }                                                                 \
-    int Class::Read(void* block)                                      \
-    {                                                                 \
-        return brell::ReadBlock<Base>(*this, block, Fields);          \
-    }                                                                 \
-    int Class::Write(void* block)                                     \
-    {                                                                 \
-        return brell::WriteBlock<Base>(*this, block, Fields);         \
-    }                                                                 \
-    int Class::GeoCalc(const char* procedure, CBaseNode* output)      \
-    {                                                                 \
-        return GeoCalcDescent(procedure, TypeId(), output);           \
+    }                                                                                      \
+    int Class::Read(void* block)                                                           \
+    {                                                                                      \
+        return brell::ReadBlock<Base>(*this, block, Fields);                               \
+    }                                                                                      \
+    int Class::Write(void* block)                                                          \
+    {                                                                                      \
+        return brell::WriteBlock<Base>(*this, block, Fields);                              \
+    }                                                                                      \
+    int Class::GeoCalc(const char* procedure, CBaseNode* output)                           \
+    {                                                                                      \
+        return GeoCalcDescent(procedure, TypeId(), output);                                \
     }
 
 // handle shares source's store, then makes it a private copy.

@@ -33,7 +33,7 @@ bool Holds(const unsigned char* array, const Buffer& file, size_t from, size_t c
     return std::equal(array, array + count, file.begin() + static_cast<std::ptrdiff_t>(from));
 }
 
-TYPED_TEST(Shots, RoundTripCopyCutAndFailAsEachLayoutDoes)
+TYPED_TEST(Shots, WriteBackTheFileTheyWereReadFromLeavingTheHeaderInHostOrder)
 {
     using Shot = typename TypeParam::Shot;
     const Buffer file = SmallFile<TypeParam>();
@@ -42,8 +42,15 @@ TYPED_TEST(Shots, RoundTripCopyCutAndFailAsEachLayoutDoes)
     ASSERT_EQ(shot.length3D, TypeParam::kSmall3d);
     const Buffer hostOrder = ImageOf(shot.header);
     EXPECT_EQ(WriteShot(shot), file);
-    EXPECT_EQ(ImageOf(shot.header), hostOrder) << "writing leaves the caller's header in host order";
+    EXPECT_EQ(ImageOf(shot.header), hostOrder);
+}
 
+TYPED_TEST(Shots, RoundTripThroughADiskFile)
+{
+    using Shot = typename TypeParam::Shot;
+    const Buffer file = SmallFile<TypeParam>();
+    Shot shot;
+    ReadShot(file, shot);
     const std::string path = testing::TempDir() + "brell-camera-round-trip";
     {
         CFile out(path.c_str(), CFile::modeCreate | CFile::modeWrite);
@@ -57,7 +64,14 @@ TYPED_TEST(Shots, RoundTripCopyCutAndFailAsEachLayoutDoes)
     load >> fromDisk;
     EXPECT_EQ(WriteShot(fromDisk), file);
     std::remove(path.c_str());
+}
 
+TYPED_TEST(Shots, CopiesHoldArraysOfTheirOwnWithEveryByte)
+{
+    using Shot = typename TypeParam::Shot;
+    const Buffer file = SmallFile<TypeParam>();
+    Shot shot;
+    ReadShot(file, shot);
     const size_t last3d = static_cast<size_t>(shot.length3D) * TypeParam::k3dArrayFactor - 1;
     shot.data3D[last3d] = 0x77;
     if constexpr (std::is_same_v<Shot, KAMERADATA>) shot.reserved = 9;
@@ -72,8 +86,11 @@ TYPED_TEST(Shots, RoundTripCopyCutAndFailAsEachLayoutDoes)
         EXPECT_EQ(TypeParam::Reserved(*copy), TypeParam::Reserved(shot));
         EXPECT_EQ(WriteShot(*copy), expected);
     }
+}
 
-    // Arrays round up to sixteen and are kept for smaller requests.
+TYPED_TEST(Shots, ArraysRoundUpToSixteenAndAreKeptForSmallerRequests)
+{
+    using Shot = typename TypeParam::Shot;
     Shot sized;
     EXPECT_EQ(TypeParam::Allocate3d(sized, 100), 1);
     ASSERT_EQ(sized.length3D, 112);
@@ -89,9 +106,14 @@ TYPED_TEST(Shots, RoundTripCopyCutAndFailAsEachLayoutDoes)
     EXPECT_EQ(TypeParam::Allocate2d(sized, INT_MAX), 0) << "a length past 32 bits cannot be had";
     EXPECT_EQ(sized.data2D, nullptr);
     EXPECT_EQ(sized.length2D, 0);
+}
 
-    // A stream cut anywhere: the header keeps what was read and zeros, each array what was
-    // read; before the size fields are whole there is no 3-D block.
+// The header keeps what was read and zeros, each array what was read; before
+// the size fields are whole there is no 3-D block.
+TYPED_TEST(Shots, AStreamCutAnywhereKeepsWhatWasRead)
+{
+    using Shot = typename TypeParam::Shot;
+    const Buffer file = SmallFile<TypeParam>();
     const size_t h = TypeParam::kHeaderBytes, size3d = TypeParam::kSmall3d;
     for (size_t size = 0; size <= file.size(); ++size) {
         Shot cut;
@@ -113,8 +135,11 @@ TYPED_TEST(Shots, RoundTripCopyCutAndFailAsEachLayoutDoes)
             ASSERT_TRUE(Holds(cut.data2D, file, h + size3d, read - size3d)) << size;
         }
     }
+}
 
-    // Each error leaves an all-zero record and one error line.
+TYPED_TEST(Shots, EachErrorLeavesAnAllZeroRecordAndOneErrorLine)
+{
+    using Shot = typename TypeParam::Shot;
     struct Case {
         Planes pitch, color;
         std::string error;
@@ -145,8 +170,11 @@ TYPED_TEST(Shots, RoundTripCopyCutAndFailAsEachLayoutDoes)
         EXPECT_EQ(std::count_if(outputs.begin(), outputs.end(), [](auto& o) { return o.rfind("output 0 -2", 0) == 0; }),
                   1);
     }
+}
 
-    // Without colour planes only the second layout reads a 2-D block.
+TYPED_TEST(Shots, WithoutColourPlanesOnlyTheSecondLayoutReadsA2DBlock)
+{
+    using Shot = typename TypeParam::Shot;
     Recording recording(testing::TempDir() + "brell-camera-no-colour");
     Shot failed;
     ReadShot(Join({HeaderBytes<TypeParam>(kSmallPitch, {4, 4, 0, 8}), Pattern(5000, 5)}), failed);
@@ -177,8 +205,8 @@ TYPED_TEST(Shots, ABlockLongerThanTheFileIsRefusedBeforeAnythingIsAllocated)
             Recording recording(testing::TempDir() + "brell-camera-short");
             Shot shot;
             if (onDisk) {
-                std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
-                                                            static_cast<std::streamsize>(bytes.size()));
+                std::ofstream(path, std::ios::binary)
+                    .write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
                 CFile in(path.c_str(), CFile::modeRead);
                 CArchive load(&in, CArchive::load);
                 load >> shot;
@@ -186,8 +214,9 @@ TYPED_TEST(Shots, ABlockLongerThanTheFileIsRefusedBeforeAnythingIsAllocated)
                 ReadShot(bytes, shot);
             }
             ExpectEmpty<TypeParam>(shot);
-            EXPECT_EQ(Outputs(recording).back(), "output 0 -2 Error: The file ends before the 2D data in camera data( " +
-                                                     std::to_string(size2d) + " bytes ).\n");
+            EXPECT_EQ(Outputs(recording).back(),
+                      "output 0 -2 Error: The file ends before the 2D data in camera data( " + std::to_string(size2d) +
+                          " bytes ).\n");
         }
     }
     std::remove(path.c_str());

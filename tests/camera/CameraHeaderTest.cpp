@@ -181,9 +181,9 @@ TEST(CameraLayouts, AreTheOnesWhoseHeaderAndBlocksMakeUpTheFile)
         {longer, brell::CameraFileLayout::none},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(brell::DetectCameraLayout(HeaderOf<CAMERAHEADER>(c.file), HeaderOf<KAMERAHEADER>(c.file),
-                                            c.file.size()),
-                  c.layout)
+        EXPECT_EQ(
+            brell::DetectCameraLayout(HeaderOf<CAMERAHEADER>(c.file), HeaderOf<KAMERAHEADER>(c.file), c.file.size()),
+            c.layout)
             << c.file.size() << " bytes";
     }
     const CAMERAHEADER header = HeaderOf<CAMERAHEADER>(wrapped);

@@ -99,7 +99,8 @@ TEST_F(KeptBulk, TheOldestBlocksGoBackToTheSystemBeyondTheBound)
 {
     // Never touched, so their pages cost nothing.
     const size_t nearlyHalf = brell::kKeptBulkBound / 2 - 2 * kMiB;
-    void* blocks[] = {brell::AllocateBulk(nearlyHalf), brell::AllocateBulk(nearlyHalf), brell::AllocateBulk(nearlyHalf)};
+    void* blocks[] = {brell::AllocateBulk(nearlyHalf), brell::AllocateBulk(nearlyHalf),
+                      brell::AllocateBulk(nearlyHalf)};
     for (void* block : blocks) brell::FreeBulk(block);
     EXPECT_EQ(brell::ReleaseKeptBulk(), 2 * nearlyHalf);
 }

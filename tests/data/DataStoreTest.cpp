@@ -300,7 +300,7 @@ TEST(Stores, MatricesUseOnlyTheRowsThatLieWithinTheirCapacityAtTheirWidth)
         EXPECT_EQ(matrix.DeleteRows(0, 1), 1);
         EXPECT_EQ(matrix.InsertRows(0, 1) + matrix.InsertRows(1, 1), 2);
         int& last = matrix.Element(1023, 2);
-        EXPECT_EQ(&last >= matrix.Buffer() && &last < matrix.Buffer() + matrix.Capacity(), c.newWidth > 0);
+        EXPECT_EQ(&last >= matrix.Buffer() && &last<matrix.Buffer() + matrix.Capacity(), c.newWidth> 0);
     }
 }
 

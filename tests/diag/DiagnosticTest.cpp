@@ -55,11 +55,11 @@ TEST_F(Diagnostics, CarryTheirLevelsThroughTheLibraryLoadedOnceAtTheFirstOutputA
     diag::CloseDebugChannels();
     EXPECT_EQ(diag::State().library, nullptr);
     EXPECT_TRUE(diag::State().channelLevels.empty());
-    EXPECT_EQ(
-        recording.Lines(),
-        (std::vector<std::string>{"load", "open 0", "output 0 -2 error 5\n", "output 0 -1 warning w\n", "output 0 0 trace\n",
-                                  "output 0 60 at 60\n", "output 0 60 " + std::string(diag::kFormatBufferSize - 1, 'x'),
-                                  "output 0 60 100% of %d\n", "close 0", "unload"}));
+    EXPECT_EQ(recording.Lines(),
+              (std::vector<std::string>{"load", "open 0", "output 0 -2 error 5\n", "output 0 -1 warning w\n",
+                                        "output 0 0 trace\n", "output 0 60 at 60\n",
+                                        "output 0 60 " + std::string(diag::kFormatBufferSize - 1, 'x'),
+                                        "output 0 60 100% of %d\n", "close 0", "unload"}));
 
     diag::DebugTrace("after shut-down\n");  // loading is never tried again
     EXPECT_EQ(diag::State().library, nullptr);

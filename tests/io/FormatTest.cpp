@@ -161,11 +161,11 @@ const char* extrasPly =
 TEST(ScanFormats, KeepFaceColoursAndLinesAndSayWhatTheyDrop)
 {
     const ScanGeometry ply = ReadPly(extrasPly, "extras.ply");
-    EXPECT_THAT(ply.warnings, testing::ElementsAre("4 values of vertex property \"confidence\" dropped",
-                                                   "4 lists of vertex property \"tags\" dropped",
-                                                   "2 values of face property \"flags\" dropped",
-                                                   "3 values of edge property \"red\" dropped",
-                                                   "1 elements \"material\" dropped"));
+    EXPECT_THAT(ply.warnings,
+                testing::ElementsAre("4 values of vertex property \"confidence\" dropped",
+                                     "4 lists of vertex property \"tags\" dropped",
+                                     "2 values of face property \"flags\" dropped",
+                                     "3 values of edge property \"red\" dropped", "1 elements \"material\" dropped"));
     // The pentagon of four distinct corners gives three triangles of its colour.
     const RGBA red{255, 0, 0, 255}, blue{0, 0, 255, 255};
     EXPECT_EQ(brell::test::FirstDifference(ply.faceColors, {red, blue, blue, blue}), "");
@@ -173,8 +173,8 @@ TEST(ScanFormats, KeepFaceColoursAndLinesAndSayWhatTheyDrop)
     EXPECT_EQ(brell::test::FirstDifference(ply.lineStarts, {0, 3}), "");
     const ScanGeometry obj = ReadObj("v 0 0 0\nv 1 0 0\nvt 0 0\nvn 0 0 1\ng a\nusemtl m\nusemtl n\nl 1 2\n", "p.obj");
     EXPECT_THAT(obj.warnings, testing::ElementsAre("1 texture coordinates of a point cloud dropped",
-                                                   "1 normals that no face names dropped",
-                                                   "1 \"g\" statements dropped", "2 \"usemtl\" statements dropped"));
+                                                   "1 normals that no face names dropped", "1 \"g\" statements dropped",
+                                                   "2 \"usemtl\" statements dropped"));
     const ScanGeometry off = ReadOff("STOFF\n3 1 0\n0 0 0 0 0\n1 0 0 1 0\n0 1 0 0 1\n3 0 1 2 7\n", "i.off");
     EXPECT_THAT(off.warnings, testing::ElementsAre("1 face colours that are not r g b or r g b a dropped"));
 }

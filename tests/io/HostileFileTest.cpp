@@ -96,7 +96,8 @@ TEST(HostileFiles, AreEachRefusedWithTheirOwnMessage)
         {ReadOff, "", "hostile: line 1: expected OFF, or OFF with the prefixes ST, C and N, found the end of the file"},
         {ReadPly, "ply\nformat ascii 1.0\nelement vertex 1\nprop",
          "hostile: line 4: expected end_header, found the end of the file"},
-        {ReadXyz, "1 2 3 0 0 1 7 8 9\n", "hostile: line 1: expected the end of the line after 3 or 6 values, found \"7\""},
+        {ReadXyz, "1 2 3 0 0 1 7 8 9\n",
+         "hostile: line 1: expected the end of the line after 3 or 6 values, found \"7\""},
         {ReadXyz, "1 2 3 0\n", "hostile: line 1: expected a normal coordinate, found the end of the line"},
         {ReadObj, "\x01\x02\n",
          "hostile: line 1: expected a statement keyword (v, vt, vn, f or another), found \"\\x01\\x02\""},
@@ -119,8 +120,9 @@ TEST(HostileFiles, AreEachRefusedWithTheirOwnMessage)
 // follows them. A second y after them, which a reader takes in its place, is 7.
 std::string PlyWithY(float value, bool withList, bool secondY = false)
 {
-    std::string header = "ply\nformat binary_little_endian 1.0\nelement vertex 2\n"
-                         "property float x\nproperty float y\nproperty float z\n";
+    std::string header =
+        "ply\nformat binary_little_endian 1.0\nelement vertex 2\n"
+        "property float x\nproperty float y\nproperty float z\n";
     if (withList) header += "property list uchar int tags\n";
     if (secondY) header += "property float y\n";
     std::string bytes = header + "end_header\n";
@@ -147,7 +149,8 @@ TEST(HostileFiles, NonFiniteCoordinatesAreRefusedByEveryReader)
         {ReadPly, PlyHeader("ascii", "1", "0") + "0 NaN 0\n",
          "hostile: line 10: expected a finite vertex coordinate (float), found \"NaN\""},
         {ReadPly, PlyWithY(nan, false), "hostile: byte 131: expected a finite vertex coordinate, found NaN"},
-        {ReadPly, PlyWithY(-inf, false), "hostile: byte 131: expected a finite vertex coordinate, found minus infinity"},
+        {ReadPly, PlyWithY(-inf, false),
+         "hostile: byte 131: expected a finite vertex coordinate, found minus infinity"},
         {ReadPly, PlyWithY(inf, true), "hostile: byte 161: expected a finite vertex coordinate, found infinity"},
         {ReadPly, PlyWithY(nan, false, true), "hostile: byte 152: expected a finite vertex coordinate, found NaN"},
     };
@@ -173,11 +176,13 @@ TEST(Writers, WriteOnlyWhatTheirReadersTakeBack)
         if (format.emptyRefusal == nullptr) {
             EXPECT_TRUE(format.read(format.write(ScanGeometry(), "e"), "e").positions.empty());
         } else {
-            EXPECT_THAT([&] { format.write(ScanGeometry(), "e"); }, testing::ThrowsMessage<FileError>(format.emptyRefusal));
+            EXPECT_THAT([&] { format.write(ScanGeometry(), "e"); },
+                        testing::ThrowsMessage<FileError>(format.emptyRefusal));
         }
-        EXPECT_THAT([&] { format.write(notANumber, "n"); },
-                    testing::ThrowsMessage<FileError>("n: expected finite coordinates of vertex 1, found 1.000000, nan, "
-                                                      "0.000000"));
+        EXPECT_THAT(
+            [&] { format.write(notANumber, "n"); },
+            testing::ThrowsMessage<FileError>("n: expected finite coordinates of vertex 1, found 1.000000, nan, "
+                                              "0.000000"));
     }
 }
 

@@ -48,12 +48,14 @@ void ForEachProcedureName(Action action)
 
 void RegisterPrintingRenderer()
 {
-    ForEachProcedureName(
-        [](const std::string& name, DAPI_PROC proc) { GetDApiManager()->Register(brell::kDrawProcedure.kind, name.c_str(), proc); });
+    ForEachProcedureName([](const std::string& name, DAPI_PROC proc) {
+        GetDApiManager()->Register(brell::kDrawProcedure.kind, name.c_str(), proc);
+    });
 }
 
 void UnregisterPrintingRenderer()
 {
-    ForEachProcedureName(
-        [](const std::string& name, DAPI_PROC) { GetDApiManager()->Unregister(brell::kDrawProcedure.kind, name.c_str()); });
+    ForEachProcedureName([](const std::string& name, DAPI_PROC) {
+        GetDApiManager()->Unregister(brell::kDrawProcedure.kind, name.c_str());
+    });
 }

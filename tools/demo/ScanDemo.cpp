@@ -124,12 +124,8 @@ struct Procedure {
 };
 
 const Procedure kProcedures[] = {
-    {"CElementNode", GeoNothing},
-    {"CModelNode", GeoModel},
-    {"CMeshNode", GeoMesh},
-    {"CImageNode", GeoNothing},
-    {"CLinearLineNode", GeoLinearLine},
-    {"CObjectNode", GeoGeneric},
+    {"CElementNode", GeoNothing}, {"CModelNode", GeoModel},           {"CMeshNode", GeoMesh},
+    {"CImageNode", GeoNothing},   {"CLinearLineNode", GeoLinearLine}, {"CObjectNode", GeoGeneric},
 };
 
 // A 3 x 3 grid of heights joined into eight textured triangles, with a 2 x 2 image.
@@ -242,6 +238,7 @@ void ShowScan()
                 GetElement(0, &copy)->GetMesh(0)->Comment().c_str(),
                 static_cast<CImageNode*>(GetElement(0, &copy)->GetMesh(0)->GetChild(0))->Comment().c_str());
 
-    for (const Procedure& procedure : kProcedures) GetDApiManager()->Unregister(brell::kGeoProcedure.kind, procedure.Name().c_str());
+    for (const Procedure& procedure : kProcedures)
+        GetDApiManager()->Unregister(brell::kGeoProcedure.kind, procedure.Name().c_str());
     UnregisterPrintingRenderer();
 }

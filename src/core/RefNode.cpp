@@ -83,7 +83,7 @@ std::string CRefNode::Comment()
 int CRefNode::Copy(CBaseNode* source)
 {
     if (source == nullptr) return 0;
-    if (source->IsKindOf(TypeId())) target_ = static_cast<CRefNode*>(source)->target_;
+    if (auto* other = brell::AsKindOf<CRefNode>(source)) target_ = other->target_;
     return CBaseNode::Copy(source);
 }
 

@@ -99,10 +99,10 @@ std::vector<Part> PartsOf(CBaseNode* root, const std::string& name, std::vector<
         CBaseNode* node = pending.back();
         pending.pop_back();
         for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.push_back(node->GetChild(i));
-        if (node->IsKindOf(CLinearLineNode::TypeId())) lines.push_back(static_cast<CLinearLineNode*>(node));
-        if (!node->IsKindOf(CModelNode::TypeId())) continue;
-        auto* model = static_cast<CModelNode*>(node);
-        CMeshNode* mesh = node->IsKindOf(CMeshNode::TypeId()) ? static_cast<CMeshNode*>(node) : nullptr;
+        if (auto* line = brell::AsKindOf<CLinearLineNode>(node)) lines.push_back(line);
+        auto* model = brell::AsKindOf<CModelNode>(node);
+        if (model == nullptr) continue;
+        CMeshNode* mesh = brell::AsKindOf<CMeshNode>(node);
         const int vertices = model->VertexNumber();
         Part part{model,
                   mesh,

@@ -21,15 +21,12 @@ public:
     CLinearLineNode() = default;
 
     // Data block: the line store with its length, then the attribute block.
-    int SizeOfByte() override;
-    int Read(void* block) override;
-    int Write(void* block) override;
+    BRELL_SCAN_NODE_BLOCK
     // "%d lines".
     std::string Comment() override;
     // A linear line source's lines become this node's private copy; then the
     // name and attributes. 0 for a null source.
     int Copy(CBaseNode* source) override;
-    int GeoCalc(const char* procedure, CBaseNode* output) override;
 
     CRefData<CLineDataStore<CVector_3<double>>> lines;
 };
@@ -41,15 +38,12 @@ public:
     CBezierLineNode() = default;
 
     // Data block: the line store with its length, then the attribute block.
-    int SizeOfByte() override;
-    int Read(void* block) override;
-    int Write(void* block) override;
+    BRELL_SCAN_NODE_BLOCK
     // "%d bezier lines".
     std::string Comment() override;
     // A Bezier line source's lines become this node's private copy; then the
     // name and attributes. 0 for a null source.
     int Copy(CBaseNode* source) override;
-    int GeoCalc(const char* procedure, CBaseNode* output) override;
 
     CRefData<CLineDataStore<BEZIER_POINT3D>> lines;
 };
@@ -64,14 +58,11 @@ public:
     // Data block: both line stores with their lengths, the parameters
     // unaligned, the attribute block, then 4 bytes that belong to the block
     // but are never written (transient is not streamed).
-    int SizeOfByte() override;
-    int Read(void* block) override;
-    int Write(void* block) override;
+    BRELL_SCAN_NODE_BLOCK
     // A character line source's line stores become shared with this node,
     // its parameters and transient copied; then the name and attributes. 0
     // for a null source.
     int Copy(CBaseNode* source) override;
-    int GeoCalc(const char* procedure, CBaseNode* output) override;
 
     CRefData<CLineDataStore<BEZIER_POINT3D>> lines1;
     CRefData<CLineDataStore<BEZIER_POINT3D>> lines2;

@@ -19,15 +19,12 @@ public:
     CModelNode() = default;
 
     // Data block: the vertex store with its length, then the attribute block.
-    int SizeOfByte() override;
-    int Read(void* block) override;
-    int Write(void* block) override;
+    BRELL_SCAN_NODE_BLOCK
     // "%d vertices".
     std::string Comment() override;
     // A model source's vertices become this node's own private copy; then
     // the name and attributes. 0 for a null source.
     int Copy(CBaseNode* source) override;
-    int GeoCalc(const char* procedure, CBaseNode* output) override;
 
     // The vertex count, writable (see CArrayDataStore::Number).
     int& VertexNumber() { return vertices->Number(); }
@@ -54,15 +51,12 @@ public:
 
     // Data block: polygons, integer lists 2 and 3, texture coordinates and
     // integer list 1, each with its length, then the model's data block.
-    int SizeOfByte() override;
-    int Read(void* block) override;
-    int Write(void* block) override;
+    BRELL_SCAN_NODE_BLOCK
     // "%d polygons".
     std::string Comment() override;
     // A mesh source's five stores become private copies, then as
     // CModelNode::Copy. Children (and so the images) are not copied.
     int Copy(CBaseNode* source) override;
-    int GeoCalc(const char* procedure, CBaseNode* output) override;
 
     int ImageNumber();
     // A handle sharing that image's pixels; a new empty matrix when there is no such image.
@@ -97,15 +91,12 @@ public:
     CImageNode() = default;
 
     // Data block: the pixel matrix with its length, then the attribute block.
-    int SizeOfByte() override;
-    int Read(void* block) override;
-    int Write(void* block) override;
+    BRELL_SCAN_NODE_BLOCK
     // "width = %d, height = %d".
     std::string Comment() override;
     // An image source's pixel store becomes shared with this node (no
     // private copy); then the name and attributes. 0 for a null source.
     int Copy(CBaseNode* source) override;
-    int GeoCalc(const char* procedure, CBaseNode* output) override;
 
     CRefData<CMatrixDataStore<RGBA>> image;
 };

@@ -9,6 +9,15 @@ class CTree;
 class CMeshNode;
 class CImageNode;
 
+// The overrides of every scan-data class with a data block of its own: the
+// block (its base's part, its own fields, the attribute block) and the
+// geometry calculation under its own type name.
+#define BRELL_SCAN_NODE_BLOCK        \
+    int SizeOfByte() override;       \
+    int Read(void* block) override;  \
+    int Write(void* block) override; \
+    int GeoCalc(const char* procedure, CBaseNode* output) override;
+
 // Base of every scan-data node. Geometry is not computed here: GeoCalc hands
 // the node to the host's geometry procedure "Geo" + class name + "_" +
 // procedure (kind "GeoProc"), which hangs what it builds under an output node.
@@ -68,15 +77,12 @@ public:
     CLodNode() = default;
 
     // Data block: the level, then the attribute block.
-    int SizeOfByte() override;
-    int Read(void* block) override;
-    int Write(void* block) override;
+    BRELL_SCAN_NODE_BLOCK
     // "LOD level = %d".
     std::string Comment() override;
     // Takes a level-of-detail source's level, then the name and attributes;
     // 0 for a null source.
     int Copy(CBaseNode* source) override;
-    int GeoCalc(const char* procedure, CBaseNode* output) override;
 
     int level = 0;
 };

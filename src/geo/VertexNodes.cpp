@@ -100,6 +100,26 @@ int BoxOfRows(CGeoVertexNode& node, CMatrixDataStore<int>& rows, double& minX, d
 
 }  // namespace
 
+// The out-of-line part of BRELL_INDEX_ROWS.
+#define BRELL_INDEX_ROWS_DEFINE(Class)                                                                          \
+    int Class::EvalBBoxThis(double& minX, double& minY, double& minZ, double& maxX, double& maxY, double& maxZ) \
+    {                                                                                                           \
+        return BoxOfRows(*this, *indices, minX, minY, minZ, maxX, maxY, maxZ);                                  \
+    }                                                                                                           \
+    int Class::Clear()                                                                                          \
+    {                                                                                                           \
+        indices->height = 0;                                                                                    \
+        return 1;                                                                                               \
+    }                                                                                                           \
+    int Class::DeleteByValue(int value)                                                                         \
+    {                                                                                                           \
+        DeleteRowsByValue(*indices, value);                                                                     \
+        return 1;                                                                                               \
+    }
+
+BRELL_INDEX_ROWS_DEFINE(CGeoLineNode)
+BRELL_INDEX_ROWS_DEFINE(CGeoPolygonNode)
+
 std::string CGeoVertexNode::Comment()
 {
     return FormatText("%d vertices", VertexNumber());
@@ -195,23 +215,6 @@ int CGeoLineNode::Copy(CBaseNode* source)
     return CGeoVertexNode::Copy(source);
 }
 
-int CGeoLineNode::EvalBBoxThis(double& minX, double& minY, double& minZ, double& maxX, double& maxY, double& maxZ)
-{
-    return BoxOfRows(*this, *indices, minX, minY, minZ, maxX, maxY, maxZ);
-}
-
-int CGeoLineNode::Clear()
-{
-    indices->height = 0;
-    return 1;
-}
-
-int CGeoLineNode::DeleteByValue(int value)
-{
-    DeleteRowsByValue(*indices, value);
-    return 1;
-}
-
 std::string CGeoPolygonNode::Comment()
 {
     return FormatText("%d polygons, %d vertices", Number(), VertexNumber());
@@ -224,23 +227,6 @@ int CGeoPolygonNode::Copy(CBaseNode* source)
         indices = polygon->indices;
     }
     return CGeoVertexNode::Copy(source);
-}
-
-int CGeoPolygonNode::EvalBBoxThis(double& minX, double& minY, double& minZ, double& maxX, double& maxY, double& maxZ)
-{
-    return BoxOfRows(*this, *indices, minX, minY, minZ, maxX, maxY, maxZ);
-}
-
-int CGeoPolygonNode::Clear()
-{
-    indices->height = 0;
-    return 1;
-}
-
-int CGeoPolygonNode::DeleteByValue(int value)
-{
-    DeleteRowsByValue(*indices, value);
-    return 1;
 }
 
 std::string CGeoNormalNode::Comment()

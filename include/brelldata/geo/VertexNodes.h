@@ -75,6 +75,52 @@ public:
     CRefData<CArrayDataStore<int>> indices;
 };
 
+// Index rows of Segment() vertices each in `indices`, one row per line or
+// polygon, for the line and polygon nodes:
+// - EvalBBoxThis: the box of every indexed vertex; 0 without rows.
+// - Segment(): vertices per row; setting it does not rearrange the rows held.
+// - Number(): the rows held at the current Segment() (CMatrixDataStore::HeldRows).
+// - Index(i, j): a row at or past the end is first made room for (the count
+//   stays); the spare element for a negative row or when that fails.
+// - Clear(): no rows, the buffer kept; DeleteByValue(value): removes every row
+//   holding value. Both give 1.
+#define BRELL_INDEX_ROWS                                                                                           \
+    int EvalBBoxThis(double& minX, double& minY, double& minZ, double& maxX, double& maxY, double& maxZ) override; \
+    int& Segment()                                                                                                 \
+    {                                                                                                              \
+        return indices->width;                                                                                     \
+    }                                                                                                              \
+    int Number()                                                                                                   \
+    {                                                                                                              \
+        return indices->HeldRows();                                                                                \
+    }                                                                                                              \
+    int* IndexBuffer()                                                                                             \
+    {                                                                                                              \
+        return indices->Buffer();                                                                                  \
+    }                                                                                                              \
+    int Clear();                                                                                                   \
+    int& Index(int i, int j)                                                                                       \
+    {                                                                                                              \
+        return indices->Element(i, j);                                                                             \
+    }                                                                                                              \
+    int Insert(int pos, int n)                                                                                     \
+    {                                                                                                              \
+        return indices->InsertRows(pos, n);                                                                        \
+    }                                                                                                              \
+    int Delete(int pos, int n)                                                                                     \
+    {                                                                                                              \
+        return indices->DeleteRows(pos, n);                                                                        \
+    }                                                                                                              \
+    int Append(int n)                                                                                              \
+    {                                                                                                              \
+        return indices->AppendRows(n);                                                                             \
+    }                                                                                                              \
+    int DeleteByValue(int value);                                                                                  \
+    VERTEX& Vertex(int i, int j)                                                                                   \
+    {                                                                                                              \
+        return GetVertex(Index(i, j));                                                                             \
+    }
+
 // Lines of Segment() vertices each, one index row per line.
 class BRELL_API CGeoLineNode : public CGeoVertexNode {
     BRELL_NODE_TYPE(CGeoLineNode, CGeoVertexNode)
@@ -87,24 +133,7 @@ public:
     std::string Comment() override;
     // Copies width, colour and closing and shares the index rows of a line node.
     int Copy(CBaseNode* source) override;
-    // The box of every indexed vertex; 0 without rows.
-    int EvalBBoxThis(double& minX, double& minY, double& minZ, double& maxX, double& maxY, double& maxZ) override;
-
-    // Vertices per line; setting it does not rearrange the rows held.
-    int& Segment() { return indices->width; }
-    // The rows held at the current Segment() (CMatrixDataStore::HeldRows).
-    int Number() { return indices->HeldRows(); }
-    int* IndexBuffer() { return indices->Buffer(); }
-    int Clear();
-    // A row at or past the end is first made room for (the count stays); the
-    // spare element for a negative row or when that fails.
-    int& Index(int i, int j) { return indices->Element(i, j); }
-    int Insert(int pos, int n) { return indices->InsertRows(pos, n); }
-    int Delete(int pos, int n) { return indices->DeleteRows(pos, n); }
-    int Append(int n) { return indices->AppendRows(n); }
-    // Removes every row holding value; 1.
-    int DeleteByValue(int value);
-    VERTEX& Vertex(int i, int j) { return GetVertex(Index(i, j)); }
+    BRELL_INDEX_ROWS
 
     int closed = 0;
     double lineWidth = 1.0;
@@ -124,23 +153,7 @@ public:
     std::string Comment() override;
     // Copies the colour and shares the index rows of a polygon node.
     int Copy(CBaseNode* source) override;
-    // The box of every indexed vertex; 0 without rows.
-    int EvalBBoxThis(double& minX, double& minY, double& minZ, double& maxX, double& maxY, double& maxZ) override;
-
-    // Corners per polygon; setting it does not rearrange the rows held.
-    int& Segment() { return indices->width; }
-    // As CGeoLineNode::Number.
-    int Number() { return indices->HeldRows(); }
-    int* IndexBuffer() { return indices->Buffer(); }
-    int Clear();
-    // As CGeoLineNode::Index.
-    int& Index(int i, int j) { return indices->Element(i, j); }
-    int Insert(int pos, int n) { return indices->InsertRows(pos, n); }
-    int Delete(int pos, int n) { return indices->DeleteRows(pos, n); }
-    int Append(int n) { return indices->AppendRows(n); }
-    // Removes every row holding value; 1.
-    int DeleteByValue(int value);
-    VERTEX& Vertex(int i, int j) { return GetVertex(Index(i, j)); }
+    BRELL_INDEX_ROWS
 
     RGBA color{255, 255, 255, 255};
     CRefData<CMatrixDataStore<int>> indices;

@@ -151,6 +151,14 @@ TEST(Stores, TakeTheSpareElementForOutOfRangeAccess)
     EXPECT_EQ(&lines.Element(1, 0), &lines.Element(0, 2));
 }
 
+TEST(PolygonStores, TakeARowCountPastFourAsFour)
+{
+    CPolygonDataStore<int> polygons;
+    polygons.rows = {{{1, 2, 3, 4}, 7}};
+    EXPECT_EQ(&polygons.Element(0, 4), &polygons.Element(1, 0));
+    EXPECT_EQ(polygons.SizeOfByte(), 4 + 4 + 4 * 4);
+}
+
 TEST(StoreBlocks, HoldTheCountsThenTheItemsAndReadBack)
 {
     ExpectBlock(*Store<int>({0, 1, 2}), *Store<int>({9, 9, 9, 9}), Bytes().I32(3).I32(0).I32(1).I32(2));

@@ -1,0 +1,48 @@
+#pragma once
+
+#include "Held.h"
+
+#include <brelldata/core/BaseNode.h>
+#include <brelldata/core/Ref.h>
+
+#include <pybind11/numpy.h>
+#include <pybind11/pybind11.h>
+
+#include <string>
+#include <vector>
+
+// The parts of the module `brelldata`, each binding one area of the library.
+// Python names are snake_case; each docstring names the C++ operation behind it.
+
+namespace brell::python {
+
+namespace py = pybind11;
+
+void BindNodes(py::module_& module);
+void BindViews(py::module_& module);
+void BindScanData(py::module_& module);
+void BindFiles(py::module_& module);
+
+// A numpy view of count rows of the store's memory at data, shaped rowShape
+// after the row count; its base object holds one reference on the store.
+py::array StoreView(CRef* store, void* data, py::ssize_t count, const py::dtype& dtype,
+                    const std::vector<py::ssize_t>& rowShape);
+// A numpy view of the attribute's bytes as dtype items shaped rowShape (the
+// row count follows from the size), or None when the node has no such
+// attribute; its base object holds one reference on the node. ValueError
+// when the size is not a whole number of rows.
+py::object AttributeView(CBaseNode* node, const std::string& name, const py::dtype& dtype,
+                         const std::vector<py::ssize_t>& rowShape);
+
+// Raises BufferError when numpy views of the store exist: it must not change size.
+void RefuseResizeWhileViewed(const CRef* store, const char* what);
+// Sets an attribute to size bytes of the given type (ValueError for none).
+// While numpy views of the node's attributes exist, anything that would move
+// their memory raises BufferError: adding an attribute, or giving a viewed
+// one a new size. The library writes a value of the same size in place.
+void SetAttributeValue(CBaseNode* node, const std::string& name, const void* data, size_t size, int type);
+
+// The bytes of a C-contiguous buffer (copied first when it is not contiguous).
+py::buffer_info ContiguousBytes(const py::buffer& data);
+
+}  // namespace brell::python

@@ -17,11 +17,19 @@
 namespace brell::python {
 
 namespace py = pybind11;
+using HeldNode = Held<CBaseNode>;
 
 void BindNodes(py::module_& module);
 void BindViews(py::module_& module);
 void BindScanData(py::module_& module);
 void BindFiles(py::module_& module);
+void BindProcedures(py::module_& module);
+// The reference renderer, kept to one file (GlPicture.cpp).
+void BindGl(py::module_& module);
+
+// Raises, once back from the library, the first exception a Python procedure
+// raised during the call.
+void RaisePendingError();
 
 // A numpy view of count rows of the store's memory at data, shaped rowShape
 // after the row count; its base object holds one reference on the store.

@@ -15,8 +15,6 @@ namespace brell::python {
 
 namespace {
 
-using HeldNode = Held<CBaseNode>;
-
 // The children of a node as a Python sequence; it keeps the node alive.
 struct Children {
     HeldNode parent;

@@ -171,7 +171,20 @@ void BindScanData(py::module_& module)
 
     py::class_<CObjectNode, CBaseNode, Held<CObjectNode>>(module, "ObjectNode",
                                                            "The base of every scan-data node (CObjectNode).")
-        .def(py::init(&MakeNode<CObjectNode>), py::arg("name") = "", "A new CObjectNode with that name.");
+        .def(py::init(&MakeNode<CObjectNode>), py::arg("name") = "", "A new CObjectNode with that name.")
+        .def(
+            "geo_calc",
+            [](CObjectNode& node, const std::string& procedure, CBaseNode* output) {
+                const int result = node.GeoCalc(procedure.c_str(), output);
+                RaisePendingError();
+                return result != 0;
+            },
+            py::arg("procedure"), py::arg("output").none(false),
+            R"(Calculates the node's geometry with a geometry procedure under output (GeoCalc).
+
+A reference node named as this node, holding what the procedure made, is hung
+under output, and so on for the scan-data children. False when a procedure
+failed or none was found.)");
 
     py::class_<CElementNode, CObjectNode, Held<CElementNode>>(
         module, "ElementNode", "One scanned element: the parent of its models, meshes and images (CElementNode).")

@@ -64,7 +64,7 @@ def test_an_exception_in_a_python_procedure_propagates_out_of_the_call(register,
         call()
 
 
-def test_an_unregistered_procedure_is_no_longer_called(register):
+def test_an_unregistered_procedure_is_no_longer_called():
     brelldata.register_procedure(brelldata.GEO_PROCEDURE, "GeoCMeshNode_py", lambda node, out: True)
     brelldata.unregister_procedure(brelldata.GEO_PROCEDURE, "GeoCMeshNode_py")
     assert not triangle().geo_calc("py", brelldata.Node())

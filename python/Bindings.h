@@ -24,6 +24,7 @@ void BindViews(py::module_& module);
 void BindScanData(py::module_& module);
 void BindFiles(py::module_& module);
 void BindProcedures(py::module_& module);
+void BindCamera(py::module_& module);
 // The reference renderer, kept to one file (GlPicture.cpp).
 void BindGl(py::module_& module);
 

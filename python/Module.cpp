@@ -19,6 +19,7 @@ operation it stands for.)";
     brell::python::BindViews(module);
     brell::python::BindScanData(module);
     brell::python::BindFiles(module);
+    brell::python::BindCamera(module);
     brell::python::BindProcedures(module);
     brell::python::BindGl(module);
 }

@@ -119,7 +119,8 @@ void BindCamera(py::module_& module)
                          colorPlaneWidth, colorPlaneHeight, colorPlaneNumber, colorPlanePixelBits, words40, halves48,
                          words56, pitchOfPixels, words116, halves152, word160, half164, bytes166, halves176, bytes186,
                          halves222, bytes226, distortions, bytes396, calibTables);
-    py::register_exception<CFileException>(module, "CameraFileError", PyExc_OSError);
+    py::register_exception<CFileException>(module, "CameraFileError", PyExc_OSError).doc() =
+        "A camera data file that cannot be opened, read or written (CFileException); an OSError.";
     py::class_<CameraShot>(module, "CameraShot", R"(One scanner shot of a camera data file (CAMERADATA or KAMERADATA).
 
 ``header`` is a record view of the header in host byte order, a numpy

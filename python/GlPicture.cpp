@@ -42,7 +42,8 @@ py::array_t<uint8_t> Render(CBaseNode* root, int width, int height, const std::a
 
 void BindGl(py::module_& module)
 {
-    py::register_exception<CGlError>(module, "GlError", PyExc_RuntimeError);
+    py::register_exception<CGlError>(module, "GlError", PyExc_RuntimeError).doc() =
+        "The reference renderer could not draw: no OpenGL context, or a picture it cannot save (CGlError).";
     module.attr("GL_RENDERER") = kGlRenderer;
     module.attr("GL_GEOMETRY_PROCEDURES") = py::make_tuple(kGlPoints, kGlWire, kGlShade, kGlSmooth, kGlTexture);
     module.def("register_gl_procedures", &RegisterGlProcedures,

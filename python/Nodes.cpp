@@ -255,7 +255,7 @@ from the end); ``append``, ``insert``, ``remove`` and ``pop`` change them. The
 parent holds one reference on each child, whatever Python holds.)")
         .def("__len__", [](const Children& c) { return c.parent->GetChildNum(); }, "The number of children (GetChildNum).")
         .def("__getitem__", [](const Children& c, py::ssize_t i) { return HeldNode(c.parent->GetChild(c.At(i))); },
-             "The child at an index (GetChild); IndexError outside.")
+             py::arg("index"), "The child at an index (GetChild); IndexError outside.")
         .def("__iter__",
              [](const Children& c) {
                  std::vector<HeldNode> nodes;
@@ -264,14 +264,14 @@ parent holds one reference on each child, whatever Python holds.)")
              },
              "The children in order, as they are when iteration starts.")
         .def("__contains__", [](const Children& c, CBaseNode* child) { return c.parent->IsChild(child) != 0; },
-             "Whether a node is among the children (IsChild).")
+             py::arg("node"), "Whether a node is among the children (IsChild).")
         .def("index",
              [](const Children& c, CBaseNode* child) {
                  const int index = c.parent->ChildIndex(child);
                  if (index < 0) throw py::value_error("the node is not a child");
                  return index;
              },
-             "The index of the first entry that is the node (ChildIndex); ValueError when none.")
+             py::arg("node"), "The index of the first entry that is the node (ChildIndex); ValueError when none.")
         .def("append", [](const Children& c, CBaseNode* child) { c.parent->AppendChild(child); },
              py::arg("node"), "Appends a child; the parent takes a reference of its own (AppendChild).")
         .def("insert",
@@ -318,14 +318,14 @@ in the library's name order. The library offers no way to delete one.)")
              [](const Attributes& a, const std::string& name) {
                  return a.node->QueryAttribute(name.c_str(), nullptr, nullptr) != nullptr;
              },
-             "Whether the node has an attribute of that name.")
+             py::arg("name"), "Whether the node has an attribute of that name.")
         .def("__getitem__", [](const Attributes& a, const std::string& name) { return AttributeValue(a.node.get(), name); },
-             "The value of an attribute; KeyError when there is none.")
+             py::arg("name"), "The value of an attribute; KeyError when there is none.")
         .def("__setitem__",
              [](const Attributes& a, const std::string& name, const py::handle& value) {
                  SetAttributeFromPython(a.node.get(), name, value);
              },
-             "Sets an attribute; its type follows the value's (see the class).")
+             py::arg("name"), py::arg("value"), "Sets an attribute; its type follows the value's (see the class).")
         .def("type_of",
              [](const Attributes& a, const std::string& name) -> py::object {
                  int size = 0;
@@ -405,15 +405,16 @@ the exact name, the exact type name (as SearchNode's IsSameType) and a kind (is_
              "The subtree as text, one line per node indented two spaces a level: type, quoted name, comment.")
         .def("to_bytes", &StreamOf, "The subtree as a node stream (WriteNode), the library's own flat form.")
         .def("__eq__", [](const CBaseNode& a, const CBaseNode& b) { return &a == &b; }, py::is_operator(),
-             "Whether both objects are the same node.")
-        .def("__hash__", [](const CBaseNode& n) { return std::hash<const void*>()(&n); })
-        .def("__repr__", [](CBaseNode& n) {
-            return "<brelldata " + n.Type() + " \"" + n.Name() + "\" " + n.Comment() + ">";
-        });
+             py::arg("other"), "Whether both objects are the same node.")
+        .def("__hash__", [](const CBaseNode& n) { return std::hash<const void*>()(&n); },
+             "Hashes the node's identity, so nodes can be dictionary keys.")
+        .def("__repr__",
+             [](CBaseNode& n) { return "<brelldata " + n.Type() + " \"" + n.Name() + "\" " + n.Comment() + ">"; },
+             "Type, name and comment.");
 
     py::class_<NodeWalk>(module, "NodeIterator", "An iterator over nodes of a subtree, from Node.walk and Node.find_all.")
-        .def("__iter__", [](NodeWalk& walk) -> NodeWalk& { return walk; })
-        .def("__next__", &NextNode);
+        .def("__iter__", [](NodeWalk& walk) -> NodeWalk& { return walk; }, "The iterator itself.")
+        .def("__next__", &NextNode, "The next node; StopIteration at the end.");
 
     module.def(
         "create_node",

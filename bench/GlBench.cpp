@@ -90,8 +90,8 @@ public:
         options_.width = kWidth;
         options_.height = kHeight;
         options_.direction = {0.0, -1.0, -1.5};
-        RegisterGlProcedures();
-        renderer_ = std::make_unique<CGlRenderer>(kWidth, kHeight);
+        brell::gl::RegisterProcedures();
+        renderer_ = std::make_unique<brell::gl::Renderer>(kWidth, kHeight);
     }
     ~Bench()
     {
@@ -120,15 +120,15 @@ public:
 private:
     void Frame()
     {
-        RenderScene(*renderer_, root_, options_);
+        brell::gl::RenderScene(*renderer_, root_, options_);
         benchmark::DoNotOptimize(renderer_->ReadPixels());
     }
 
     CGeoBaseNode* geometry_;
     CGeoBaseNode* root_ = new CGeoBaseNode;
     CGeoRefNode* reference_ = new CGeoRefNode;
-    RenderOptions options_;
-    std::unique_ptr<CGlRenderer> renderer_;
+    brell::gl::RenderOptions options_;
+    std::unique_ptr<brell::gl::Renderer> renderer_;
 };
 
 template <CGeoBaseNode* (*Make)(), bool warm>
@@ -137,7 +137,7 @@ void BM_Frame(benchmark::State& state)
     try {
         Bench bench(Make());
         bench.Run(state, warm);
-    } catch (const CGlError& error) {
+    } catch (const brell::gl::RenderError& error) {
         state.SkipWithError(error.what());
     }
 }

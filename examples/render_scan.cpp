@@ -29,20 +29,20 @@ int main(int argc, char** argv)
     const char* picture = argc > 2 ? argv[2] : "scan.png";
     try {
         CTree scene(argc > 1 ? brell::io::ImportScan(argv[1]) : Pyramid());
-        RegisterGlProcedures();  // draw procedures of renderer "GL" and the geometry procedures
+        // The reference geometry procedures' smooth shading of each element.
         CTree display(CreateNode("CBaseNode"));
-        for (int i = 0; i < ElementNumber(&scene); ++i) GetElement(i, &scene)->GeoCalc(kGlSmooth, display.Root());
+        brell::gl::CalculateGeometry(scene.Root(), brell::gl::kSmoothProcedure, display.Root());
 
-        RenderOptions options;
+        brell::gl::RenderOptions options;
         options.width = 640;
         options.height = 480;
         options.direction = {-0.5, -0.4, -1.0};
-        RenderToPng(display.Root(), options, picture);
+        brell::gl::RenderToPng(display.Root(), options, picture);
         std::printf("drew %s\n", picture);
         return 0;
     } catch (const brell::io::FileError& error) {
         std::fprintf(stderr, "%s\n", error.what());
-    } catch (const CGlError& error) {
+    } catch (const brell::gl::RenderError& error) {
         std::fprintf(stderr, "%s\n", error.what());
     }
     return 1;

@@ -13,10 +13,12 @@ namespace brell::python {
 
 namespace {
 
-RenderOptions Options(int width, int height, const std::array<uint8_t, 4>& background,
-                      const std::array<double, 3>& direction, double fov)
+using Colour = std::array<uint8_t, 4>;
+using Direction = std::array<double, 3>;
+
+gl::RenderOptions Options(int width, int height, const Colour& background, const Direction& direction, double fov)
 {
-    RenderOptions options;
+    gl::RenderOptions options;
     options.width = width;
     options.height = height;
     options.background = RGBA{background[0], background[1], background[2], background[3]};
@@ -25,12 +27,12 @@ RenderOptions Options(int width, int height, const std::array<uint8_t, 4>& backg
     return options;
 }
 
-py::array_t<uint8_t> Render(CBaseNode* root, int width, int height, const std::array<uint8_t, 4>& background,
-                            const std::array<double, 3>& direction, double fov)
+py::array_t<uint8_t> Render(CBaseNode* root, int width, int height, const Colour& background,
+                            const Direction& direction, double fov)
 {
-    RegisterGlProcedures();
-    CGlRenderer renderer(width, height);
-    RenderScene(renderer, root, Options(width, height, background, direction, fov));
+    gl::RegisterProcedures();
+    gl::Renderer renderer(width, height);
+    gl::RenderScene(renderer, root, Options(width, height, background, direction, fov));
     RaisePendingError();
     const std::vector<RGBA> pixels = renderer.ReadPixels();
     py::array_t<uint8_t> picture({py::ssize_t{height}, py::ssize_t{width}, py::ssize_t{4}});
@@ -42,34 +44,46 @@ py::array_t<uint8_t> Render(CBaseNode* root, int width, int height, const std::a
 
 void BindGl(py::module_& module)
 {
-    py::register_exception<CGlError>(module, "GlError", PyExc_RuntimeError).doc() =
-        "The reference renderer could not draw: no OpenGL context, or a picture it cannot save (CGlError).";
-    module.attr("GL_RENDERER") = kGlRenderer;
-    module.attr("GL_GEOMETRY_PROCEDURES") = py::make_tuple(kGlPoints, kGlWire, kGlShade, kGlSmooth, kGlTexture);
-    module.def("register_gl_procedures", &RegisterGlProcedures,
-               R"(Registers the reference renderer's procedures (RegisterGlProcedures): its draw procedures
-for the renderer GL_RENDERER and its geometry procedures GL_GEOMETRY_PROCEDURES
-("points", "wire", "shade", "smooth", "texture") for geo_calc.)");
+    py::register_exception<gl::RenderError>(module, "RenderError", PyExc_RuntimeError).doc() =
+        "The reference renderer could not draw: no OpenGL context, nothing to draw, or a picture it "
+        "cannot save (brell::gl::RenderError).";
+    module.attr("GL_RENDERER") = gl::kRendererName;
+    py::tuple procedures(std::size(gl::kProcedures));
+    for (size_t i = 0; i < std::size(gl::kProcedures); ++i) procedures[i] = gl::kProcedures[i];
+    module.attr("GL_GEOMETRY_PROCEDURES") = procedures;
+    module.def("register_gl_procedures", &gl::RegisterProcedures,
+               R"(Registers the reference renderer's procedures (brell::gl::RegisterProcedures): its draw
+procedures for the renderer GL_RENDERER and its geometry procedures
+GL_GEOMETRY_PROCEDURES ("points", "wire", "shade", "smooth", "texture") for geo_calc.)");
+    module.def("calculate_geometry", &gl::CalculateGeometry, py::arg("scan"), py::arg("procedure"),
+               py::arg("output").none(false),
+               R"(The geometry of a scan (a scan node, or a scene root whose children are) by one of
+GL_GEOMETRY_PROCEDURES under output (brell::gl::CalculateGeometry); RenderError
+for an unknown procedure or when nothing was calculated.)");
 
-    module.def("render", &Render, py::arg("root"), py::arg("width") = 800, py::arg("height") = 600,
-               py::arg("background") = std::array<uint8_t, 4>{0, 0, 0, 255},
-               py::arg("direction") = std::array<double, 3>{0, 0, -1}, py::arg("fov") = 45.0,
+    const gl::RenderOptions defaults;
+    const Colour background{defaults.background.r, defaults.background.g, defaults.background.b,
+                            defaults.background.a};
+    const Direction direction{defaults.direction.x, defaults.direction.y, defaults.direction.z};
+    module.def("render", &Render, py::arg("root"), py::arg("width") = defaults.width,
+               py::arg("height") = defaults.height, py::arg("background") = background,
+               py::arg("direction") = direction, py::arg("fov") = defaults.fov,
                R"(Draws a tree of geometry with the reference renderer into a new (H, W, 4) uint8 array.
 
 Rows run from the top. The view is the tree's first shown camera node, or else
 its box seen whole along direction with a vertical field of view of fov
-degrees (SceneCamera). GlError when no OpenGL context can be made.)");
+degrees (SceneCamera). RenderError when no OpenGL context can be made or the
+tree draws nothing.)");
     module.def(
         "render_png",
-        [](CBaseNode* root, const std::string& path, int width, int height, const std::array<uint8_t, 4>& background,
-           const std::array<double, 3>& direction, double fov) {
-            RenderToPng(root, Options(width, height, background, direction, fov), path.c_str());
+        [](CBaseNode* root, const std::string& path, int width, int height, const Colour& background,
+           const Direction& direction, double fov) {
+            gl::RenderToPng(root, Options(width, height, background, direction, fov), path);
             RaisePendingError();
         },
-        py::arg("root"), py::arg("path"), py::arg("width") = 800, py::arg("height") = 600,
-        py::arg("background") = std::array<uint8_t, 4>{0, 0, 0, 255},
-        py::arg("direction") = std::array<double, 3>{0, 0, -1}, py::arg("fov") = 45.0,
-        "Renders as render does and saves the picture as a PNG file (RenderToPng).");
+        py::arg("root"), py::arg("path"), py::arg("width") = defaults.width, py::arg("height") = defaults.height,
+        py::arg("background") = background, py::arg("direction") = direction, py::arg("fov") = defaults.fov,
+        "Renders as render does and saves the picture as a PNG file (brell::gl::RenderToPng).");
 }
 
 }  // namespace brell::python

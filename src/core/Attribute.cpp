@@ -147,7 +147,7 @@ void* CStandardAttribute::QueryTypedBytes(const char* name, int type, int* size)
     int storedSize = 0;
     int storedType = 0;
     void* data = QueryAttribute(name, &storedSize, &storedType);
-    if (data == nullptr || storedType != type) return nullptr;
+    if (storedType != type) return nullptr;
     if (size != nullptr) *size = storedSize;
     return data;
 }
@@ -212,9 +212,9 @@ int CStandardAttribute::CopyAttribute(CBaseNodeAttribute* source)
 
 int CStandardAttribute::SizeOfByte()
 {
-    size_t size = 4;
-    for (Entry& entry : *this) size += 4 + entry.name.size() + 1 + 12 + static_cast<size_t>(entry.value.Size());
-    return static_cast<int>(size);
+    int64_t size = 4;
+    for (Entry& entry : *this) size += static_cast<int64_t>(4 + entry.name.size() + 1 + 12) + entry.value.Size();
+    return brell::BlockSize(size);
 }
 
 int CStandardAttribute::Write(void* block)

@@ -1,6 +1,9 @@
 #include <brelldata/core/BaseNode.h>
 
+#include "core/WalkStack.h"
+
 #include <cstdio>
+#include <new>
 
 CBaseNode::CBaseNode() : attributes_(new CStandardAttribute) {}
 
@@ -22,12 +25,44 @@ CBaseNode& CBaseNode::operator=(const CBaseNode& other)
     return *this;
 }
 
+namespace {
+
+using OwedReleases = brell::WalkStack<CBaseNode*, 32>;
+
+// The releases owed by the destructors running on this thread. The outermost
+// one carries them out one after another, so that releasing a tree of any
+// depth takes no stack; a destructor inside it leaves its children's here.
+thread_local OwedReleases* owedReleases = nullptr;
+
+// Pushed first to last, so that they are released last first.
+void OweReleases(std::vector<CBaseNode*>& children)
+{
+    for (CBaseNode* child : children) {
+        try {
+            owedReleases->Push(child);
+        } catch (const std::bad_alloc&) {
+            child->Release();
+        }
+    }
+    children.clear();
+}
+
+}  // namespace
+
 CBaseNode::~CBaseNode()
 {
-    while (!children_.empty()) {
-        CBaseNode* last = children_.back();
-        children_.pop_back();
-        last->Release();
+    if (owedReleases != nullptr) {
+        OweReleases(children_);
+    } else {
+        OwedReleases owed;
+        owedReleases = &owed;
+        OweReleases(children_);
+        while (!owed.Empty()) {
+            CBaseNode* next = owed.Top();
+            owed.Pop();
+            next->Release();
+        }
+        owedReleases = nullptr;
     }
     delete attributes_;
 }
@@ -46,7 +81,7 @@ const std::string& CBaseNode::BaseTypeId()
 
 CBaseNode* CBaseNode::Create()
 {
-    return new (std::nothrow) CBaseNode();
+    return brell::NewNode<CBaseNode>();
 }
 
 const std::string& CBaseNode::Type() const
@@ -114,14 +149,22 @@ int CBaseNode::ChildIndex(CBaseNode* node) const
 void CBaseNode::InsertChild(unsigned int index, CBaseNode* child)
 {
     if (child == nullptr || index > children_.size()) return;
-    children_.insert(children_.begin() + index, child);
+    try {
+        children_.insert(children_.begin() + index, child);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
     child->AddRef();
 }
 
 void CBaseNode::AppendChild(CBaseNode* child)
 {
     if (child == nullptr) return;
-    children_.push_back(child);
+    try {
+        children_.push_back(child);
+    } catch (const std::bad_alloc&) {
+        return;
+    }
     child->AddRef();
 }
 

@@ -4,9 +4,15 @@
 #include <brelldata/core/Block.h>
 #include <brelldata/core/NodeRegistry.h>
 
+#include "core/Adopt.h"
+#include "core/WalkStack.h"
+
+#include <algorithm>
+
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace {
 
@@ -66,14 +72,20 @@ CBaseNode* CreateNamedType(std::string_view type)
     return CreateNode(std::string(type).c_str());
 }
 
+// A record read whose children are still being read: where its data block
+// and its first child start, and how many children are left.
+struct OpenRecord {
+    CBaseNode* node;
+    const unsigned char* record;
+    const unsigned char* firstChild;
+    int32_t childrenLeft;
+};
+
 // Under the bounds of a checked load, a record must lie whole inside the
 // stream, its data block must be read inside itself, and its type must be
-// known; else nothing of it is kept. size is set to what SizeOfByte gives for
-// the node read: measuring each subtree once as it is read finds the next
-// record where re-measuring it at every level above would.
-CBaseNode* ReadRecord(const unsigned char* record, size_t& size)
+// known; else nothing of it is kept. frame is set to the record's fields.
+CBaseNode* ReadOneRecord(const unsigned char* record, RecordFrame& frame, const unsigned char*& firstChild)
 {
-    RecordFrame frame;
     const unsigned char* data = ReadFrame(record, frame);
     brell::BlockBounds* bounds = brell::ActiveBlockBounds();
     const size_t dataBytes = DataBytes(frame.dataSize);
@@ -99,23 +111,52 @@ CBaseNode* ReadRecord(const unsigned char* record, size_t& size)
             return nullptr;
         }
     }
+    firstChild = data + dataBytes;
+    return node;
+}
 
-    // The next record is found by measuring what was read, not by stored sizes.
-    const unsigned char* firstChild = data + dataBytes;
+// The address after a record whose children are all read: the next record is
+// found by measuring what was read, not by stored sizes. Measuring each
+// subtree once as it is read finds it where re-measuring it at every level
+// above would.
+const unsigned char* RecordEnd(const OpenRecord& open, const unsigned char* childrenEnd)
+{
+    CBaseNode* node = open.node;
+    return open.record + RecordSize(node->Type().size(), node->Name().size(), node->SizeOfByte()) +
+           (childrenEnd - open.firstChild);
+}
+
+// Reads the subtree at record, each child appended to its parent as soon as
+// it is made, so that releasing the top node on a failure frees all made so
+// far. The end of the subtree's stream is stored in end.
+CBaseNode* ReadTree(const unsigned char* record, const unsigned char*& end)
+{
+    RecordFrame frame;
+    const unsigned char* firstChild = nullptr;
+    CBaseNode* top = ReadOneRecord(record, frame, firstChild);
+    if (top == nullptr) return nullptr;
+    brell::WalkStack<OpenRecord> open;
+    open.Push({top, record, firstChild, frame.childCount});
     const unsigned char* next = firstChild;
-    for (int32_t i = 0; i < frame.childCount; ++i) {
-        size_t childSize = 0;
-        CBaseNode* child = ReadRecord(next, childSize);
-        if (child == nullptr) {
-            node->Release();
+    while (true) {
+        OpenRecord& parent = open.Top();
+        if (parent.childrenLeft <= 0) {
+            next = RecordEnd(parent, next);
+            open.Pop();
+            if (open.Empty()) break;
+            continue;
+        }
+        --parent.childrenLeft;
+        CBaseNode* child = ReadOneRecord(next, frame, firstChild);
+        if (child == nullptr || !brell::AppendOrRelease(*parent.node, child)) {
+            top->Release();
             return nullptr;
         }
-        next += childSize;
-        node->AppendChild(child);
+        open.Push({child, next, firstChild, frame.childCount});
+        next = firstChild;
     }
-    size = RecordSize(node->Type().size(), node->Name().size(), node->SizeOfByte()) +
-           static_cast<size_t>(next - firstChild);
-    return node;
+    end = next;
+    return top;
 }
 
 }  // namespace
@@ -123,39 +164,54 @@ CBaseNode* ReadRecord(const unsigned char* record, size_t& size)
 int SizeOfByte(CBaseNode* node)
 {
     if (node == nullptr) return 0;
-    size_t size = RecordSize(node->Type().size(), node->Name().size(), node->SizeOfByte());
-    for (unsigned int i = 0; i < node->GetChildNum(); ++i) size += static_cast<size_t>(SizeOfByte(node->GetChild(i)));
-    return static_cast<int>(size);
+    int64_t size = 0;
+    bool fits = true;
+    brell::VisitSubtree(node, [&](CBaseNode* visited) {
+        const int dataSize = visited->SizeOfByte();
+        if (dataSize < 0) fits = false;
+        size += static_cast<int64_t>(RecordSize(visited->Type().size(), visited->Name().size(), dataSize));
+    });
+    return fits ? std::max(brell::BlockSize(size), 0) : 0;
 }
 
 int WriteNode(void* block, CBaseNode* node)
 {
     if (block == nullptr || node == nullptr) return 0;
-    RecordFrame frame;
-    frame.childCount = static_cast<int32_t>(node->GetChildNum());
-    frame.type = node->Type();
-    frame.name = node->Name();
-    frame.dataSize = node->SizeOfByte();
-    unsigned char* data = WriteFrame(block, frame);
-    node->Write(data);
+    // The block holds SizeOfByte(node) bytes, none for a stream past 2 GB: so
+    // the whole is measured before anything is written, and each node's data
+    // size kept for the writing.
+    std::vector<int32_t> dataSizes;
+    int64_t size = 0;
+    bool fits = true;
+    brell::VisitSubtree(node, [&](CBaseNode* visited) {
+        const int dataSize = visited->SizeOfByte();
+        if (dataSize < 0) fits = false;
+        dataSizes.push_back(dataSize);
+        size += static_cast<int64_t>(RecordSize(visited->Type().size(), visited->Name().size(), dataSize));
+    });
+    if (!fits || brell::BlockSize(size) < 0) return 0;
 
-    unsigned char* next = data + DataBytes(frame.dataSize);
-    int total = static_cast<int>(next - static_cast<unsigned char*>(block));
-    for (unsigned int i = 0; i < node->GetChildNum(); ++i) {
-        int written = WriteNode(next, node->GetChild(i));
-        if (written < 1) return 0;
-        next += written;
-        total += written;
-    }
-    return total;
+    auto* next = static_cast<unsigned char*>(block);
+    size_t visits = 0;
+    brell::VisitSubtree(node, [&](CBaseNode* visited) {
+        RecordFrame frame;
+        frame.childCount = static_cast<int32_t>(visited->GetChildNum());
+        frame.type = visited->Type();
+        frame.name = visited->Name();
+        frame.dataSize = dataSizes[visits++];
+        unsigned char* data = WriteFrame(next, frame);
+        visited->Write(data);
+        next = data + DataBytes(frame.dataSize);
+    });
+    return static_cast<int>(next - static_cast<unsigned char*>(block));
 }
 
 CBaseNode* ReadNode(void* block)
 {
     if (block == nullptr) return nullptr;
     const auto* record = static_cast<const unsigned char*>(block);
-    size_t size = 0;
-    CBaseNode* node = ReadRecord(record, size);
-    if (brell::BlockBounds* bounds = brell::ActiveBlockBounds(); bounds != nullptr) bounds->streamEnd = record + size;
+    const unsigned char* end = record;
+    CBaseNode* node = ReadTree(record, end);
+    if (brell::BlockBounds* bounds = brell::ActiveBlockBounds(); bounds != nullptr) bounds->streamEnd = end;
     return node;
 }

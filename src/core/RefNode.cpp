@@ -1,9 +1,75 @@
 #include <brelldata/core/RefNode.h>
-#include <brelldata/geo/GroupNodes.h>
+
+#include "core/Reference.h"
 
 #include <cinttypes>
+#include <cstddef>
 #include <cstdint>
 #include <cstdio>
+
+namespace brell {
+namespace {
+
+struct ReferenceKind {
+    const std::string& (*typeId)();
+    ReferenceStep step;
+};
+
+CBaseNode* RefNodeStep(CBaseNode* node)
+{
+    return static_cast<CRefNode*>(node)->Target();
+}
+
+// Constant-initialised, so it is complete before any code of the library runs.
+constexpr size_t kMaxReferenceKinds = 4;
+ReferenceKind referenceKinds[kMaxReferenceKinds] = {{&CRefNode::TypeId, &RefNodeStep}};
+size_t referenceKindCount = 1;
+
+ReferenceStep StepOf(CBaseNode* node)
+{
+    for (size_t i = 0; i < referenceKindCount; ++i) {
+        if (node->IsKindOf(referenceKinds[i].typeId())) return referenceKinds[i].step;
+    }
+    return nullptr;
+}
+
+}  // namespace
+
+void RegisterReferenceKind(const std::string& (*typeId)(), ReferenceStep step)
+{
+    for (size_t i = 0; i < referenceKindCount; ++i) {
+        if (referenceKinds[i].typeId == typeId) return;
+    }
+    if (referenceKindCount < kMaxReferenceKinds) referenceKinds[referenceKindCount++] = {typeId, step};
+}
+
+// Brent's cycle detection: the hare steps along the chain and the tortoise
+// jumps to it after 1, 2, 4, ... steps, so a cycle is met within twice its
+// length past its start, with no memory per step.
+CBaseNode* FinalReference(CBaseNode* node)
+{
+    ReferenceStep step = node != nullptr ? StepOf(node) : nullptr;
+    if (step == nullptr) return nullptr;
+    CBaseNode* tortoise = node;
+    CBaseNode* hare = step(node);
+    size_t stepsSinceJump = 1;
+    size_t jumpAfter = 1;
+    while (hare != nullptr) {
+        step = StepOf(hare);
+        if (step == nullptr) return hare;
+        if (hare == tortoise) return nullptr;
+        if (stepsSinceJump == jumpAfter) {
+            tortoise = hare;
+            jumpAfter *= 2;
+            stepsSinceJump = 0;
+        }
+        hare = step(hare);
+        ++stepsSinceJump;
+    }
+    return nullptr;
+}
+
+}  // namespace brell
 
 BRELL_NODE_TYPE_DEFINE(CRefNode, CBaseNode)
 
@@ -23,8 +89,5 @@ int CRefNode::Copy(CBaseNode* source)
 
 CBaseNode* CRefNode::Reference()
 {
-    if (target_ == nullptr) return nullptr;
-    if (target_->IsKindOf(TypeId())) return static_cast<CRefNode*>(target_)->Reference();
-    if (target_->IsKindOf(CGeoRefNode::TypeId())) return static_cast<CGeoRefNode*>(target_)->Reference();
-    return target_;
+    return brell::FinalReference(this);
 }

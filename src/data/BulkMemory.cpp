@@ -48,9 +48,12 @@ struct MappedBlocks {
     bool keeping = true;
 };
 
+// Null until the first large block is looked up.
+MappedBlocks* made = nullptr;
+
 MappedBlocks& Mapped()
 {
-    static auto* blocks = new MappedBlocks;
+    static auto* blocks = made = new MappedBlocks;
     return *blocks;
 }
 
@@ -212,6 +215,8 @@ size_t ReleaseKeptBulk()
 
 void StopKeepingBulk()
 {
+    // Made now, nothing would ever free it once the library is gone.
+    if (made == nullptr) return;
     {
         MappedBlocks& mapped = Mapped();
         const std::lock_guard<std::mutex> hold(mapped.lock);

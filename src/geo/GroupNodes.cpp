@@ -1,6 +1,6 @@
 #include "core/Format.h"
+#include "core/Reference.h"
 
-#include <brelldata/core/RefNode.h>
 #include <brelldata/core/Walk.h>
 #include <brelldata/geo/GroupNodes.h>
 #include <brelldata/geo/MeshNodes.h>
@@ -15,7 +15,32 @@ BRELL_GEO_DRAW_DEFINE(CGeoSwitchNode, CGeoBaseNode)
 BRELL_NODE_TYPE_DEFINE(CGeoModeNode, CGeoBaseNode)
 BRELL_GEO_DRAW_DEFINE(CGeoModeNode, CGeoBaseNode)
 
-CGeoRefNode::CGeoRefNode(const CGeoRefNode& other) : CGeoBaseNode(other), reference(other.reference) {}
+namespace {
+
+CBaseNode* GeoRefNodeStep(CBaseNode* node)
+{
+    return static_cast<CGeoRefNode*>(node)->reference;
+}
+
+// A chain can pass through a geometry reference node only once one exists,
+// so the first one made registers the kind.
+void RegisterGeoReferenceKind()
+{
+    static const bool registered = (brell::RegisterReferenceKind(&CGeoRefNode::TypeId, &GeoRefNodeStep), true);
+    (void)registered;
+}
+
+}  // namespace
+
+CGeoRefNode::CGeoRefNode()
+{
+    RegisterGeoReferenceKind();
+}
+
+CGeoRefNode::CGeoRefNode(const CGeoRefNode& other) : CGeoBaseNode(other), reference(other.reference)
+{
+    RegisterGeoReferenceKind();
+}
 
 CGeoRefNode& CGeoRefNode::operator=(const CGeoRefNode& other)
 {
@@ -55,14 +80,12 @@ void CGeoRefNode::SetRefNode(CBaseNode* node)
 
 CBaseNode* CGeoRefNode::Reference()
 {
-    if (reference == nullptr) return nullptr;
-    if (reference->IsKindOf(CRefNode::TypeId())) return static_cast<CRefNode*>(reference)->Reference();
-    if (reference->IsKindOf(TypeId())) return static_cast<CGeoRefNode*>(reference)->Reference();
-    return reference;
+    return brell::FinalReference(this);
 }
 
 void CGeoRefNode::SetCache(CGeoCache* newCache)
 {
+    if (newCache == cache) return;
     ReleaseCache();
     cache = newCache;
 }
@@ -299,12 +322,6 @@ int CGeoModeNode::SetMember(Member member, CGeoBaseNode* node)
 int IsRefNode(CBaseNode* node, int& counter, void* target)
 {
     if (node == nullptr || target == nullptr) return 0;
-    CBaseNode* meant = nullptr;
-    if (node->IsKindOf(CRefNode::TypeId())) {
-        meant = static_cast<CRefNode*>(node)->Reference();
-    } else if (node->IsKindOf(CGeoRefNode::TypeId())) {
-        meant = static_cast<CGeoRefNode*>(node)->Reference();
-    }
-    if (meant != target) return 0;
+    if (brell::FinalReference(node) != target) return 0;
     return --counter < 0 ? 1 : 0;
 }

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 
 BRELL_NODE_TYPE_DEFINE(CGeoLightNode, CGeoBaseNode)
 BRELL_GEO_DRAW_DEFINE(CGeoLightNode, CGeoBaseNode)
@@ -24,8 +25,8 @@ int CGeoLightNode::Copy(CBaseNode* source)
 
 LIGHT_PARAM* CGeoLightNode::Light(int i)
 {
-    if (i >= Number()) return nullptr;
-    return lights.empty() ? nullptr : &lights[static_cast<size_t>(std::max(i, 0))];
+    if (i >= Number() || lights.empty()) return nullptr;
+    return &*std::next(lights.begin(), std::max(i, 0));
 }
 
 int CGeoLightNode::Append(const LIGHT_PARAM& light)
@@ -37,7 +38,7 @@ int CGeoLightNode::Append(const LIGHT_PARAM& light)
 int CGeoLightNode::Delete(int i)
 {
     if (lights.empty() || i >= Number()) return 0;
-    lights.erase(lights.begin() + std::max(i, 0));
+    lights.erase(std::next(lights.begin(), std::max(i, 0)));
     return 1;
 }
 

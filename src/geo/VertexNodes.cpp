@@ -76,21 +76,23 @@ int DeleteRowsByValue(CMatrixDataStore<int>& rows, int value)
 {
     const int width = std::max(rows.width, 0);
     int* items = rows.Buffer();
-    const int kept = CompactPositions(rows.height, [&](int i, int to) {
+    const int held = rows.HeldRows();
+    const int kept = CompactPositions(held, [&](int i, int to) {
         const int* row = items + static_cast<ptrdiff_t>(i) * width;
         if (std::find(row, row + width, value) != row + width) return false;
         std::copy(row, row + width, items + static_cast<ptrdiff_t>(to) * width);
         return true;
     });
-    return rows.DeleteRows(kept, rows.height - kept);
+    return rows.DeleteRows(kept, held - kept);
 }
 
 int BoxOfRows(CGeoVertexNode& node, CMatrixDataStore<int>& rows, double& minX, double& minY, double& minZ, double& maxX,
               double& maxY, double& maxZ)
 {
-    if (rows.height < 1) return 0;
+    const int held = rows.HeldRows();
+    if (held < 1) return 0;
     BoxBuilder box(node.GetVertex(rows.Element(0, 0)));
-    const int64_t entries = int64_t{rows.height} * std::max(rows.width, 0);
+    const int64_t entries = int64_t{held} * rows.width;
     const int* items = rows.Buffer();
     for (int64_t k = 0; k < entries; ++k) box.Take(node.GetVertex(items[k]));
     return box.Give(minX, minY, minZ, maxX, maxY, maxZ);

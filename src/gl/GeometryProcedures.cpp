@@ -3,11 +3,14 @@
 #include <brelldata/data/Normal.h>
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/geo/VertexNodes.h>
+#include <brelldata/io/ScanScene.h>
 #include <brelldata/procedures/ProcedureNames.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
+#include <brelldata/scan/ObjectNodes.h>
 
 #include <algorithm>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -15,9 +18,7 @@
 // GeoCalc hands them. Built geometry shares the scan stores wherever the
 // types agree.
 
-using namespace brell::gl;
-using brell::kGeoProcedure;
-using brell::ProcedureName;
+namespace brell::gl {
 
 namespace {
 
@@ -31,11 +32,23 @@ void SelectAll(CArrayDataStore<int>& selection, int count)
     for (int i = 0; i < count; ++i) selection.Buffer()[i] = i;
 }
 
+// Copies the model's per-vertex colours, when it has one for each vertex,
+// into the same attribute of the geometry made from it; 1 when there were.
+int CarryColors(CModelNode* model, CBaseNode* geometry)
+{
+    int size = 0;
+    void* colors = model->QueryAttributeStruct(io::kColorsAttribute, &size);
+    if (colors == nullptr || int64_t{size} != int64_t{model->VertexNumber()} * int64_t{sizeof(RGBA)}) return 0;
+    geometry->SetAttributeStruct(io::kColorsAttribute, colors, size);
+    return 1;
+}
+
 CGeoPointNode* Points(CModelNode* model)
 {
     auto* points = new CGeoPointNode;
     points->vertices = model->vertices;
     SelectAll(*points->indices, model->VertexNumber());
+    CarryColors(model, points);
     return points;
 }
 
@@ -46,6 +59,7 @@ CGeoWireFrameNode* Wireframe(CMeshNode* mesh)
     wire->polygons = mesh->polygons;
     wire->closed = 1;
     SelectAll(*wire->indices, mesh->polygons->Number());
+    CarryColors(mesh, wire);
     return wire;
 }
 
@@ -83,8 +97,9 @@ CGeoPolyShadeRefNode* Shaded(CMeshNode* mesh, Kind kind)
     }
     shade->smooth = kind == kSmooth ? 1 : 0;
     shade->texture = kind == kTexture && mesh->ImageNumber() > 0 ? 1 : 0;
-    // A texture shows its own colours; bare meshes are light grey.
-    shade->color = mesh->ImageNumber() > 0 ? RGBA{255, 255, 255, 255} : RGBA{200, 200, 200, 255};
+    // Textures and vertex colours show as they are; bare meshes are light grey.
+    const bool colored = CarryColors(mesh, shade) != 0;
+    shade->color = colored || mesh->ImageNumber() > 0 ? RGBA{255, 255, 255, 255} : RGBA{200, 200, 200, 255};
     return shade;
 }
 
@@ -150,13 +165,44 @@ void AddKind(std::vector<std::pair<std::string, DAPI_PROC>>& all, const char* na
 
 }  // namespace
 
-std::vector<std::pair<std::string, DAPI_PROC>> brell::gl::GeometryProcedures()
+void CalculateGeometry(CBaseNode* scan, const std::string& procedure, CBaseNode* output)
+{
+    const char* const* known = std::find(std::begin(kProcedures), std::end(kProcedures), procedure);
+    if (known == std::end(kProcedures))
+        throw RenderError::At("calculating geometry",
+                              "expected a procedure among " + ProcedureList() + ", found \"" + procedure + "\"");
+    if (scan == nullptr || output == nullptr)
+        throw RenderError::At("calculating geometry", "expected a scan and an output node, found none");
+    RegisterProcedures();
+    const unsigned int before = output->GetChildNum();
+    const auto calculate = [&](CBaseNode* node) {
+        if (auto* object = AsKindOf<CObjectNode>(node)) object->GeoCalc(*known, output);
+    };
+    calculate(scan);
+    if (!scan->IsKindOf(CObjectNode::TypeId()))
+        for (unsigned int i = 0; i < scan->GetChildNum(); ++i) calculate(scan->GetChild(i));
+    if (output->GetChildNum() == before)
+        throw RenderError::At("calculating geometry", "nothing to calculate: the tree holds no scan data");
+}
+
+std::string ProcedureList()
+{
+    std::string list;
+    const size_t count = std::size(kProcedures);
+    for (size_t i = 0; i < count; ++i)
+        list += (i == 0 ? "" : i + 1 < count ? ", " : " or ") + std::string(kProcedures[i]);
+    return list;
+}
+
+std::vector<std::pair<std::string, DAPI_PROC>> GeometryProcedures()
 {
     std::vector<std::pair<std::string, DAPI_PROC>> all;
-    AddKind<kPoints>(all, kGlPoints);
-    AddKind<kWire>(all, kGlWire);
-    AddKind<kShade>(all, kGlShade);
-    AddKind<kSmooth>(all, kGlSmooth);
-    AddKind<kTexture>(all, kGlTexture);
+    AddKind<kPoints>(all, kPointsProcedure);
+    AddKind<kWire>(all, kWireProcedure);
+    AddKind<kShade>(all, kShadeProcedure);
+    AddKind<kSmooth>(all, kSmoothProcedure);
+    AddKind<kTexture>(all, kTextureProcedure);
     return all;
 }
+
+}  // namespace brell::gl

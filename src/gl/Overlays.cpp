@@ -8,7 +8,7 @@
 // corner) after the 3-D picture. Colours hold red in the low byte, then green
 // and blue. Points and lines run through pixel centres.
 
-using namespace brell::gl;
+namespace brell::gl {
 
 namespace {
 
@@ -156,9 +156,11 @@ int DrawBezier2D(void* node, void* context)
 
 }  // namespace
 
-std::vector<Procedure> brell::gl::OverlayProcedures()
+std::vector<Procedure> OverlayProcedures()
 {
     return {{"CGeoPoint2DNode", DrawPoints2D},    {"CGeoLine2DNode", DrawLine2D},
             {"CGeoCrossLine2DNode", DrawCross2D}, {"CGeoRectangle2DNode", DrawRectangle2D},
             {"CGeoRegion2DNode", DrawRegion2D},   {"CGeoBezier2DNode", DrawBezier2D}};
 }
+
+}  // namespace brell::gl

@@ -3,17 +3,14 @@
 #include <brelldata/data/Normal.h>
 #include <brelldata/geo/MeshNodes.h>
 #include <brelldata/geo/VertexNodes.h>
+#include <brelldata/io/ScanScene.h>
 #include <brelldata/procedures/DApi.h>
 #include <brelldata/procedures/ProcedureNames.h>
 
 #include <algorithm>
 #include <string>
 
-using namespace brell::gl;
-using brell::kDrawProcedure;
-using brell::kEndDrawProcedure;
-using brell::kGeoProcedure;
-using brell::ProcedureName;
+namespace brell::gl {
 
 namespace {
 
@@ -76,6 +73,15 @@ void ForEachSelected(CArrayDataStore<int>& selection, CPolygonDataStore<int>& po
     }
 }
 
+// The node's per-vertex colours; null without one for each vertex.
+const RGBA* VertexColors(CGeoVertexNode* node)
+{
+    int size = 0;
+    const void* colors = node->QueryAttributeStruct(io::kColorsAttribute, &size);
+    if (colors == nullptr || int64_t{size} != int64_t{node->VertexNumber()} * int64_t{sizeof(RGBA)}) return nullptr;
+    return static_cast<const RGBA*>(colors);
+}
+
 // Elements into the node's vertex store; nothing to draw is success.
 int DrawIndexed(void* context, CGeoVertexNode* node, GLenum mode, Elements& elements, const Style& style,
                 CArrayDataStore<CVector_3<float>>* normals = nullptr)
@@ -84,6 +90,7 @@ int DrawIndexed(void* context, CGeoVertexNode* node, GLenum mode, Elements& elem
     Geometry geometry;
     geometry.mode = mode;
     geometry.vertexStore = &*node->vertices;
+    geometry.vertexColors = VertexColors(node);
     geometry.normalStore = normals;
     geometry.elements = std::move(elements.list);
     return RendererOf(context).Add(geometry, style);
@@ -113,8 +120,10 @@ int DrawGroup(void*, void*)
 
 int DrawVertices(void* node, void* context)
 {
+    auto* vertices = static_cast<CGeoVertexNode*>(node);
     Geometry points;
-    points.vertexStore = &*static_cast<CGeoVertexNode*>(node)->vertices;
+    points.vertexStore = &*vertices->vertices;
+    points.vertexColors = VertexColors(vertices);
     return RendererOf(context).Add(points, Look({255, 255, 255, 255}));
 }
 
@@ -199,14 +208,15 @@ int DrawReferencedPolygons(void* node, void* context)
     return DrawIndexed(context, mesh, outline ? GL_LINES : GL_TRIANGLES, elements, Look(mesh->color));
 }
 
-// Smooth meshes without texture share the vertex and normal stores; flat or
-// textured ones give every triangle corner its own normal and coordinate.
+// Smooth meshes without texture share the vertex, normal and colour stores;
+// flat or textured ones give every triangle corner its own normal and
+// coordinate, or colour when untextured.
 int DrawPolyShade(void* node, void* context)
 {
     auto* mesh = static_cast<CGeoPolyShadeRefNode*>(node);
     const int vertexCount = mesh->VertexNumber();
     CMatrixDataStore<RGBA>& image = *mesh->textureImage;
-    const bool textured = mesh->texture != 0 && image.width > 0 && image.height > 0 && image.Buffer() != nullptr;
+    const bool textured = mesh->texture != 0 && image.HeldRows() > 0 && image.Buffer() != nullptr;
     const bool smooth = mesh->smooth != 0 && mesh->smoothNormals->Number() == vertexCount;
     Elements elements(vertexCount);
     if (smooth && !textured) {
@@ -217,6 +227,7 @@ int DrawPolyShade(void* node, void* context)
     Geometry geometry;
     geometry.mode = GL_TRIANGLES;
     if (textured) geometry.textureImage = &image;
+    const RGBA* colors = textured ? nullptr : VertexColors(mesh);
     size_t cornerCount = 0;
     ForEachSelected(*mesh->indices, *mesh->polygons, [&](int, const int*, int count) {
         cornerCount += 3 * static_cast<size_t>(std::max(count - 2, 0));
@@ -224,6 +235,7 @@ int DrawPolyShade(void* node, void* context)
     geometry.positions.reserve(3 * cornerCount);
     geometry.normals.reserve(3 * cornerCount);
     if (textured) geometry.texCoords.reserve(2 * cornerCount);
+    if (colors != nullptr) geometry.colors.reserve(cornerCount);
     ForEachSelected(*mesh->indices, *mesh->polygons, [&](int i, const int* corners, int count) {
         if (count < 3 || !elements.Valid(corners, count)) return;
         CVector_3<float> flat;
@@ -239,6 +251,7 @@ int DrawPolyShade(void* node, void* context)
                 Append(geometry.positions, v.x, v.y, v.z);
                 const CVector_3<float>& n = smooth ? mesh->smoothNormals->Element(corners[corner]) : flat;
                 geometry.normals.insert(geometry.normals.end(), {n.x, n.y, n.z});
+                if (colors != nullptr) geometry.colors.push_back(colors[corners[corner]]);
                 if (!textured) continue;
                 const CVector_2<float>& uv = mesh->TextureCoord(i, corner);
                 geometry.texCoords.insert(geometry.texCoords.end(), {uv.x, uv.y});
@@ -252,7 +265,8 @@ int DrawLights(void* node, void* context)
 {
     Item lights;
     lights.kind = Item::kLights;
-    lights.lights = static_cast<CGeoLightNode*>(node)->lights;
+    const auto& nodeLights = static_cast<CGeoLightNode*>(node)->lights;
+    lights.lights.assign(nodeLights.begin(), nodeLights.end());
     return RendererOf(context).AddState(std::move(lights));
 }
 
@@ -272,20 +286,20 @@ int DrawReference(void* node, void* context)
     auto* reference = static_cast<CGeoRefNode*>(node);
     CBaseNode* target = reference->Reference();
     if (target == nullptr) return 1;
-    CGlRenderer::Impl& renderer = RendererOf(context);
-    if (renderer.recording != nullptr) return DrawTree(target, kGlRenderer, context);
+    Renderer::Impl& renderer = RendererOf(context);
+    if (renderer.recording != nullptr) return DrawTree(target, kRendererName, context);
     if (auto* cache = dynamic_cast<GlCache*>(reference->GetCache())) {
         if (cache->Execute(context) != 0) return 1;
     }
     auto* cache = new GlCache(renderer.shared_from_this());
     renderer.recording = &cache->batch;
-    const int result = DrawTree(target, kGlRenderer, context);
+    const int result = DrawTree(target, kRendererName, context);
     renderer.recording = nullptr;
     reference->SetCache(cache);
     return result;
 }
 
-const Procedure kProcedures[] = {
+const Procedure kDrawProcedures[] = {
     {"CGeoBaseNode", DrawGroup},
     {"CGeoVertexNode", DrawVertices},
     {"CGeoPointNode", DrawPoints},
@@ -314,11 +328,13 @@ struct Registration {
 std::vector<Registration> AllProcedures()
 {
     std::vector<Registration> all;
-    for (const Procedure& procedure : kProcedures)
-        all.push_back({kDrawProcedure.kind, ProcedureName(kDrawProcedure, procedure.type, kGlRenderer), procedure.draw});
+    for (const Procedure& procedure : kDrawProcedures)
+        all.push_back(
+            {kDrawProcedure.kind, ProcedureName(kDrawProcedure, procedure.type, kRendererName), procedure.draw});
     for (const Procedure& procedure : OverlayProcedures())
-        all.push_back({kDrawProcedure.kind, ProcedureName(kDrawProcedure, procedure.type, kGlRenderer), procedure.draw});
-    all.push_back({kEndDrawProcedure.kind, ProcedureName(kEndDrawProcedure, "CGeoBaseNode", kGlRenderer), DrawGroup});
+        all.push_back(
+            {kDrawProcedure.kind, ProcedureName(kDrawProcedure, procedure.type, kRendererName), procedure.draw});
+    all.push_back({kEndDrawProcedure.kind, ProcedureName(kEndDrawProcedure, "CGeoBaseNode", kRendererName), DrawGroup});
     for (auto& [name, procedure] : GeometryProcedures())
         all.push_back({kGeoProcedure.kind, std::move(name), procedure});
     return all;
@@ -326,13 +342,15 @@ std::vector<Registration> AllProcedures()
 
 }  // namespace
 
-int RegisterGlProcedures()
+int RegisterProcedures()
 {
     for (const Registration& r : AllProcedures()) GetDApiManager()->Register(r.kind, r.name.c_str(), r.procedure);
     return 1;
 }
 
-void UnregisterGlProcedures()
+void UnregisterProcedures()
 {
     for (const Registration& r : AllProcedures()) GetDApiManager()->Unregister(r.kind, r.name.c_str());
 }
+
+}  // namespace brell::gl

@@ -31,14 +31,16 @@ struct Style {
 
 // One draw's geometry on the CPU side. Positions come from a shared vertex
 // store (uploaded once per batch, indexed by elements or drawn whole) or
-// from positions; normals likewise per vertex or per position.
+// from positions; normals and colours likewise per vertex or per position.
 struct Geometry {
     GLenum mode = GL_POINTS;
     CArrayDataStore<VERTEX>* vertexStore = nullptr;
     CArrayDataStore<CVector_3<float>>* normalStore = nullptr;
+    const RGBA* vertexColors = nullptr;  // one per vertex of the store
     CMatrixDataStore<RGBA>* textureImage = nullptr;
     std::vector<float> positions;
     std::vector<float> normals;
+    std::vector<RGBA> colors;
     std::vector<float> texCoords;
     std::vector<GLuint> elements;
 };
@@ -68,9 +70,7 @@ struct Batch {
     void Free();
 };
 
-}  // namespace brell::gl
-
-class CGlRenderer::Impl : public std::enable_shared_from_this<CGlRenderer::Impl> {
+class Renderer::Impl : public std::enable_shared_from_this<Renderer::Impl> {
 public:
     Impl(int width, int height);
     ~Impl();
@@ -79,33 +79,36 @@ public:
     void BeginFrame(const CAMERA_PARAM& camera, RGBA background);
     // Uploads geometry into the cache being recorded (else the frame's
     // batch) and draws it; 0 when GL ran out of memory.
-    int Add(brell::gl::Geometry& geometry, const brell::gl::Style& style);
+    int Add(Geometry& geometry, const Style& style);
     // Lights and camera changes, recorded like geometry.
-    int AddState(brell::gl::Item item);
+    int AddState(Item item);
     // Draws the items of a cache made by this renderer.
-    void Execute(const brell::gl::Batch& batch);
+    void Execute(const Batch& batch);
     // Draws the window items held back so far over everything else.
     void DrawOverlays();
     void FreeFrame();
 
     int width;
     int height;
-    brell::gl::Batch* recording = nullptr;
+    Batch* recording = nullptr;
     uint64_t uploads = 0;
     uint64_t uploadedBytes = 0;
+    // Geometry drawn since BeginFrame, cached or not.
+    uint64_t drawnItems = 0;
 
 private:
     // Frees the GL objects and the context, which must be current.
     void Release();
     // Window items wait for DrawOverlays unless overlay is set.
-    void Execute(const brell::gl::Item& item, bool overlay = false);
+    void Execute(const Item& item, bool overlay = false);
     void SetCamera(const CAMERA_PARAM& camera);
     void SetLights(const std::vector<LIGHT_PARAM>& lights);
-    GLuint Upload(brell::gl::Batch& batch, GLenum target, const void* data, size_t bytes);
-    GLuint SharedPositions(brell::gl::Batch& batch, CArrayDataStore<VERTEX>& store);
-    GLuint SharedNormals(brell::gl::Batch& batch, CArrayDataStore<CVector_3<float>>& store);
-    GLuint SharedTexture(brell::gl::Batch& batch, CMatrixDataStore<RGBA>& image);
-    void Uniform(GLint location, const brell::gl::Matrix& matrix);
+    GLuint Upload(Batch& batch, GLenum target, const void* data, size_t bytes);
+    GLuint SharedPositions(Batch& batch, CArrayDataStore<VERTEX>& store);
+    GLuint SharedNormals(Batch& batch, CArrayDataStore<CVector_3<float>>& store);
+    GLuint SharedColors(Batch& batch, const RGBA* colors, int count);
+    GLuint SharedTexture(Batch& batch, CMatrixDataStore<RGBA>& image);
+    void Uniform(GLint location, const Matrix& matrix);
 
     EGLDisplay display_ = EGL_NO_DISPLAY;
     EGLContext context_ = EGL_NO_CONTEXT;
@@ -113,19 +116,17 @@ private:
     GLuint colorBuffer_ = 0;
     GLuint depthBuffer_ = 0;
     GLuint program_ = 0;
-    brell::gl::Batch frame_;
-    std::vector<brell::gl::Item> overlays_;
-    brell::gl::Matrix view_{};
-    brell::gl::Matrix projection_{};
+    Batch frame_;
+    std::vector<Item> overlays_;
+    Matrix view_{};
+    Matrix projection_{};
     struct Locations {
         GLint modelView, projection, color, pointSize, lit, textured, texture, lightCount, lightPosition, lightAmbient,
             lightDiffuse;
     } at_{};
 
-    friend class CGlRenderer;
+    friend class Renderer;
 };
-
-namespace brell::gl {
 
 struct Procedure {
     const char* type;
@@ -135,28 +136,30 @@ struct Procedure {
 std::vector<Procedure> OverlayProcedures();
 // The "GeoProc" procedures by name.
 std::vector<std::pair<std::string, DAPI_PROC>> GeometryProcedures();
+// "points, wire, shade, smooth or texture", for messages.
+std::string ProcedureList();
 
 // The renderer's cache of a CGeoRefNode: the reference's subtree as uploaded
 // on its first frame.
 class GlCache final : public CGeoCache {
 public:
-    explicit GlCache(std::weak_ptr<CGlRenderer::Impl> owner);
+    explicit GlCache(std::weak_ptr<Renderer::Impl> owner);
     // Frees the GL objects while the renderer lives, then the cache.
     void Discard() override;
-    // Draws the cache when context (a CGlRenderer*) made it; else 0.
+    // Draws the cache when context (a Renderer*) made it; else 0.
     int Execute(void* context) override;
 
     Batch batch;
 
 private:
     ~GlCache();
-    std::weak_ptr<CGlRenderer::Impl> owner_;
+    std::weak_ptr<Renderer::Impl> owner_;
 };
 
 // The renderer behind a procedure's context.
-inline CGlRenderer::Impl& RendererOf(void* context)
+inline Renderer::Impl& RendererOf(void* context)
 {
-    return static_cast<CGlRenderer*>(context)->Get();
+    return static_cast<Renderer*>(context)->Get();
 }
 
 }  // namespace brell::gl

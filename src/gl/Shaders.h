@@ -3,23 +3,27 @@
 namespace brell::gl {
 
 // One program for everything: positions in world or window coordinates,
-// optional normals (two-sided diffuse lighting in eye space) and textures.
+// optional normals (two-sided diffuse lighting in eye space), per-vertex
+// colours (white when absent) and textures, all times the uniform colour.
 inline constexpr const char* kVertexShader = R"(#version 330 core
 layout(location = 0) in vec3 aPosition;
 layout(location = 1) in vec3 aNormal;
 layout(location = 2) in vec2 aTexCoord;
+layout(location = 3) in vec4 aColor;
 uniform mat4 uModelView;
 uniform mat4 uProjection;
 uniform float uPointSize;
 out vec3 vPosition;
 out vec3 vNormal;
 out vec2 vTexCoord;
+out vec4 vColor;
 void main()
 {
     vec4 position = uModelView * vec4(aPosition, 1.0);
     vPosition = position.xyz;
     vNormal = mat3(uModelView) * aNormal;
     vTexCoord = aTexCoord;
+    vColor = aColor;
     gl_Position = uProjection * position;
     gl_PointSize = uPointSize;
 }
@@ -30,6 +34,7 @@ const int kMaxLights = 8;
 in vec3 vPosition;
 in vec3 vNormal;
 in vec2 vTexCoord;
+in vec4 vColor;
 uniform vec4 uColor;
 uniform bool uLit;
 uniform bool uTextured;
@@ -42,7 +47,7 @@ uniform vec3 uLightDiffuse[kMaxLights];
 out vec4 fragColor;
 void main()
 {
-    vec4 base = uTextured ? texture(uTexture, vTexCoord) * uColor : uColor;
+    vec4 base = (uTextured ? texture(uTexture, vTexCoord) * uColor : uColor) * vColor;
     if (!uLit) {
         fragColor = base;
         return;

@@ -204,6 +204,7 @@ CBaseNode* ImportScan(const std::string& path)
 
 void ExportScan(CBaseNode* root, const std::string& path, PlyEncoding plyEncoding)
 {
+    if (root == nullptr) throw FileError::InFile(path, "a scene to export", "none");
     WriteScanFile(GeometryOfScene(root, path), path, plyEncoding);
 }
 

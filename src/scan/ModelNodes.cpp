@@ -1,5 +1,6 @@
 #include <brelldata/scan/ModelNodes.h>
 
+#include "core/Adopt.h"
 #include "core/Format.h"
 #include "scan/ScanNodes.h"
 
@@ -77,7 +78,7 @@ int CMeshNode::AppendImage(CRefData<CMatrixDataStore<RGBA>>& image)
     CImageNode* node = static_cast<CImageNode*>(CImageNode::Create());
     if (node == nullptr) return -1;
     node->image = image;
-    AppendChild(node);
+    if (!brell::AppendOrRelease(*this, node)) return -1;
     return ImageNumber() - 1;
 }
 
@@ -88,8 +89,7 @@ int CMeshNode::InsertImage(int image, CRefData<CMatrixDataStore<RGBA>>& store)
     CImageNode* node = static_cast<CImageNode*>(CImageNode::Create());
     if (node == nullptr) return 0;
     node->image = store;
-    InsertChild(static_cast<unsigned int>(index), node);
-    return 1;
+    return brell::InsertOrRelease(*this, static_cast<unsigned int>(index), node) ? 1 : 0;
 }
 
 int CMeshNode::DeleteImage(int image)

@@ -1,5 +1,6 @@
 #include <brelldata/scan/ObjectNodes.h>
 
+#include "core/Adopt.h"
 #include "core/Format.h"
 #include "procedures/ProcedureCall.h"
 #include "scan/ScanNodes.h"
@@ -64,15 +65,25 @@ int CObjectNode::GeoCalcDescent(const char* procedure, const std::string& typeNa
         reference->Release();
         return CObjectNode::GeoCalc(procedure, output);
     }
+    // Without an output node the calculated geometry has nowhere to go.
+    if (output == nullptr) {
+        reference->Release();
+        return 0;
+    }
     reference->SetName(Name().c_str());
-    output->AppendChild(reference);
+    if (!brell::AppendOrRelease(*output, reference)) return 0;
     reference->SetRefNode(this);
 
+    // Each child is held while it is calculated, so that a procedure that
+    // takes it out of this node does not destroy it under the descent.
     int result = 1;
     for (unsigned int i = 0; i < GetChildNum(); ++i) {
         if (IsChildEnable(static_cast<int>(i)) == 0) continue;
         CObjectNode* child = brell::AsKindOf<CObjectNode>(GetChild(i));
-        if (child != nullptr && child->GeoCalc(procedure, reference) == 0) result = 0;
+        if (child == nullptr) continue;
+        child->AddRef();
+        if (child->GeoCalc(procedure, reference) == 0) result = 0;
+        child->Release();
     }
     return result;
 }

@@ -15,12 +15,14 @@ namespace brell {
 // Measures a layout instead of writing or reading it.
 class BlockSizer {
 public:
-    void Bytes(const void*, size_t size) { size_ += size; }
-    void Skip(size_t size) { size_ += size; }
-    int Size() const { return static_cast<int>(size_); }
+    void Bytes(const void*, size_t size) { Skip(size); }
+    void Skip(size_t size) { size_ = AddBlockSizes(size_, BlockSize(static_cast<int64_t>(size))); }
+    // A part measured elsewhere, kSizeTooLarge when it does not fit.
+    void Part(int size) { size_ = AddBlockSizes(size_, size); }
+    int Size() const { return size_; }
 
 private:
-    size_t size_ = 0;
+    int size_ = 0;
 };
 
 // A store inside a data block: its block's length L, then the block, so that
@@ -48,18 +50,20 @@ void StorePart(BlockReader& reader, Store& store)
 template <class Store>
 void StorePart(BlockSizer& sizer, const Store& store)
 {
-    sizer.Skip(4 + static_cast<size_t>(store.SizeOfByte()));
+    sizer.Skip(4);
+    sizer.Part(store.SizeOfByte());
 }
 
 // A class's data block: its own fields, laid out once by Fields (called with
 // a writer, a reader or a sizer and the node), then its base class's block.
-// Write and Read give 0 for a null block, else the base's result.
+// Write and Read give 0 for a null block, else the base's result; the size
+// is kSizeTooLarge when any part is.
 template <class Base, class Node, class Fields>
 int SizeOfBlock(Node& node, Fields fields)
 {
     BlockSizer sizer;
     fields(sizer, node);
-    return sizer.Size() + node.Base::SizeOfByte();
+    return AddBlockSizes(sizer.Size(), node.Base::SizeOfByte());
 }
 
 template <class Base, class Node, class Fields>
@@ -86,7 +90,7 @@ int ReadBlock(Node& node, void* block, Fields fields)
 #define BRELL_SCAN_NODE_DEFINE(Class, Base, Fields, unwritten)        \
     int Class::SizeOfByte()                                           \
     {                                                                 \
-        return brell::SizeOfBlock<Base>(*this, Fields) + (unwritten); \
+        return brell::AddBlockSizes(brell::SizeOfBlock<Base>(*this, Fields), (unwritten)); \
     }                                                                 \
     int Class::Read(void* block)                                      \
     {                                                                 \

@@ -55,9 +55,9 @@ void CNameList::Clear()
 
 int CNameList::SizeOfByte() const
 {
-    int size = 4;
-    for (CONST_POS pos = Begin(); pos != End(); ++pos) size += static_cast<int>(pos.link_->name.size()) + 5;
-    return size;
+    int64_t size = 4;
+    for (CONST_POS pos = Begin(); pos != End(); ++pos) size += static_cast<int64_t>(pos.link_->name.size()) + 5;
+    return brell::BlockSize(size);
 }
 
 int CNameList::Write(void* block) const

@@ -187,4 +187,16 @@ TEST(NodeAttributes, TypedQueriesMatchOnlyTheirOwnType)
     EXPECT_EQ(size, 5);
 }
 
+TEST(NodeAttributes, StructQueriesOfAnEntryWithoutBytesGiveSizeZero)
+{
+    Bytes block = Bytes().I32(1).Attribute("empty", 0, VALUE_STRUCT, Bytes());
+    CBaseNode node;
+    ASSERT_EQ(node.Read(block.Mutable()), 1);
+    int stringSize = 9, structSize = 9;
+    EXPECT_EQ(node.QueryAttributeString("empty", &stringSize), nullptr);
+    EXPECT_EQ(node.QueryAttributeStruct("empty", &structSize), nullptr);
+    EXPECT_EQ(stringSize, 0);
+    EXPECT_EQ(structSize, 0);
+}
+
 }  // namespace

@@ -254,6 +254,17 @@ TEST(Normals, UnitOnesHaveLengthOneAndShortOnesAreMarked)
     ExpectVector(normals->Element(0), {0, 0, 0});
 }
 
+TEST(Normals, OfHugeVectorsAreUnitNormalsToo)
+{
+    auto normals = Store<CVector_3<double>>({{1e200, 0, 0}, {3e200, 0, -4e200}});
+    UnitNormal(normals);
+    ExpectVector(normals->Element(0), {1, 0, 0});
+    ExpectVector(normals->Element(1), {0.6, 0, -0.8});
+    auto vertices = Store<VERTEX>({{0, 0, 0}, {1e160, 0, 0}, {0, 1e160, 0}});
+    int corners[] = {0, 1, 2};
+    ExpectVector(CalcNormal(vertices, corners, 3), {0, 0, 1});
+}
+
 // The reciprocal length is rounded to float before scaling; neither a float
 // length nor scaling in double gives these bits.
 TEST(Normals, InFloatScaleByTheRoundedReciprocalLength)
@@ -266,6 +277,31 @@ TEST(Normals, InFloatScaleByTheRoundedReciprocalLength)
     EXPECT_EQ(floats->Element(1).x, 1.0f);
     ClearFloatNormal(floats);
     EXPECT_EQ(floats->Element(0).z, 0.0f);
+}
+
+// Raising the width over rows already held leaves the later rows past the
+// capacity; a width below 1 holds none.
+TEST(Stores, MatricesUseOnlyTheRowsThatLieWithinTheirCapacityAtTheirWidth)
+{
+    struct Case {
+        int newWidth;
+        int heldRows;
+    };
+    for (const Case& c : {Case{3, 682}, Case{0, 0}, Case{-2, 0}}) {
+        SCOPED_TRACE(c.newWidth);
+        CMatrixDataStore<int> matrix;
+        matrix.width = 2;
+        ASSERT_EQ(matrix.AppendRows(1024), 1);
+        matrix.width = c.newWidth;
+        EXPECT_EQ(matrix.HeldRows(), c.heldRows);
+        std::vector<uint8_t> block(static_cast<size_t>(matrix.SizeOfByte()));
+        EXPECT_EQ(block.size(), 8 + c.heldRows * std::max(c.newWidth, 0) * sizeof(int));
+        matrix.Write(block.data());
+        EXPECT_EQ(matrix.DeleteRows(0, 1), 1);
+        EXPECT_EQ(matrix.InsertRows(0, 1) + matrix.InsertRows(1, 1), 2);
+        int& last = matrix.Element(1023, 2);
+        EXPECT_EQ(&last >= matrix.Buffer() && &last < matrix.Buffer() + matrix.Capacity(), c.newWidth > 0);
+    }
 }
 
 }  // namespace

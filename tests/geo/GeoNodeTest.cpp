@@ -158,6 +158,21 @@ TEST(LightNodes, AppendDeleteAndCopyTheirLights)
     EXPECT_EQ(lights->Number(), 2);
 }
 
+TEST(LightNodes, PointersToALightOutliveEditsOfTheOthers)
+{
+    Held<CGeoLightNode> lights;
+    LIGHT_PARAM light{};
+    lights->Append(light);
+    light.type = 7;
+    lights->Append(light);
+    LIGHT_PARAM* kept = lights->Light(1);
+    for (int i = 0; i < 100; ++i) lights->Append(light);
+    lights->Delete(0);
+    EXPECT_EQ(lights->Light(0), kept);
+    kept->type = 8;
+    EXPECT_EQ(lights->Light(0)->type, 8);
+}
+
 TEST(ViewPoint, SeesTheWholeBoxInTheFieldOfView)
 {
     double x, y, z;
@@ -282,6 +297,29 @@ TEST(VertexNodes, FindTheNearestVertexAfterTheSkippedOne)
     EXPECT_EQ(node->FindNearestVertex(0, 0, 0, 3), -1);
     EXPECT_EQ(node->FindNearestVertex(0, 0, 0, -5), 0);
     EXPECT_EQ(node->FindNearestVertex(1e30, 0, 0, 0), -1);  // no vertex closer than 1e38 squared
+}
+
+// Segment() raised over rows already held, or set to 0: boxes, deletes and
+// index access keep to the rows that lie within the capacity.
+TEST(IndexRows, PastTheCapacityAtTheSegmentAreNotUsed)
+{
+    Held<CGeoPolygonNode> raised;
+    raised->AppendVertex(1);
+    raised->Segment() = 2;
+    raised->Append(1024);
+    raised->Segment() = 3;
+    double box[6];
+    EXPECT_EQ(raised->Number(), 2048 / 3);
+    EXPECT_EQ(raised->EvalBBoxThis(box[0], box[1], box[2], box[3], box[4], box[5]), 1);
+    EXPECT_EQ(raised->DeleteByValue(5), 1);
+    raised->Index(1023, 2) = 7;
+    EXPECT_EQ(raised->Index(1023, 2), 7);
+
+    Held<CGeoPolygonNode> none;
+    none->Segment() = 0;
+    none->Index(0, 0) = 1;
+    EXPECT_EQ(none->Number(), 0);
+    EXPECT_EQ(none->EvalBBoxThis(box[0], box[1], box[2], box[3], box[4], box[5]), 0);
 }
 
 }  // namespace

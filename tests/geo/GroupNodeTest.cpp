@@ -197,4 +197,35 @@ TEST(GeoRefNodes, FollowMixedChainsAndAreFoundBySearch)
     EXPECT_EQ(IsRefNode(referred, counter, nullptr), 0);
 }
 
+TEST(GeoRefNodes, ChainsThatComeBackResolveToNothing)
+{
+    Held<CBaseNode> root(CBaseNode::Create());
+    auto* self = new CRefNode;
+    self->SetRefNode(self);
+    auto* geoFirst = new CGeoRefNode;
+    auto* second = new CRefNode;
+    geoFirst->SetRefNode(second);
+    second->SetRefNode(geoFirst);
+    for (CBaseNode* node : std::vector<CBaseNode*>{self, geoFirst, second}) root->AppendChild(node);
+    EXPECT_EQ(self->Reference(), nullptr);
+    EXPECT_EQ(geoFirst->Reference(), nullptr);
+    EXPECT_EQ(second->Reference(), nullptr);
+    int counter = 0;
+    EXPECT_EQ(SearchNode(root.node, IsRefNode, counter, root.node), nullptr);
+}
+
+TEST(GeoRefNodes, GivingTheCacheAlreadyHeldAgainChangesNothing)
+{
+    int discards = 0;
+    {
+        Held<CGeoRefNode> node(new CGeoRefNode);
+        auto* cache = new CountingCache(discards);
+        node->SetCache(cache);
+        node->SetCache(cache);
+        EXPECT_EQ(discards, 0);
+        EXPECT_EQ(node->GetCache(), cache);
+    }
+    EXPECT_EQ(discards, 1);
+}
+
 }  // namespace

@@ -47,23 +47,23 @@ TEST_F(GlTest, ReferencedSubtreesKeepTheirUploadsUntilReleased)
 
 TEST_F(GlTest, CachesOutliveTheirRendererAndGoWithTheirNodeOnce)
 {
-    const int before = GlCacheCount();
+    const int before = gl::CacheCount();
     {
         Referenced twice;
         Add(twice.scene.node, new CGeoRefNode)->SetRefNode(twice.subtree.node);
         Render(twice.scene.node);
-        EXPECT_EQ(GlCacheCount(), before + 2);
+        EXPECT_EQ(gl::CacheCount(), before + 2);
         renderer.reset();
-        EXPECT_EQ(GlCacheCount(), before + 2);
+        EXPECT_EQ(gl::CacheCount(), before + 2);
 
         // Another renderer cannot use the caches of the first and makes its own.
-        renderer = std::make_unique<CGlRenderer>(kSize, kSize);
+        renderer = std::make_unique<gl::Renderer>(kSize, kSize);
         Render(twice.scene.node);
         EXPECT_GT(renderer->Uploads(), 0u);
         EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
-        EXPECT_EQ(GlCacheCount(), before + 2);
+        EXPECT_EQ(gl::CacheCount(), before + 2);
     }
-    EXPECT_EQ(GlCacheCount(), before);
+    EXPECT_EQ(gl::CacheCount(), before);
 }
 
 TEST_F(GlTest, NodesOutsideReferencesUploadEveryFrame)

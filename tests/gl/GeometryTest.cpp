@@ -2,7 +2,10 @@
 
 #include "gl/GlScenes.h"
 
+#include <gmock/gmock.h>
+
 #include <brelldata/core/Walk.h>
+#include <brelldata/io/ScanScene.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 
@@ -49,7 +52,7 @@ protected:
 
 TEST_F(ScanGeometry, TexturedMeshesShareTheScanStoresAndShowTheImage)
 {
-    ASSERT_EQ(element->GeoCalc(kGlTexture, output.node), 1);
+    ASSERT_EQ(element->GeoCalc(gl::kTextureProcedure, output.node), 1);
     auto* shade = Built<CGeoPolyShadeRefNode>();
     ASSERT_NE(shade, nullptr);
     EXPECT_EQ(&*shade->vertices, &*mesh->vertices);
@@ -76,18 +79,65 @@ TEST_F(ScanGeometry, TexturedMeshesShareTheScanStoresAndShowTheImage)
 
 TEST_F(ScanGeometry, WireAndPointProceduresBuildTheirOwnNodes)
 {
-    ASSERT_EQ(element->GeoCalc(kGlWire, output.node), 1);
+    ASSERT_EQ(element->GeoCalc(gl::kWireProcedure, output.node), 1);
     auto* wire = Built<CGeoWireFrameNode>();
     ASSERT_NE(wire, nullptr);
     EXPECT_EQ(&*wire->polygons, &*mesh->polygons);
     EXPECT_EQ(wire->Number(), 1);
     EXPECT_EQ(Built<CGeoPolyShadeRefNode>(), nullptr);
 
-    ASSERT_EQ(element->GeoCalc(kGlSmooth, output.node), 1);
+    ASSERT_EQ(element->GeoCalc(gl::kSmoothProcedure, output.node), 1);
     EXPECT_EQ(Built<CGeoPolyShadeRefNode>()->smooth, 1);
     Render(output.node);
     EXPECT_EQ(AtWorld(0.0, 0.0).r, AtWorld(0.0, 0.0).b);
     EXPECT_GT(AtWorld(0.0, 0.0).r, 150);
+}
+
+TEST_F(ScanGeometry, CalculationOfASceneBuildsTheGeometryOfEachElement)
+{
+    Held<CBaseNode> scene;
+    scene->AppendChild(element.node);
+    gl::CalculateGeometry(scene.node, gl::kSmoothProcedure, output.node);
+    ASSERT_NE(Built<CGeoPolyShadeRefNode>(), nullptr);
+    EXPECT_EQ(Built<CGeoPolyShadeRefNode>()->smooth, 1);
+}
+
+TEST_F(ScanGeometry, CalculationRefusesUnknownProceduresAndTreesWithoutScanData)
+{
+    const unsigned int children = output->GetChildNum();
+    const struct {
+        CBaseNode* scan;
+        std::string procedure, reason;
+    } refused[] = {
+        {element.node, "smoth", "expected a procedure among points, wire, shade, smooth or texture, found \"smoth\""},
+        {output.node, gl::kSmoothProcedure, "nothing to calculate: the tree holds no scan data"},
+    };
+    for (const auto& r : refused) {
+        EXPECT_THAT([&] { gl::CalculateGeometry(r.scan, r.procedure, output.node); },
+                    testing::Throws<gl::RenderError>(testing::Property(&gl::RenderError::Reason, r.reason)));
+    }
+    EXPECT_EQ(output->GetChildNum(), children);
+}
+
+// A green point beside the square, whose top corners are red and bottom ones blue.
+TEST_F(ScanGeometry, VertexColoursGoWithTheGeometryAndAreDrawn)
+{
+    auto* model = static_cast<CModelNode*>(element->GetChild(0));
+    *model->GetVertex(0) = {-2.0 + 8.5 / 16.0, 2.0 - 8.5 / 16.0, 0.5};  // the centre of pixel (8, 8)
+    RGBA green = kGreen, corners[] = {kRed, kRed, kBlue, kBlue};
+    model->SetAttributeStruct(io::kColorsAttribute, &green, sizeof green);
+    mesh->SetAttributeStruct(io::kColorsAttribute, corners, sizeof corners);
+    for (const char* procedure : {gl::kPointsProcedure, gl::kShadeProcedure, gl::kSmoothProcedure}) {
+        Scene display;
+        Add(display.node, OrthoCamera());
+        ASSERT_EQ(element->GeoCalc(procedure, display.node), 1);
+        Render(display.node);
+        EXPECT_EQ(At(8, 8), kGreen) << procedure;
+        if (procedure == gl::kPointsProcedure) continue;
+        const RGBA top = AtWorld(0.0, 0.9), bottom = AtWorld(0.0, -0.9);
+        EXPECT_TRUE(top.r > 200 && top.b < 60) << procedure << " " << top;
+        EXPECT_TRUE(bottom.b > 200 && bottom.r < 60) << procedure << " " << bottom;
+    }
 }
 
 }  // namespace

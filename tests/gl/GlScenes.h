@@ -30,7 +30,8 @@ inline std::ostream& operator<<(std::ostream& out, const RGBA& c)
 
 namespace brell::test {
 
-constexpr RGBA kBlack{0, 0, 0, 255};
+// What RenderOptions clears to.
+constexpr RGBA kBackground{34, 38, 46, 255};
 constexpr RGBA kRed{255, 0, 0, 255};
 constexpr RGBA kGreen{0, 255, 0, 255};
 constexpr RGBA kBlue{0, 0, 255, 255};
@@ -44,23 +45,23 @@ class GlTest : public ::testing::Test {
 protected:
     void SetUp() override
     {
-        RegisterGlProcedures();
+        gl::RegisterProcedures();
         try {
-            renderer = std::make_unique<CGlRenderer>(kSize, kSize);
-        } catch (const CGlError& error) {
+            renderer = std::make_unique<gl::Renderer>(kSize, kSize);
+        } catch (const gl::RenderError& error) {
             GTEST_SKIP() << error.what();
         }
     }
     void TearDown() override
     {
         renderer.reset();
-        UnregisterGlProcedures();
+        gl::UnregisterProcedures();
     }
 
     // Renders root and keeps its pixels.
     void Render(CBaseNode* root)
     {
-        RenderScene(*renderer, root, {});
+        gl::RenderScene(*renderer, root, {});
         pixels = renderer->ReadPixels();
     }
     // The pixel at window column x and row y from the top.
@@ -81,7 +82,7 @@ protected:
     }
 
     static constexpr int kSize = 64;
-    std::unique_ptr<CGlRenderer> renderer;
+    std::unique_ptr<gl::Renderer> renderer;
     std::vector<RGBA> pixels;
 };
 

@@ -9,6 +9,7 @@
 #include <png.h>
 
 #include <cstdio>
+#include <functional>
 #include <string>
 
 namespace brell::test {
@@ -83,16 +84,16 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
     Render(scene.node);
     EXPECT_EQ(AtWorld(-1.0, 0.75), kRed);  // the front triangle hides the back one whatever the order
     EXPECT_EQ(AtWorld(-1.0, 0.2), kBlue);
-    EXPECT_EQ(AtWorld(-1.9, 1.9), kBlack);
+    EXPECT_EQ(AtWorld(-1.9, 1.9), kBackground);
     EXPECT_EQ(AtWorld(0.6, 1.4), kRed);  // the texture from its top left
     EXPECT_EQ(AtWorld(1.4, 1.4), kGreen);
     EXPECT_EQ(AtWorld(0.6, 0.6), kBlue);
     EXPECT_EQ(AtWorld(1.4, 0.6), kYellow);
     EXPECT_EQ(AtWorld(-1.0, -1.0), kYellow);  // hidden nodes and disabled children draw nothing
-    EXPECT_EQ(AtWorld(-1.0, -0.7), kBlack);
-    EXPECT_EQ(AtWorld(-1.5, -1.7), kBlack);
+    EXPECT_EQ(AtWorld(-1.0, -0.7), kBackground);
+    EXPECT_EQ(AtWorld(-1.5, -1.7), kBackground);
     EXPECT_EQ(AtWorld(0.21, -1.0), kWhite);  // the mode node's wireframe
-    EXPECT_EQ(AtWorld(1.0, -1.0), kBlack);
+    EXPECT_EQ(AtWorld(1.0, -1.0), kBackground);
 
     mode->SetMode(CGeoModeNode::kShading);
     Render(scene.node);
@@ -113,8 +114,8 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
                   {51, 48, kMagenta},
                   {6, 4, kRed},
                   {9, 7, kRed},
-                  {5, 5, kBlack},
-                  {10, 5, kBlack}});
+                  {5, 5, kBackground},
+                  {10, 5, kBackground}});
 
     // Every overlay class draws in window pixels.
     Scene overlays;
@@ -131,9 +132,9 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
                   {10, 60, kWhite},
                   {36, 32, kWhite},
                   {32, 28, kWhite},
-                  {34, 34, kBlack},
+                  {34, 34, kBackground},
                   {50, 10, kRed},
-                  {50, 12, kBlack}});
+                  {50, 12, kBackground}});
 
     // Every vertex class draws.
     Scene drawn;
@@ -175,21 +176,21 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
                   {24, 8, kGreen},
                   {36, 12, kBlue},
                   {50, 4, kYellow},
-                  {50, 9, kBlack},
+                  {50, 9, kBackground},
                   {9, 45, kMagenta},
                   {20, 45, kWhite},
-                  {25, 45, kBlack}});
+                  {25, 45, kBackground}});
 
     // Without a camera the box fills the view.
     Scene boxed;
     Add(boxed.node, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
     Render(boxed.node);
     EXPECT_EQ(At(kSize / 2, kSize / 2), kRed);
-    EXPECT_EQ(At(1, 1), kBlack);
+    EXPECT_EQ(At(1, 1), kBackground);
     // The sphere through the square's corners just fills the view, so its
     // sides reach about two thirds of the way to the picture's edges.
     EXPECT_EQ(At(kSize / 2 + kSize / 4, kSize / 2), kRed);
-    EXPECT_EQ(At(kSize - 4, kSize / 2), kBlack);
+    EXPECT_EQ(At(kSize - 4, kSize / 2), kBackground);
 
     // Scene lights replace the light at the eye.
     Scene lit;
@@ -205,15 +206,15 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
     EXPECT_NEAR(gray.r, 128, 1);
     EXPECT_EQ(gray.r, gray.b);
 
-    // RenderToPng writes the picture.
+    // gl::RenderToPng writes the picture.
     Scene written;
     Add(written.node, OrthoCamera());
     Add(written.node, Polygon({{-2.0, -2.0, 0.0}, {2.0, -2.0, 0.0}, {2.0, 2.0, 0.0}}, kBlue));
     const std::string path = ::testing::TempDir() + "brell_gl_picture.png";
-    RenderOptions options;
+    gl::RenderOptions options;
     options.width = 40;
     options.height = 20;
-    RenderToPng(written.node, options, path.c_str());
+    gl::RenderToPng(written.node, options, path);
 
     png_image image{};
     image.version = PNG_IMAGE_VERSION;
@@ -225,15 +226,38 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
     EXPECT_EQ(image.width, 40u);
     EXPECT_EQ(image.height, 20u);
     EXPECT_EQ(read[19 * 40 + 39], kBlue);
-    EXPECT_EQ(read[0], kBlack);
+    EXPECT_EQ(read[0], kBackground);
 }
 
-TEST(GlErrors, NameWhatFailed)
+// Each failure names its step, its error code when one applies, and says both in what().
+TEST_F(GlTest, RenderErrorsNameTheStepThatFailedAndItsErrorCode)
 {
-    using testing::HasSubstr;
-    EXPECT_THAT([] { CGlRenderer(0, 10); }, testing::ThrowsMessage<CGlError>(HasSubstr("size")));
-    EXPECT_THAT([] { WritePng("/nonexistent/folder/picture.png", 1, 1, {kRed}); },
-                testing::ThrowsMessage<CGlError>(HasSubstr("/nonexistent/folder/picture.png")));
+    using Source = gl::RenderError::Source;
+    const std::string missing = "/nonexistent/folder/picture.png";
+    const struct {
+        std::function<void()> fail;
+        std::string step;
+        Source source;
+        uint32_t code;
+        std::string message;
+    } cases[] = {
+        {[] { gl::Renderer(0, 10); }, "picture size", Source::none, 0,
+         "picture size: expected a positive width and height, found 0x10"},
+        {[] { gl::Renderer(1 << 20, 1); }, "glRenderbufferStorage", Source::gl, 0x0501, "(OpenGL error 0x0501)"},
+        {[&] { gl::WritePng(missing, 1, 1, {kRed}); }, missing, Source::none, 0,
+         missing + ": expected an existing folder"},
+    };
+    for (const auto& c : cases) {
+        try {
+            c.fail();
+            ADD_FAILURE() << c.step << " did not fail";
+        } catch (const gl::RenderError& error) {
+            EXPECT_EQ(error.Step(), c.step);
+            EXPECT_EQ(error.CodeSource(), c.source) << c.step;
+            EXPECT_EQ(error.Code(), c.code) << c.step;
+            EXPECT_THAT(error.what(), testing::HasSubstr(c.message));
+        }
+    }
 }
 
 }  // namespace

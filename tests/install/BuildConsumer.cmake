@@ -15,7 +15,7 @@ function(run_quietly)
   endif()
 endfunction()
 
-file(REMOVE_RECURSE ${PREFIX} ${CONSUMER_BUILD} ${EXAMPLES_BUILD})
+file(REMOVE_RECURSE ${PREFIX} ${CONSUMER_BUILD} ${CONSUMER_BUILD}-unknown ${EXAMPLES_BUILD})
 run(${CMAKE_COMMAND} --install ${BUILD_DIR} --prefix ${PREFIX})
 
 # find_package(BrellData)
@@ -24,6 +24,13 @@ run(${CMAKE_COMMAND} -S ${CONSUMER_SOURCE} -B ${CONSUMER_BUILD} -DCMAKE_PREFIX_P
 run(${CMAKE_COMMAND} --build ${CONSUMER_BUILD})
 run(${CONSUMER_BUILD}/consumer)
 run(${CONSUMER_BUILD}/gl_consumer)
+
+# A component the package lacks fails the search, named.
+execute_process(COMMAND ${CMAKE_COMMAND} -S ${UNKNOWN_COMPONENT_SOURCE} -B ${CONSUMER_BUILD}-unknown
+    -DCMAKE_PREFIX_PATH=${PREFIX} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+if(result EQUAL 0 OR NOT output MATCHES "no component unknown")
+  message(FATAL_ERROR "find_package(BrellData COMPONENTS unknown) did not fail naming the component:\n${output}")
+endif()
 
 # The examples, built and run as a host would.
 run(${CMAKE_COMMAND} -S ${EXAMPLES_SOURCE} -B ${EXAMPLES_BUILD} -DCMAKE_PREFIX_PATH=${PREFIX}

@@ -161,4 +161,22 @@ TEST(SceneFile, HostileFilesEachGiveTheirOwnError)
     }
 }
 
+// A chain a million records deep: whole, it loads; cut short, it is refused.
+TEST(SceneFile, AChainAMillionDeepLoadsOrIsRefusedWithoutCrashing)
+{
+    constexpr int kDepth = 1'000'000;
+    const std::vector<unsigned char> link = Bytes().I32(0).I32(1).Str("CBaseNode").Str("").I32(4).I32(0).Data();
+    std::vector<unsigned char> chain;
+    chain.reserve(link.size() * kDepth);
+    for (int i = 0; i < kDepth; ++i) chain.insert(chain.end(), link.begin(), link.end());
+    chain[chain.size() - link.size() + 4] = 0;  // the last record's child count
+
+    CTree loaded(brell::io::LoadSceneFromMemory(SceneFileOf(chain), "deep"));
+    int depth = 0;
+    for (CBaseNode* node = loaded.Root(); node != nullptr; node = node->GetFirstChild()) ++depth;
+    EXPECT_EQ(depth, kDepth);
+    chain.resize(chain.size() - link.size());
+    EXPECT_THROW(CTree(brell::io::LoadSceneFromMemory(SceneFileOf(chain), "deep")), FileError);
+}
+
 }  // namespace

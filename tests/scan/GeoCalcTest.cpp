@@ -126,4 +126,34 @@ TEST_F(GeoCalc, AFailingChildFallsBackUnderItsParentAndItsSiblingsAreStillCalcul
     EXPECT_EQ(Shape(output->GetChild(1)), "E=E(gE M1=M1(gM1) M3=M3(gM3))");
 }
 
+TEST_F(GeoCalc, ANullOutputGivesZeroWhenTheProcedureIsPresent)
+{
+    Scene scene;
+    EXPECT_EQ(scene.element->GeoCalc("test", nullptr), 0);
+    EXPECT_EQ(calls, (std::vector<std::string>{"CElementNode E -> *"})) << "the children are not calculated";
+}
+
+// Takes the model out of the element it hangs under while it is calculated.
+CBaseNode* modelParent = nullptr;
+int LeaveParent(void* node, void*)
+{
+    modelParent->RemoveChild(static_cast<CBaseNode*>(node), 1);
+    return 1;
+}
+
+TEST_F(GeoCalc, AProcedureMayTakeItsNodeOutOfItsParent)
+{
+    CTree scene(Make<CElementNode>("E"));
+    CModelNode* model = Make<CModelNode>("M");
+    model->AppendChild(Make<CImageNode>("I"));
+    scene.Root()->AppendChild(model);
+    modelParent = scene.Root();
+    GetDApiManager()->Register("GeoProc", "GeoCModelNode_test", LeaveParent);
+
+    EXPECT_EQ(static_cast<CElementNode*>(scene.Root())->GeoCalc("test", output), 1);
+    EXPECT_EQ(calls, (std::vector<std::string>{"CElementNode E -> *", "CImageNode I -> *"}))
+        << "the model's children are calculated after it left";
+    EXPECT_EQ(scene.Root()->GetChildNum(), 0u);
+}
+
 }  // namespace

@@ -59,6 +59,7 @@ head -c 530 shot.cam >short.cam
 
 run 0 info square.ply
 says "scan file of"; says "CMeshNode: 1"; says "vertices: 4"; says "polygons: 2"
+says "box: 0 0 0 to 1 1 0"
 run 0 info points.xyz
 says "CModelNode: 1"; says "vertices: 3"; says "polygons: 0"
 run 0 list square.ply
@@ -84,6 +85,10 @@ run 0 --quiet render square.ply -o square.png --size 64x48 --mode wire --view 0,
 says "drawing"; says "writing square.png"
 [ "$(head -c 4 square.png | tail -c 3)" = PNG ] || fail "render wrote no PNG"
 [ ! -s err ] || fail "render --quiet wrote to stderr"
+printf 'ply\nformat ascii 1.0\nelement vertex 0\nproperty float x\nproperty float y\nproperty float z\nend_header\n' >empty.ply
+run 1 --quiet render empty.ply -o empty.png
+one_error "nothing to draw"
+[ ! -e empty.png ] || fail "render of nothing wrote a picture"
 
 run 0 import square.ply -o square.scene
 run 0 list square.scene

@@ -108,7 +108,7 @@ std::string RenderMode(CBaseNode* root, const std::string& asked)
     if (!asked.empty()) return asked;
     for (unsigned int i = root->GetChildNum(); i-- > 0;)
         if (IsGeometryGroup(root->GetChild(i))) return root->GetChild(i)->Name().substr(std::strlen(kGeometryPrefix));
-    return Summarize(root).images > 0 ? kGlTexture : kGlSmooth;
+    return Summarize(root).images > 0 ? gl::kTextureProcedure : gl::kSmoothProcedure;
 }
 
 // The geometry the reference procedures build for root (when it is scan
@@ -116,12 +116,11 @@ std::string RenderMode(CBaseNode* root, const std::string& asked)
 // procedure. FileError naming path when there is no scan data.
 CTree Calculate(CBaseNode* root, const std::string& procedure, const std::string& path)
 {
-    RegisterGlProcedures();
+    gl::RegisterProcedures();
     CTree output(CBaseNode::Create());
     output.Root()->SetName((kGeometryPrefix + procedure).c_str());
     auto calculate = [&](CBaseNode* node) {
-        if (node->IsKindOf(CObjectNode::TypeId()))
-            static_cast<CObjectNode*>(node)->GeoCalc(procedure.c_str(), output.Root());
+        if (auto* object = brell::AsKindOf<CObjectNode>(node)) object->GeoCalc(procedure.c_str(), output.Root());
     };
     calculate(root);
     if (!root->IsKindOf(CObjectNode::TypeId()))
@@ -157,6 +156,9 @@ void Info(const Common& common, const std::string& path, CameraLayout layout)
                 static_cast<long long>(summary.vertices), static_cast<long long>(summary.polygons),
                 static_cast<long long>(summary.images), static_cast<long long>(summary.pixels),
                 static_cast<long long>(summary.streamBytes));
+    double box[6];
+    if (io::ScanSceneBox(scene.Root(), box))
+        std::printf("box: %g %g %g to %g %g %g\n", box[0], box[1], box[2], box[3], box[4], box[5]);
     progress.End();
 }
 
@@ -221,20 +223,19 @@ void Render(const Common& common, const RenderRequest& request)
         geometry = Calculate(scene.Root(), RenderMode(scene.Root(), request.mode), request.in);
 
     progress.Step("starting the renderer");
-    RegisterGlProcedures();
-    CGlRenderer renderer(request.width, request.height);
+    gl::RegisterProcedures();
+    gl::Renderer renderer(request.width, request.height);
 
     progress.Step("drawing");
-    RenderOptions options;
+    gl::RenderOptions options;
     options.width = request.width;
     options.height = request.height;
-    options.background = {34, 38, 46, 255};
     options.direction = request.direction;
-    RenderScene(renderer, geometry.Root(), options);
+    gl::RenderScene(renderer, geometry.Root(), options);
     const std::vector<RGBA> pixels = renderer.ReadPixels();
 
     progress.Step("writing " + request.out);
-    WritePng(request.out.c_str(), request.width, request.height, pixels);
+    gl::WritePng(request.out, request.width, request.height, pixels);
     progress.End();
 }
 

@@ -5,8 +5,8 @@
 #include <string>
 
 // The brell tool's subcommands. Each returns normally on success and throws
-// brell::io::FileError, CFileException or CGlError for a file it cannot
-// read, understand or write.
+// brell::io::FileError, CFileException or brell::gl::RenderError for a file
+// it cannot read, understand or write.
 
 namespace brell::tool {
 

@@ -34,10 +34,10 @@ SceneSummary Summarize(CBaseNode* root)
     Walk(root, [&summary](CBaseNode* node, int) {
         ++summary.nodes;
         ++summary.nodesByType[node->Type()];
-        if (node->IsKindOf(CModelNode::TypeId())) summary.vertices += static_cast<CModelNode*>(node)->VertexNumber();
-        if (node->IsKindOf(CMeshNode::TypeId())) summary.polygons += static_cast<CMeshNode*>(node)->polygons->Number();
-        if (node->IsKindOf(CImageNode::TypeId())) {
-            const CMatrixDataStore<RGBA>& image = *static_cast<CImageNode*>(node)->image;
+        if (auto* model = brell::AsKindOf<CModelNode>(node)) summary.vertices += model->VertexNumber();
+        if (auto* mesh = brell::AsKindOf<CMeshNode>(node)) summary.polygons += mesh->polygons->Number();
+        if (auto* imageNode = brell::AsKindOf<CImageNode>(node)) {
+            const CMatrixDataStore<RGBA>& image = *imageNode->image;
             ++summary.images;
             summary.pixels += int64_t{image.width} * image.height;
         }

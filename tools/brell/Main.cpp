@@ -17,6 +17,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
+#include <iterator>
 #include <map>
 #include <new>
 #include <sstream>
@@ -147,7 +148,7 @@ int main(int argc, char** argv)
     exporter->add_option("-o,--output", out, "PLY, OFF, OBJ or XYZ file to write")->required();
     exporter->add_flag("--ascii", ascii, "ASCII rather than binary PLY");
 
-    const std::vector<std::string> procedures{kGlPoints, kGlWire, kGlShade, kGlSmooth, kGlTexture};
+    const std::vector<std::string> procedures(std::begin(brell::gl::kProcedures), std::end(brell::gl::kProcedures));
     CLI::App* calc = app.add_subcommand("calc", "geometry of a scene by the reference geometry procedures");
     calc->add_option("IN", in, "scene or scan file")->required();
     calc->add_option("--proc", procedure, "points, wire, shade, smooth or texture")
@@ -202,7 +203,7 @@ int main(int argc, char** argv)
         return Fail(kFailedFile, error.what());
     } catch (const CFileException& error) {
         return Fail(kFailedFile, error.what());
-    } catch (const CGlError& error) {
+    } catch (const brell::gl::RenderError& error) {
         return Fail(kFailedFile, error.what());
     } catch (const std::bad_alloc&) {
         return Fail(kFailedFile, in + ": not enough memory");

@@ -173,21 +173,19 @@ int main(int argc, char** argv)
         const bool textured = mesh != nullptr && mesh->ImageNumber() > 0;
         std::printf("imported:        %s\n", scan.c_str());
 
-        RegisterGlProcedures();
         CBaseNode* geometry = CBaseNode::Create();
         geometry->SetName(textured ? "geometry: texture" : "geometry: smooth");
         scene.Root()->AppendChild(geometry);
-        for (int i = 0; i < ElementNumber(&scene); ++i)
-            GetElement(i, &scene)->GeoCalc(textured ? kGlTexture : kGlSmooth, geometry);
+        brell::gl::CalculateGeometry(scene.Root(),
+                                     textured ? brell::gl::kTextureProcedure : brell::gl::kSmoothProcedure, geometry);
         std::printf("geometry:        %s by the reference procedures\n", textured ? "textured" : "smooth shaded");
 
         const std::string picture = (folder / "scan.png").string();
-        RenderOptions options;
+        brell::gl::RenderOptions options;
         options.width = 1024;
         options.height = 768;
-        options.background = {34, 38, 46, 255};
         options.direction = {0.0, -0.4, -1.0};
-        RenderToPng(geometry, options, picture.c_str());
+        brell::gl::RenderToPng(geometry, options, picture);
 
         const std::string saved = (folder / "scan.scene").string();
         brell::tool::SaveSceneFile(scene.Root(), saved);

@@ -193,7 +193,8 @@ void BuildScene(CTree& scene)
 void PrintOutline(CBaseNode* node, int depth)
 {
     std::printf("%*s%s \"%s\"", 2 * depth, "", node->Type().c_str(), node->Name().c_str());
-    if (node->IsKindOf("CRefNode")) std::printf(" -> %s", static_cast<CRefNode*>(node)->Reference()->Type().c_str());
+    if (auto* reference = brell::AsKindOf<CRefNode>(node))
+        std::printf(" -> %s", reference->Reference()->Type().c_str());
     std::printf("\n");
     for (unsigned int i = 0; i < node->GetChildNum(); ++i) PrintOutline(node->GetChild(i), depth + 1);
 }

@@ -59,6 +59,7 @@ public:
     std::string AttributeName(int index) override;
     // Replaces every entry with copies of the source's (another CStandardAttribute).
     int CopyAttribute(CBaseNodeAttribute* source) override;
+    // The attribute block's size; brell::kSizeTooLarge past 2 GB.
     int SizeOfByte() override;
     // Reads an attribute block; entries with an empty name, and repeated names
     // after their first, are dropped. A null block gives 0 and changes nothing.
@@ -69,7 +70,8 @@ public:
     // at least size bytes; else 0 with value unchanged.
     int QueryTyped(const char* name, int type, void* value, int size);
     // The bytes of name when it holds type, with the size written through a
-    // non-null pointer; else null with nothing written.
+    // non-null pointer (null and size 0 for an entry without bytes); else
+    // null with nothing written.
     void* QueryTypedBytes(const char* name, int type, int* size);
     // The name at index as characters owned by the store (an empty string when
     // out of range); valid while that attribute exists.

@@ -20,7 +20,9 @@ public:
     // Takes the name, attributes and children of other; keeps its own count.
     CBaseNode& operator=(const CBaseNode& other);
 
-    // Releases the children, last first, then destroys the attribute store.
+    // Releases the children, last first, and destroys the attribute store. A
+    // tree of any depth is released without recursion: the outermost
+    // destructor carries out the releases that the ones inside it owe.
     virtual ~CBaseNode();
     virtual const std::string& Type() const;
     // 1 when name is this class's type name or one of its bases' (exact bytes).
@@ -58,9 +60,11 @@ public:
     int ChildIndex(CBaseNode* node) const;
     int IsChild(CBaseNode* node) const { return ChildIndex(node) >= 0 ? 1 : 0; }
     // Inserts before index (index == count appends) and takes a reference;
-    // nothing for a null child or an index above the count.
+    // nothing for a null child, an index above the count, or when the list
+    // cannot grow.
     void InsertChild(unsigned int index, CBaseNode* child);
-    // Appends and takes a reference; nothing for a null child.
+    // Appends and takes a reference; nothing for a null child or when the
+    // list cannot grow.
     void AppendChild(CBaseNode* child);
     // Takes the entry out; a non-zero release flag drops its reference, zero
     // hands the reference to the caller. Nothing for an index out of range.
@@ -76,8 +80,9 @@ public:
     int QueryAttributeFloat(const char* name, float& value);
     int QueryAttributeBool(const char* name, int& value);
     int QueryAttributeDouble(const char* name, double& value);
-    // Type 5 values (strings and structures alike): the bytes and their size,
-    // or null with nothing written.
+    // Type 5 values (strings and structures alike): the bytes and their size;
+    // null and size 0 for one without bytes (only a read block makes one);
+    // null with nothing written for any other attribute or a missing one.
     const char* QueryAttributeString(const char* name, int* size);
     void* QueryAttributeStruct(const char* name, int* size);
     void SetAttributeInt(const char* name, int value);

@@ -2,6 +2,7 @@
 
 #include <brelldata/Export.h>
 
+#include <climits>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -15,6 +16,23 @@
 static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "block layouts assume a little-endian host");
 
 namespace brell {
+
+// Block sizes are 32-bit. A block whose size does not fit reports the size
+// kSizeTooLarge, and every size that contains it does the same, so that no
+// caller allocates a wrapped size and writes past it.
+constexpr int kSizeTooLarge = -1;
+
+// size as a block size; kSizeTooLarge past INT_MAX (or below 0).
+inline int BlockSize(int64_t size)
+{
+    return size >= 0 && size <= INT_MAX ? static_cast<int>(size) : kSizeTooLarge;
+}
+
+// The sum of two block sizes; kSizeTooLarge when either is, or the sum does not fit.
+inline int AddBlockSizes(int first, int second)
+{
+    return first < 0 || second < 0 ? kSizeTooLarge : BlockSize(int64_t{first} + second);
+}
 
 // Bounds that a checked load puts on every block reader of its thread while
 // it reads untrusted bytes: no read passes end, and the first read that would

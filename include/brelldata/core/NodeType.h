@@ -24,6 +24,22 @@ public:                                                   \
     int IsKindOf(const std::string& name) const override; \
     static CBaseNode* Create();
 
+namespace brell {
+
+// A new node of class Node, or null when any allocation of its construction
+// fails (the node's own, its attribute store, a store handle).
+template <class Node>
+Node* NewNode()
+{
+    try {
+        return new Node();
+    } catch (const std::bad_alloc&) {
+        return nullptr;
+    }
+}
+
+}  // namespace brell
+
 #define BRELL_NODE_TYPE_DEFINE(Class, Base)                 \
     const std::string& Class::TypeId()                      \
     {                                                       \
@@ -44,7 +60,7 @@ public:                                                   \
     }                                                       \
     CBaseNode* Class::Create()                              \
     {                                                       \
-        return new (std::nothrow) Class();                  \
+        return brell::NewNode<Class>();                     \
     }
 
 namespace brell {

@@ -20,8 +20,11 @@ public:
 
     // Replaces the target; no counting, no checks.
     void SetRefNode(CBaseNode* target) { target_ = target; }
+    // The target as set, not followed.
+    CBaseNode* Target() const { return target_; }
     // The node finally meant: chains of CRefNode and CGeoRefNode are followed
-    // to their end; null without a target. A chain must not lead back to itself.
+    // to their end; null without a target, and for a chain that comes back
+    // to a node already on it.
     CBaseNode* Reference();
 
 private:

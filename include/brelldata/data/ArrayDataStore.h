@@ -89,8 +89,8 @@ public:
         return 1;
     }
 
-    // Store block: count, then the elements in use.
-    int SizeOfByte() const { return static_cast<int>(4 + int64_t{count_} * int64_t{sizeof(T)}); }
+    // Store block: count, then the elements in use; brell::kSizeTooLarge past 2 GB.
+    int SizeOfByte() const { return brell::BlockSize(4 + int64_t{count_} * int64_t{sizeof(T)}); }
 
     // 0 when block is null.
     int Write(void* block) const { return brell::WriteStore(*this, block); }

@@ -41,12 +41,13 @@ public:
         }
     }
 
-    // Store block: number of lines, then per line its item count and items.
+    // Store block: number of lines, then per line its item count and items;
+    // brell::kSizeTooLarge past 2 GB.
     int SizeOfByte() const
     {
         int64_t size = 4;
         for (const std::vector<T>& line : lines) size += 4 + static_cast<int64_t>(line.size() * sizeof(T));
-        return static_cast<int>(size);
+        return brell::BlockSize(size);
     }
 
     // 0 when block is null.

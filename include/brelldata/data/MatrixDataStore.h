@@ -4,14 +4,17 @@
 #include <brelldata/core/Ref.h>
 #include <brelldata/data/StoreBuffer.h>
 
+#include <algorithm>
 #include <climits>
 #include <cstdint>
 #include <type_traits>
 
 // Matrix of width elements per row, rows one after another. Capacity counts
 // elements and grows in steps of 1024 rows; the buffer's unused part is zero
-// unless the owner wrote there. The width is the owner's to set; changing it
-// does not rearrange the buffer, and it must be at least 1 while rows exist.
+// unless the owner wrote there. Width and height are the owner's to set;
+// changing them does not rearrange the buffer. Whatever they are set to, every
+// operation uses only the held rows: those of the height that lie within the
+// capacity at the current width (none while the width is below 1).
 template <class T>
 class CMatrixDataStore : public CRef {
     static_assert(std::is_trivially_copyable_v<T>, "elements are moved as raw memory");
@@ -28,13 +31,20 @@ public:
     // In elements, not rows.
     int Capacity() const { return capacity_; }
 
-    // Element (row, column). A row at or past the height first reserves room
-    // up to it, leaving the height as it is, so rows can be filled before the
-    // height is raised. The spare element for a negative row or when that
-    // growth fails. The column is not checked.
+    // The height, less the rows that lie past the capacity at the current width.
+    int HeldRows() const
+    {
+        if (width < 1) return 0;
+        return static_cast<int>(std::clamp<int64_t>(capacity_ / width, 0, std::max(height, 0)));
+    }
+
+    // Element (row, column). A row past the held rows first reserves room up
+    // to it, leaving the height as it is, so rows can be filled before the
+    // height is raised. The spare element for a negative row, a width below 1
+    // or when that growth fails. The column is not checked.
     T& Element(int row, int column)
     {
-        if (row < 0 || (row >= height && !ReserveRowElements(int64_t{row} + 1))) return spare_;
+        if (row < 0 || width < 1 || (row >= HeldRows() && !ReserveRowElements(int64_t{row} + 1))) return spare_;
         return buffer_[ptrdiff_t{row} * width + column];
     }
 
@@ -53,8 +63,9 @@ public:
     // As CArrayDataStore::Insert, in rows.
     int InsertRows(int pos, int n)
     {
-        if (!ReserveRowElements(int64_t{height} + n) || !ReserveRowElements(int64_t{pos} + n)) return 0;
-        height += static_cast<int>(brell::OpenUnits(buffer_, height, pos, n, RowSize()));
+        const int held = HeldRows();
+        if (!ReserveRowElements(int64_t{held} + n) || !ReserveRowElements(int64_t{pos} + n)) return 0;
+        height = held + static_cast<int>(brell::OpenUnits(buffer_, held, pos, n, RowSize()));
         return 1;
     }
 
@@ -63,9 +74,10 @@ public:
     int DeleteRows(int pos, int n)
     {
         pos = std::max(pos, 0);
-        if (pos >= height) return 1;
+        const int held = HeldRows();
+        if (pos >= held) return 1;
         const int64_t rowSize = RowSize();
-        height -= static_cast<int>(brell::CloseUnits(buffer_, height, pos, n, rowSize));
+        height = held - static_cast<int>(brell::CloseUnits(buffer_, held, pos, n, rowSize));
         if (capacity_ - height * rowSize > kMaxSpare) {
             const int64_t shrunk = brell::RoundUpToMultiple(height, kShrinkRowStep) * rowSize;
             if (brell::ResizeBuffer(buffer_, shrunk)) capacity_ = static_cast<int>(shrunk);
@@ -73,8 +85,8 @@ public:
         return 1;
     }
 
-    // Store block: height, width, then the rows in use.
-    int SizeOfByte() const { return static_cast<int>(8 + height * RowSize() * int64_t{sizeof(T)}); }
+    // Store block: the held rows, width, then those rows; brell::kSizeTooLarge past 2 GB.
+    int SizeOfByte() const { return brell::BlockSize(8 + HeldRows() * RowSize() * int64_t{sizeof(T)}); }
 
     // 0 when block is null.
     int Write(void* block) const { return brell::WriteStore(*this, block); }
@@ -82,9 +94,10 @@ public:
     unsigned char* WriteAt(void* block) const
     {
         brell::BlockWriter writer(block);
-        writer.Int32(height);
+        const int held = HeldRows();
+        writer.Int32(held);
         writer.Int32(width);
-        writer.Bytes(buffer_, static_cast<size_t>(height * RowSize()) * sizeof(T));
+        writer.Bytes(buffer_, static_cast<size_t>(held * RowSize()) * sizeof(T));
         return writer.Position();
     }
 

@@ -48,12 +48,13 @@ public:
         }
     }
 
-    // Store block: number of rows, then per row its item count and items.
+    // Store block: number of rows, then per row its item count and items;
+    // brell::kSizeTooLarge past 2 GB.
     int SizeOfByte() const
     {
         int64_t size = 4;
         for (const CPolygon<T>& row : rows) size += 4 + ItemCount(row) * int64_t{sizeof(T)};
-        return static_cast<int>(size);
+        return brell::BlockSize(size);
     }
 
     // 0 when block is null.

@@ -28,7 +28,7 @@ class BRELL_API CGeoRefNode : public CGeoBaseNode {
     BRELL_GEO_DRAW(CGeoRefNode, CGeoBaseNode)
 
 public:
-    CGeoRefNode() = default;
+    CGeoRefNode();
     // Copies refer to the same node and start without a cache, so that no
     // cache is ever discarded twice.
     CGeoRefNode(const CGeoRefNode& other);
@@ -45,9 +45,11 @@ public:
     // A different node discards the cache; the same node changes nothing.
     void SetRefNode(CBaseNode* node);
     // The node finally meant, through any chain of CRefNode and CGeoRefNode;
-    // null without a reference. A chain must not lead back to itself.
+    // null without a reference, and for a chain that comes back to a node
+    // already on it.
     CBaseNode* Reference();
-    // Discards the held cache and owns the new one, which must differ from it.
+    // Discards the held cache and owns the new one; the cache already held
+    // changes nothing.
     void SetCache(CGeoCache* newCache);
     CGeoCache* GetCache() { return cache; }
     // Discards the held cache, if any.

@@ -3,7 +3,7 @@
 #include <brelldata/data/Records.h>
 #include <brelldata/geo/GeoBaseNode.h>
 
-#include <vector>
+#include <list>
 
 // Lights and the view of a scene, set up by the draw procedures when the walk
 // reaches them. The library stores, copies and describes these records and
@@ -50,14 +50,17 @@ public:
 
     int Number() { return static_cast<int>(lights.size()); }
     // The light at i, changeable in place; i of 0 or less means the first;
-    // null when i is not below the number of lights.
+    // null when i is not below the number of lights. The pointer lives as
+    // long as that light: other lights appended or deleted leave it valid.
     LIGHT_PARAM* Light(int i);
     // Appends a copy; its position.
     int Append(const LIGHT_PARAM& light);
     // Removes the light at i (0 or less: the first); 0 when there is none.
     int Delete(int i);
 
-    std::vector<LIGHT_PARAM> lights;
+    // Each light in an allocation of its own, so that pointers to it outlive
+    // edits of the others.
+    std::list<LIGHT_PARAM> lights;
 };
 
 class BRELL_API CGeoCameraNode : public CGeoBaseNode {

@@ -92,7 +92,8 @@ public:
 
     // Vertices per line; setting it does not rearrange the rows held.
     int& Segment() { return indices->width; }
-    int Number() { return indices->height; }
+    // The rows held at the current Segment() (CMatrixDataStore::HeldRows).
+    int Number() { return indices->HeldRows(); }
     int* IndexBuffer() { return indices->Buffer(); }
     int Clear();
     // A row at or past the end is first made room for (the count stays); the
@@ -128,7 +129,8 @@ public:
 
     // Corners per polygon; setting it does not rearrange the rows held.
     int& Segment() { return indices->width; }
-    int Number() { return indices->height; }
+    // As CGeoLineNode::Number.
+    int Number() { return indices->HeldRows(); }
     int* IndexBuffer() { return indices->Buffer(); }
     int Clear();
     // As CGeoLineNode::Index.

@@ -37,8 +37,18 @@ BRELL_IO_API ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& na
 BRELL_IO_API CBaseNode* ImportScan(const std::string& path);
 
 // Writes what root's models and meshes hold (GeometryOfScene) to the file at
-// path, in the format its extension asks for (WriteScanFile).
+// path, in the format its extension asks for (WriteScanFile). FileError
+// naming path, and no file, for a null root.
 BRELL_IO_API void ExportScan(CBaseNode* root, const std::string& path,
                              PlyEncoding plyEncoding = PlyEncoding::binaryLittleEndian);
+
+// The box of the scan data in root's subtree: the vertices of its models and
+// meshes and the points of its linear line data, as EvalBBoxForNode orders a
+// box (minimum x, y, z, maximum x, y, z). Level-of-detail children are left
+// out, as geometry calculation leaves them out, and so are non-finite
+// coordinates. Scan nodes have no box of their own until their geometry is
+// calculated (EvalBBoxForNode gives 0 for them); this needs no geometry.
+// False, with box unchanged, when there is no such point (or root is null).
+BRELL_IO_API bool ScanSceneBox(CBaseNode* root, double box[6]);
 
 }  // namespace brell::io

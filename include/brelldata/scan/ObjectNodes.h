@@ -33,8 +33,8 @@ protected:
     // output's last child, holds the procedure's geometry and the results of
     // the enabled scan-data children (all visited; 0 when any fails). When
     // the class's procedure is missing or fails, the generic one is called
-    // with output instead and the children are not visited. output must not
-    // be null.
+    // with output instead and the children are not visited. With a null
+    // output the class's procedure's geometry is dropped and the result is 0.
     int GeoCalcDescent(const char* procedure, const std::string& typeName, CBaseNode* output);
 };
 

@@ -88,7 +88,7 @@ public:
     void Remove(POS position);
     void Clear();
 
-    // The size of the list's block.
+    // The size of the list's block; brell::kSizeTooLarge past 2 GB.
     int SizeOfByte() const;
     // Writes the block (SizeOfByte() bytes): 1, or 0 for a null block.
     int Write(void* block) const;

@@ -6,9 +6,9 @@
 
 int main()
 {
-    RegisterGlProcedures();
+    brell::gl::RegisterProcedures();
     const bool ok = GetDApiManager()->GetDApi("DrawProc", "DrawCGeoPolyShadeRefNodeByGL") != nullptr;
-    UnregisterGlProcedures();
+    brell::gl::UnregisterProcedures();
     std::puts(ok ? "gl consumer: ok" : "gl consumer: procedures missing");
     return ok ? 0 : 1;
 }

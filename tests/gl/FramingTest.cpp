@@ -1,0 +1,92 @@
+// How a tree without a camera is framed, and trees with nothing to draw.
+
+#include "gl/GlScenes.h"
+
+#include <brelldata/scan/ModelNodes.h>
+#include <brelldata/scan/ObjectNodes.h>
+
+#include <gmock/gmock.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace brell::test {
+namespace {
+
+// Red points of 3 pixels at the given places.
+CGeoPointNode* RedPoints(const std::vector<VERTEX>& places)
+{
+    auto* points = new CGeoPointNode;
+    for (const VERTEX& v : places) {
+        points->AppendVertex(1);
+        points->GetVertex(points->VertexNumber() - 1) = v;
+        points->Append(1);
+        points->Index(points->Number() - 1) = points->Number() - 1;
+    }
+    points->size = 3.0;
+    points->color = kRed;
+    return points;
+}
+
+TEST_F(GlTest, PointsAllInOnePlaceAreSeenWithoutACamera)
+{
+    const std::vector<std::vector<VERTEX>> places = {
+        {{1.0, 2.0, 3.0}},
+        {{1.0, 2.0, 3.0}, {1.0, 2.0, 3.0}, {1.0, 2.0, 3.0}},
+        {{3e7, -2e7, 1e7}},
+    };
+    for (const std::vector<VERTEX>& place : places) {
+        Scene scene;
+        Add(scene.node, RedPoints(place));
+        Render(scene.node);
+        EXPECT_EQ(At(kSize / 2, kSize / 2), kRed) << place.size() << " point(s) at x " << place[0].x;
+    }
+}
+
+TEST_F(GlTest, PicturesShowTheDarkSlateBackgroundTheToolUsesWhereNothingIsDrawn)
+{
+    Scene scene;
+    Add(scene.node, RedPoints({{0.0, 0.0, 0.0}}));
+    Render(scene.node);
+    EXPECT_EQ(At(0, 0), (RGBA{34, 38, 46, 255}));
+}
+
+TEST_F(GlTest, TreesWithNothingToDrawAreRefusedWithTheReason)
+{
+    Scene empty, hidden, scan;
+    Add(hidden.node, RedPoints({{0.0, 0.0, 0.0}}))->ShowEnable(0);
+    auto* model = Add(Add(scan.node, new CElementNode), new CModelNode);
+    model->AppendVertex(1);
+    const struct {
+        CBaseNode* root;
+        const char* reason;
+    } cases[] = {
+        {nullptr, "nothing to draw: the tree is empty"},
+        {empty.node, "nothing to draw: the tree is empty"},
+        {hidden.node, "nothing to draw: its geometry is empty or hidden"},
+        {scan.node, "nothing to draw: the tree holds scan data but no geometry; calculate its geometry first"},
+    };
+    for (const auto& c : cases) {
+        try {
+            gl::RenderScene(*renderer, c.root, {});
+            ADD_FAILURE() << c.reason << ": drawn";
+        } catch (const gl::RenderError& error) {
+            EXPECT_EQ(error.Step(), "drawing the scene");
+            EXPECT_THAT(error.Reason(), testing::StartsWith(c.reason));
+        }
+    }
+}
+
+TEST_F(GlTest, RenderToPngWritesNoPictureOfNothing)
+{
+    const std::string path = ::testing::TempDir() + "brell_gl_nothing.png";
+    std::remove(path.c_str());
+    Scene empty;
+    EXPECT_THROW(gl::RenderToPng(empty.node, {}, path), gl::RenderError);
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+}  // namespace
+}  // namespace brell::test

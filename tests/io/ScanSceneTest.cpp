@@ -1,0 +1,76 @@
+// What a scan scene offers besides import and export: its box, and refusals.
+
+#include <brelldata/core/Tree.h>
+#include <brelldata/io/ScanScene.h>
+#include <brelldata/scan/LineNodes.h>
+#include <brelldata/scan/ModelNodes.h>
+#include <brelldata/scan/ObjectNodes.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <filesystem>
+
+namespace {
+
+using namespace brell::io;
+using testing::ElementsAre;
+
+// A scene of one element holding a model of the given points, made
+// directly: the readers refuse some of them.
+CBaseNode* PointScene(std::initializer_list<VERTEX> points)
+{
+    CBaseNode* root = CBaseNode::Create();
+    CBaseNode* element = CElementNode::Create();
+    auto* model = static_cast<CModelNode*>(CModelNode::Create());
+    root->AppendChild(element);
+    element->AppendChild(model);
+    model->AppendVertex(static_cast<int>(points.size()));
+    std::copy(points.begin(), points.end(), model->vertices->Buffer());
+    return root;
+}
+
+TEST(ScanSceneBox, SpansTheModelsMeshesAndLineDataBeforeAnyGeometryIsCalculated)
+{
+    CTree scene(PointScene({{1, 2, 3}, {-1, 5, 0}}));
+    auto* line = static_cast<CLinearLineNode*>(CLinearLineNode::Create());
+    line->lines->lines.push_back({{10, -4, 2}, {0, 0, 1}});
+    scene.Root()->GetChild(0)->AppendChild(line);
+    double box[6] = {};
+    ASSERT_TRUE(ScanSceneBox(scene.Root(), box));
+    EXPECT_THAT(box, ElementsAre(-1, -4, 0, 10, 5, 3));
+}
+
+TEST(ScanSceneBox, LeavesOutLevelsOfDetailAndNonFinitePoints)
+{
+    CTree scene(PointScene({{1, 1, 1}, {NAN, 9, 9}, {2, 2, INFINITY}}));
+    CBaseNode* detail = CLodNode::Create();
+    detail->AppendChild(PointScene({{100, 100, 100}}));
+    scene.Root()->GetChild(0)->AppendChild(detail);
+    double box[6] = {};
+    ASSERT_TRUE(ScanSceneBox(scene.Root(), box));
+    EXPECT_THAT(box, ElementsAre(1, 1, 1, 1, 1, 1));
+}
+
+TEST(ScanSceneBox, IsFalseWithTheBoxUnchangedWithoutAPoint)
+{
+    CTree empty(PointScene({}));
+    double box[6] = {7, 7, 7, 7, 7, 7};
+    EXPECT_FALSE(ScanSceneBox(empty.Root(), box));
+    EXPECT_FALSE(ScanSceneBox(nullptr, box));
+    EXPECT_THAT(box, ElementsAre(7, 7, 7, 7, 7, 7));
+}
+
+TEST(ExportScan, RefusesANullSceneAndWritesNoFile)
+{
+    const std::string path = testing::TempDir() + "no_scene.xyz";
+    std::filesystem::remove(path);
+    EXPECT_THAT([&] { ExportScan(nullptr, path); }, testing::Throws<FileError>(testing::AllOf(
+                                                        testing::Property(&FileError::File, path),
+                                                        testing::Property(&FileError::Expected, "a scene to export"))));
+    EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+}  // namespace

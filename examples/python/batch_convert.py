@@ -19,8 +19,7 @@ def convert(source, target_folder, extension, width, height):
     scene = brelldata.import_scan(str(source))
     brelldata.export_scan(scene, str(target_folder / (source.stem + extension)))
     display = brelldata.Node("display")
-    for element in scene.find_all(kind="CElementNode"):
-        element.geo_calc("smooth", display)
+    brelldata.calculate_geometry(scene, "smooth", display)
     brelldata.render_png(display, str(target_folder / (source.stem + ".png")), width, height,
                          background=(32, 32, 48, 255))
 
@@ -34,13 +33,12 @@ def main():
     arguments = parser.parse_args()
     width, height = (int(extent) for extent in arguments.size.split("x"))
     arguments.target.mkdir(parents=True, exist_ok=True)
-    brelldata.register_gl_procedures()
     failed = 0
     for source in sorted(path for path in arguments.source.iterdir() if path.suffix.lower() in SCANS):
         try:
             convert(source, arguments.target, "." + arguments.format, width, height)
             print(f"{source.name}: done")
-        except brelldata.FileError as error:
+        except (brelldata.FileError, brelldata.RenderError) as error:
             print(f"{source.name}: skipped: {error}", file=sys.stderr)
             failed += 1
     return 1 if failed else 0

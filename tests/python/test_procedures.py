@@ -77,6 +77,21 @@ def test_a_rendered_array_shows_the_mesh_over_the_background_rows_from_the_top()
     assert picture[34, 20].tolist() == [200, 200, 200, 255] and picture[14, 40].tolist() == [0, 0, 255, 255]
 
 
+@pytest.mark.parametrize("procedure", brelldata.GL_GEOMETRY_PROCEDURES)
+def test_calculate_geometry_builds_display_geometry_of_a_scene(procedure):
+    scene, element = brelldata.Node(), brelldata.ElementNode()
+    element.children.append(triangle())
+    scene.children.append(element)
+    output = brelldata.Node()
+    brelldata.calculate_geometry(scene, procedure, output)
+    assert output.find(kind="CGeoBaseNode") is not None
+
+
+def test_calculate_geometry_refuses_an_unknown_procedure():
+    with pytest.raises(brelldata.RenderError, match="sketch"):
+        brelldata.calculate_geometry(triangle(), "sketch", brelldata.Node())
+
+
 def test_render_png_writes_a_png_file(tmp_path):
     brelldata.render_png(shaded(triangle()), str(tmp_path / "t.png"), 32, 32)
     assert (tmp_path / "t.png").read_bytes()[:8] == b"\x89PNG\r\n\x1a\n"

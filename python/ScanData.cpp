@@ -14,7 +14,6 @@ namespace {
 using Floats = py::array_t<float, py::array::c_style | py::array::forcecast>;
 using Doubles = py::array_t<double, py::array::c_style | py::array::forcecast>;
 using Bytes = py::array_t<uint8_t, py::array::c_style | py::array::forcecast>;
-using Ints = py::array_t<int32_t, py::array::c_style | py::array::forcecast>;
 
 // numpy records laid out as the polygon stores' rows.
 struct PolygonRecord {
@@ -74,52 +73,35 @@ void ResizeRows(CPolygonDataStore<T>& store, py::ssize_t count, const char* what
     store.rows.resize(static_cast<size_t>(count));
 }
 
-// Polygons from a structured array of POLYGON_DTYPE rows, or from an (N, 3)
-// or (N, 4) array of corner indices.
-void AssignPolygons(CPolygonDataStore<int>& store, const py::array& polygons)
+// Rows of a polygon store from a structured array of its record dtype, or
+// from an (N, 3, ...) or (N, 4, ...) array of Scalar items, one per corner,
+// each of itemWidth scalars; expected says what is accepted.
+template <class Item, class Scalar>
+void AssignPolygonRows(CPolygonDataStore<Item>& store, const py::array& rows, const py::dtype& record,
+                       const char* what, const char* expected)
 {
-    if (polygons.dtype().equal(PolygonDtype())) {
-        const auto rows = py::array::ensure(polygons, py::array::c_style);
-        ResizeRows(store, rows.shape(0), "the polygons");
-        if (rows.shape(0) != 0) std::memmove(store.rows.data(), rows.data(), static_cast<size_t>(rows.nbytes()));
+    constexpr py::ssize_t itemWidth = sizeof(Item) / sizeof(Scalar);
+    if (rows.dtype().equal(record)) {
+        const auto records = py::array::ensure(rows, py::array::c_style);
+        ResizeRows(store, records.shape(0), what);
+        if (records.shape(0) != 0)
+            std::memmove(store.rows.data(), records.data(), static_cast<size_t>(records.nbytes()));
         return;
     }
-    const Ints corners = Ints::ensure(polygons);
-    if (!corners || corners.ndim() != 2 || (corners.shape(1) != 3 && corners.shape(1) != 4))
-        throw py::value_error("polygons must be POLYGON_DTYPE rows or an (N, 3) or (N, 4) array of vertex indices");
+    using Scalars = py::array_t<Scalar, py::array::c_style | py::array::forcecast>;
+    const Scalars corners = Scalars::ensure(rows);
+    const py::ssize_t dimensions = itemWidth == 1 ? 2 : 3;
+    if (!corners || corners.ndim() != dimensions || (corners.shape(1) != 3 && corners.shape(1) != 4) ||
+        (itemWidth != 1 && corners.shape(2) != itemWidth))
+        throw py::value_error(std::string(what) + " must be " + expected);
     const int perRow = static_cast<int>(corners.shape(1));
-    ResizeRows(store, corners.shape(0), "the polygons");
-    const int32_t* from = corners.data();
-    for (CPolygon<int>& row : store.rows) {
-        row = CPolygon<int>{};
-        std::memcpy(row.items, from, static_cast<size_t>(perRow) * sizeof(int));
+    ResizeRows(store, corners.shape(0), what);
+    const Scalar* from = corners.data();
+    for (CPolygon<Item>& row : store.rows) {
+        row = CPolygon<Item>{};
+        std::memcpy(row.items, from, static_cast<size_t>(perRow) * sizeof(Item));
         row.count = perRow;
-        from += perRow;
-    }
-}
-
-// Texture coordinates from a structured array of TEX_COORD_DTYPE rows, or
-// from an (N, 3, 2) or (N, 4, 2) array of per-corner coordinates.
-void AssignTexCoords(CPolygonDataStore<CVector_2<float>>& store, const py::array& texCoords)
-{
-    if (texCoords.dtype().equal(TexCoordDtype())) {
-        const auto rows = py::array::ensure(texCoords, py::array::c_style);
-        ResizeRows(store, rows.shape(0), "the texture coordinates");
-        if (rows.shape(0) != 0) std::memmove(store.rows.data(), rows.data(), static_cast<size_t>(rows.nbytes()));
-        return;
-    }
-    const Floats corners = Floats::ensure(texCoords);
-    if (!corners || corners.ndim() != 3 || (corners.shape(1) != 3 && corners.shape(1) != 4) || corners.shape(2) != 2)
-        throw py::value_error(
-            "texture coordinates must be TEX_COORD_DTYPE rows or an (N, 3, 2) or (N, 4, 2) array of floats");
-    const int perRow = static_cast<int>(corners.shape(1));
-    ResizeRows(store, corners.shape(0), "the texture coordinates");
-    const float* from = corners.data();
-    for (CPolygon<CVector_2<float>>& row : store.rows) {
-        row = CPolygon<CVector_2<float>>{};
-        std::memcpy(row.items, from, static_cast<size_t>(perRow) * sizeof(CVector_2<float>));
-        row.count = perRow;
-        from += 2 * perRow;
+        from += perRow * itemWidth;
     }
 }
 
@@ -237,7 +219,10 @@ their count.)")
                 auto& store = *m.polygons;
                 return StoreView(&store, store.rows.data(), store.Number(), PolygonDtype(), {});
             },
-            [](CMeshNode& m, const py::array& polygons) { AssignPolygons(*m.polygons, polygons); },
+            [](CMeshNode& m, const py::array& polygons) {
+                AssignPolygonRows<int, int32_t>(*m.polygons, polygons, PolygonDtype(), "the polygons",
+                                                "POLYGON_DTYPE records or an (N, 3) or (N, 4) array of vertex indices");
+            },
             R"(The polygons as a view of POLYGON_DTYPE records (corners, count).
 
 Assigning takes such records, or an (N, 3) or (N, 4) array of vertex indices.)")
@@ -247,7 +232,11 @@ Assigning takes such records, or an (N, 3) or (N, 4) array of vertex indices.)")
                 auto& store = *m.texCoords;
                 return StoreView(&store, store.rows.data(), store.Number(), TexCoordDtype(), {});
             },
-            [](CMeshNode& m, const py::array& texCoords) { AssignTexCoords(*m.texCoords, texCoords); },
+            [](CMeshNode& m, const py::array& texCoords) {
+                AssignPolygonRows<CVector_2<float>, float>(
+                    *m.texCoords, texCoords, TexCoordDtype(), "the texture coordinates",
+                    "TEX_COORD_DTYPE records or an (N, 3, 2) or (N, 4, 2) array of floats");
+            },
             R"(The texture coordinates as a view of TEX_COORD_DTYPE records, one per polygon.
 
 Assigning takes such records, or an (N, 3, 2) or (N, 4, 2) array of floats.)");

@@ -73,6 +73,13 @@ void ResizeRows(CPolygonDataStore<T>& store, py::ssize_t count, const char* what
     store.rows.resize(static_cast<size_t>(count));
 }
 
+// A polygon store's rows as a view of record items.
+template <class Item>
+py::array PolygonRowsView(CPolygonDataStore<Item>& store, const py::dtype& record)
+{
+    return StoreView(&store, store.rows.data(), store.Number(), record, {});
+}
+
 // Rows of a polygon store from a structured array of its record dtype, or
 // from an (N, 3, ...) or (N, 4, ...) array of Scalar items, one per corner,
 // each of itemWidth scalars; expected says what is accepted.
@@ -215,10 +222,7 @@ their count.)")
         .def(py::init(&MakeNode<CMeshNode>), py::arg("name") = "", "A new CMeshNode with that name.")
         .def_property(
             "polygons",
-            [](CMeshNode& m) {
-                auto& store = *m.polygons;
-                return StoreView(&store, store.rows.data(), store.Number(), PolygonDtype(), {});
-            },
+            [](CMeshNode& m) { return PolygonRowsView(*m.polygons, PolygonDtype()); },
             [](CMeshNode& m, const py::array& polygons) {
                 AssignPolygonRows<int, int32_t>(*m.polygons, polygons, PolygonDtype(), "the polygons",
                                                 "POLYGON_DTYPE records or an (N, 3) or (N, 4) array of vertex indices");
@@ -228,10 +232,7 @@ their count.)")
 Assigning takes such records, or an (N, 3) or (N, 4) array of vertex indices.)")
         .def_property(
             "tex_coords",
-            [](CMeshNode& m) {
-                auto& store = *m.texCoords;
-                return StoreView(&store, store.rows.data(), store.Number(), TexCoordDtype(), {});
-            },
+            [](CMeshNode& m) { return PolygonRowsView(*m.texCoords, TexCoordDtype()); },
             [](CMeshNode& m, const py::array& texCoords) {
                 AssignPolygonRows<CVector_2<float>, float>(
                     *m.texCoords, texCoords, TexCoordDtype(), "the texture coordinates",

@@ -29,15 +29,6 @@ const char* PlaceName(io::FileError::Place place)
     }
 }
 
-// The file functions hand work to the io library without the interpreter
-// lock, so other Python threads run while a large file is read or written.
-template <class Work>
-auto WithoutLock(Work work)
-{
-    py::gil_scoped_release released;
-    return work();
-}
-
 }  // namespace
 
 void BindFiles(py::module_& module)
@@ -67,7 +58,7 @@ line, counted from 1, or the byte offset, from 0; 0 for the whole file),
 
     module.def(
         "import_scan",
-        [](const std::string& path) { return Held<CBaseNode>(WithoutLock([&] { return io::ImportScan(path); })); },
+        [](const std::string& path) { return Held<CBaseNode>(io::ImportScan(path)); },
         py::arg("path"), R"(Reads a scan file (.ply, .off, .obj or .xyz) as a new scene (ImportScan).
 
 The root holds one ElementNode named after the file, which holds a ModelNode
@@ -76,7 +67,7 @@ for a point cloud or a MeshNode for a mesh. FileError when the file is refused.)
         "export_scan",
         [](CBaseNode* root, const std::string& path, const std::string& plyEncoding) {
             const io::PlyEncoding encoding = EncodingNamed(plyEncoding);
-            WithoutLock([&] { io::ExportScan(root, path, encoding); });
+            io::ExportScan(root, path, encoding);
         },
         py::arg("root"), py::arg("path"), py::arg("ply_encoding") = "binary_little_endian",
         R"(Writes every model and mesh under root to a scan file in the format of its extension (ExportScan).
@@ -85,11 +76,11 @@ ply_encoding ("binary_little_endian", "binary_big_endian" or "ascii") applies to
 .ply files. The file is saved safely: a failed write leaves an old file whole.)");
     module.def(
         "save_scene",
-        [](CBaseNode* root, const std::string& path) { WithoutLock([&] { io::SaveScene(root, path); }); },
+        [](CBaseNode* root, const std::string& path) { io::SaveScene(root, path); },
         py::arg("root"), py::arg("path"), "Saves the subtree of root as a scene file (SaveScene); FileError on failure.");
     module.def(
         "load_scene",
-        [](const std::string& path) { return Held<CBaseNode>(WithoutLock([&] { return io::LoadScene(path); })); },
+        [](const std::string& path) { return Held<CBaseNode>(io::LoadScene(path)); },
         py::arg("path"), "The tree of a scene file (LoadScene); FileError naming the byte offset of what is wrong.");
 }
 

@@ -27,6 +27,20 @@ struct Children {
         if (index < 0 || index >= count) throw py::index_error("child index out of range");
         return static_cast<unsigned int>(index);
     }
+
+    // Refuses a child whose subtree holds the parent: the tree would become a
+    // cycle, which every walk, stream and release of the library follows forever.
+    void RefuseCycle(CBaseNode* child) const
+    {
+        std::vector<CBaseNode*> pending{child};
+        while (!pending.empty()) {
+            CBaseNode* node = pending.back();
+            pending.pop_back();
+            if (node == parent.get()) throw py::value_error("a node cannot become a child of its own subtree");
+            if (node == nullptr) continue;
+            for (unsigned int i = 0; i < node->GetChildNum(); ++i) pending.push_back(node->GetChild(i));
+        }
+    }
 };
 
 // Depth-first walk of a subtree, a node before its children, yielding the
@@ -272,12 +286,19 @@ parent holds one reference on each child, whatever Python holds.)")
                  return index;
              },
              py::arg("node"), "The index of the first entry that is the node (ChildIndex); ValueError when none.")
-        .def("append", [](const Children& c, CBaseNode* child) { c.parent->AppendChild(child); },
-             py::arg("node"), "Appends a child; the parent takes a reference of its own (AppendChild).")
+        .def("append",
+             [](const Children& c, CBaseNode* child) {
+                 c.RefuseCycle(child);
+                 c.parent->AppendChild(child);
+             },
+             py::arg("node"),
+             "Appends a child; the parent takes a reference of its own (AppendChild). ValueError for a node "
+             "whose subtree holds the parent.")
         .def("insert",
              [](const Children& c, py::ssize_t index, CBaseNode* child) {
                  const py::ssize_t count = c.parent->GetChildNum();
                  if (index < 0) index = std::max<py::ssize_t>(index + count, 0);
+                 c.RefuseCycle(child);
                  c.parent->InsertChild(static_cast<unsigned int>(std::min(index, count)), child);
              },
              py::arg("index"), py::arg("node"), "Inserts a child before an index, as list.insert does (InsertChild).")

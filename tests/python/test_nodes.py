@@ -58,6 +58,16 @@ def test_children_insert_remove_and_pop_change_the_sequence():
     assert [n.name for n in root.children] == ["A"] and c not in root.children
 
 
+@pytest.mark.parametrize("add", [lambda parent, child: parent.children.append(child),
+                                 lambda parent, child: parent.children.insert(0, child)])
+def test_a_node_cannot_become_a_child_of_its_own_subtree(add):
+    root = tree()
+    for ancestor in (root, root.children[0], root.children[0].children[1]):
+        with pytest.raises(ValueError, match="own subtree"):
+            add(root.children[0].children[1], ancestor)
+    assert len(root.children[0].children[1].children) == 0
+
+
 def test_removing_a_node_that_is_not_a_child_raises():
     with pytest.raises(ValueError):
         tree().children.remove(brelldata.Node())

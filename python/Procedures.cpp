@@ -38,9 +38,13 @@ std::optional<py::error_already_set> pendingError;
 // The context draw_tree hands its procedures, recognised when it comes back.
 const py::object* drawContext = nullptr;
 
-HeldNode NodeArgument(void* node)
+// A node handed to a procedure, as Python sees it. One that nobody holds
+// goes as None: a reference taken and dropped by Python would destroy it
+// under the library's feet.
+py::object NodeArgument(void* node)
 {
-    return HeldNode(static_cast<CBaseNode*>(node));
+    auto* held = static_cast<CBaseNode*>(node);
+    return held == nullptr || held->RefCount() < 1 ? py::none() : py::cast(HeldNode(held));
 }
 
 // A procedure's result as the library reads it: true means done.
@@ -59,7 +63,7 @@ int CallGeometry(const py::object& function, CBaseNode* node, CBaseNode* output)
         return Succeeded(function(NodeArgument(node), NodeArgument(output)));
     HeldNode collector(CBaseNode::Create());
     if (collector.get() == nullptr) throw std::bad_alloc();
-    const int result = Succeeded(function(NodeArgument(node), collector));
+    const int result = Succeeded(function(NodeArgument(node), py::cast(collector)));
     if (result != 0) {
         for (unsigned int i = 0; i < collector->GetChildNum(); ++i) output->AppendChild(collector->GetChild(i));
         while (collector->GetChildNum() != 0) collector->RemoveChild(collector->GetChildNum() - 1, 1);
@@ -160,7 +164,8 @@ is "DrawCGeoPointNodeByGL", procedure_name("Geo", "CModelNode", "points") "GeoCM
 
 Draw procedures (kind DRAW_PROCEDURE) are called as function(node, context)
 with the context given to draw_tree; geometry procedures (GEO_PROCEDURE) as
-function(node, output), and hang what they make under output. A true result
+function(node, output), and hang what they make under output (a node that
+nobody holds comes as None). A true result
 means done; a false one hands the node to its base class's procedure. An
 exception propagates out of the draw_tree or geo_calc call that led to it.
 Registering a name again replaces its procedure.)");

@@ -18,6 +18,7 @@ operation it stands for.)";
     brell::python::BindNodes(module);
     brell::python::BindViews(module);
     brell::python::BindScanData(module);
+    brell::python::BindGeometry(module);
     brell::python::BindFiles(module);
     brell::python::BindCamera(module);
     brell::python::BindProcedures(module);

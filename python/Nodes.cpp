@@ -257,9 +257,10 @@ void BindNodes(py::module_& module)
 
 A Python object holds exactly one reference on its node for as long as it
 lives (``ref_count`` shows the count), so a node Python still holds survives
-its parent. Nodes of the scan classes come to Python as their own classes
-(``ModelNode``, ``MeshNode``, ...); every other registered type as ``Node``,
-with its C++ type in ``type_name``. Names follow Python's snake_case:
+its parent. A node comes to Python as its class's own Python class
+(``ModelNode``, ``MeshNode``, ``GeoPointNode``, ...) or, for a class without
+one, as its nearest base class's (at least ``Node``); ``type_name`` gives its
+C++ type. Names follow Python's snake_case:
 ``is_kind_of`` is C++ IsKindOf, ``children.append`` AppendChild, and so on.)");
 
     py::class_<Children>(module, "Children", R"(The children of a node, as a mutable sequence.
@@ -381,11 +382,7 @@ No copy: writing into it changes the attribute. The view keeps the node alive;
 while it lives, the attribute cannot change size and no attribute can be added
 to the node (BufferError). KeyError when there is no such attribute.)");
 
-    node.def(py::init([](const std::string& name) {
-                 HeldNode made(CBaseNode::Create());
-                 made->SetName(name.c_str());
-                 return made;
-             }),
+    node.def(py::init(&MakeNode<CBaseNode>),
              py::arg("name") = "", "A new CBaseNode with that name.")
         .def_property_readonly("type_name", [](const CBaseNode& n) { return n.Type(); },
                                "The node's C++ type name (Type()).")

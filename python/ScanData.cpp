@@ -140,16 +140,28 @@ void AssignPerVertex(CModelNode& model, const char* name, const py::array& value
     SetAttributeValue(&model, name, rows.data(), static_cast<size_t>(rows.nbytes()), VALUE_STRUCT);
 }
 
-template <class Node>
-Held<Node> MakeNode(const std::string& name)
+}  // namespace
+
+py::array VertexView(CArrayDataStore<VERTEX>& store)
 {
-    Held<Node> made(static_cast<Node*>(Node::Create()));
-    if (made.get() == nullptr) throw std::bad_alloc();
-    made->SetName(name.c_str());
-    return made;
+    return StoreView(&store, store.Buffer(), store.Number(), py::dtype::of<double>(), {3});
 }
 
-}  // namespace
+void AssignVertices(CArrayDataStore<VERTEX>& store, const py::array& vertices)
+{
+    const Doubles rows = Doubles::ensure(vertices);
+    if (!rows) throw py::value_error("vertices must be a numeric array");
+    RequireRows(rows, {3}, "vertices");
+    AssignRows(store, rows.data(), rows.shape(0), "the vertices");
+}
+
+void AssignIndices(CArrayDataStore<int>& store, const py::array& indices)
+{
+    using Ints = py::array_t<int32_t, py::array::c_style | py::array::forcecast>;
+    const Ints rows = Ints::ensure(indices);
+    if (!rows || rows.ndim() != 1) throw py::value_error("indices must be a one-dimensional array of integers");
+    AssignRows(store, rows.data(), rows.shape(0), "the indices");
+}
 
 void BindScanData(py::module_& module)
 {
@@ -190,16 +202,8 @@ row count can change only while no view of that store or attribute lives.)")
                                "The number of vertices (VertexNumber).")
         .def_property(
             "vertices",
-            [](CModelNode& m) {
-                auto& store = *m.vertices;
-                return StoreView(&store, store.Buffer(), store.Number(), py::dtype::of<double>(), {3});
-            },
-            [](CModelNode& m, const py::array& vertices) {
-                const Doubles rows = Doubles::ensure(vertices);
-                if (!rows) throw py::value_error("vertices must be a numeric array");
-                RequireRows(rows, {3}, "vertices");
-                AssignRows(*m.vertices, rows.data(), rows.shape(0), "the vertices");
-            },
+            [](CModelNode& m) { return VertexView(*m.vertices); },
+            [](CModelNode& m, const py::array& vertices) { AssignVertices(*m.vertices, vertices); },
             "The vertices as an (N, 3) float64 view of the store's memory; assigning copies rows in.")
         .def_property(
             "normals",

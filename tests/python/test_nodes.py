@@ -23,9 +23,11 @@ def tree():
     ("CModelNode", brelldata.ModelNode),
     ("CMeshNode", brelldata.MeshNode),
     ("CImageNode", brelldata.ImageNode),
-    ("CGeoPointNode", brelldata.Node),
+    ("CGeoPointNode", brelldata.GeoPointNode),
+    ("CGeoLightNode", brelldata.GeoBaseNode),
+    ("CRefNode", brelldata.Node),
 ])
-def test_create_node_makes_any_registered_type_as_its_closest_python_class(type_name, python_class):
+def test_create_node_makes_any_registered_type_as_its_nearest_bound_python_class(type_name, python_class):
     node = brelldata.create_node(type_name, "n")
     assert type(node) is python_class and node.type_name == type_name and node.name == "n"
 

@@ -44,6 +44,24 @@ def test_a_python_geometry_procedure_builds_under_the_reference_node(register):
     assert reference.type_name == "CRefNode" and [n.name for n in reference.children] == ["m"]
 
 
+def test_a_python_geometry_procedure_draws_points_sharing_the_scans_vertices(register):
+    def points(model, output):
+        made = brelldata.GeoPointNode("points")
+        made.share_vertices(model)
+        made.indices = np.arange(len(model.vertices))
+        made.size, made.color = 5, (255, 0, 0, 255)
+        output.children.append(made)
+        return True
+    register(brelldata.GEO_PROCEDURE, "GeoCMeshNode_py", points)
+    mesh, display = triangle(), brelldata.Node()
+    mesh.geo_calc("py", display)
+    drawn = display.find(type_name="CGeoPointNode")
+    assert drawn.vertices.__array_interface__ == mesh.vertices.__array_interface__
+    assert brelldata.eval_bbox(display) == ((0, 0, 0), (1, 1, 0))
+    picture = brelldata.render(display, 64, 48, background=(0, 0, 0, 255))
+    assert (picture[:, :, 0] == 255).sum() == 3 * 5 * 5  # three points of 5 x 5 pixels
+
+
 def test_a_python_draw_procedure_gets_each_geometry_node_and_the_context(register):
     register(brelldata.DRAW_PROCEDURE, "DrawCGeoBaseNodeByPy", lambda node, drawn: drawn.append(node.type_name) or True)
     drawn = []

@@ -3,6 +3,7 @@
 // The whole public interface of BrellData.
 
 #include <brelldata/camera/CameraData.h>
+#include <brelldata/camera/CameraLayout.h>
 #include <brelldata/camera/KameraData.h>
 #include <brelldata/core/Attribute.h>
 #include <brelldata/core/BaseNode.h>

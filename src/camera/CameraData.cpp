@@ -49,6 +49,16 @@ void CAMERADATA::Delete2dData()
     DeleteBlock(data2D, length2D);
 }
 
+int32_t brell::CameraBlockSize3d(const CAMERAHEADER& h)
+{
+    return PlaneBytes(h.pitchPlanePixelBits, h.pitchPlaneWidth, h.pitchPlaneNumber, h.pitchPlaneHeight);
+}
+
+int32_t brell::CameraBlockSize2d(const CAMERAHEADER& h)
+{
+    return PlaneBytes(h.colorPlanePixelBits, h.colorPlaneWidth, h.colorPlaneNumber, h.colorPlaneHeight);
+}
+
 int CheckCameraHeader(CAMERAHEADER* header)
 {
     return IsPlausible(header);
@@ -117,14 +127,8 @@ void ListHeader(const CAMERAHEADER& h)
 
 struct CameraLayout {
     static int Check(CAMERAHEADER& h) { return CheckCameraHeader(&h); }
-    static int32_t Size3d(const CAMERAHEADER& h)
-    {
-        return PlaneBytes(h.pitchPlanePixelBits, h.pitchPlaneWidth, h.pitchPlaneNumber, h.pitchPlaneHeight);
-    }
-    static int32_t Size2d(const CAMERAHEADER& h)
-    {
-        return PlaneBytes(h.colorPlanePixelBits, h.colorPlaneWidth, h.colorPlaneNumber, h.colorPlaneHeight);
-    }
+    static int32_t Size3d(const CAMERAHEADER& h) { return brell::CameraBlockSize3d(h); }
+    static int32_t Size2d(const CAMERAHEADER& h) { return brell::CameraBlockSize2d(h); }
     static int Allocate3d(CAMERADATA& shot, int n) { return shot.Allocate3dData(n); }
     static int Allocate2d(CAMERADATA& shot, int n) { return shot.Allocate2dData(n); }
     static void Release(CAMERADATA& shot)
@@ -166,5 +170,5 @@ CArchive& operator<<(CArchive& archive, CAMERADATA& data)
 {
     brell::diag::SetDebugLevel(kTraceLevel);
     DebugTrace("Write camera header data:\n");
-    return WriteShot(archive, data);
+    return WriteShot<CameraLayout>(archive, data);
 }

@@ -82,17 +82,24 @@ void ReverseOrder(KAMERAHEADER& h)
     for (K_CALIBTABLE& table : h.calibTables) ReverseOrder(table);
 }
 
+int32_t brell::KameraBlockSize3d(const KAMERAHEADER& h)
+{
+    return Wrap32(int64_t{h.pitchPlaneWidth} * h.pitchPlaneHeight * 9);
+}
+
+int32_t brell::KameraBlockSize2d(const KAMERAHEADER& h)
+{
+    return Wrap32(
+        int64_t{PlaneBytes(h.colorPlanePixelBits, h.colorPlaneWidth, h.colorPlaneNumber, h.colorPlaneHeight)} +
+        k2dExtraBytes);
+}
+
 namespace {
 
 struct KameraLayout {
     static int Check(KAMERAHEADER& h) { return CheckKameraHeader(&h); }
-    static int32_t Size3d(const KAMERAHEADER& h) { return int32_t{h.pitchPlaneWidth} * h.pitchPlaneHeight * 9; }
-    static int32_t Size2d(const KAMERAHEADER& h)
-    {
-        return Wrap32(
-            int64_t{PlaneBytes(h.colorPlanePixelBits, h.colorPlaneWidth, h.colorPlaneNumber, h.colorPlaneHeight)} +
-            k2dExtraBytes);
-    }
+    static int32_t Size3d(const KAMERAHEADER& h) { return brell::KameraBlockSize3d(h); }
+    static int32_t Size2d(const KAMERAHEADER& h) { return brell::KameraBlockSize2d(h); }
     static int Allocate3d(KAMERADATA& shot, int n) { return shot.Allocate3dData_K(n); }
     static int Allocate2d(KAMERADATA& shot, int n) { return shot.Allocate2dData_K(n); }
     static void Release(KAMERADATA& shot)
@@ -134,5 +141,5 @@ CArchive& operator<<(CArchive& archive, KAMERADATA& data)
     brell::diag::SetDebugLevel(kTraceLevel);
     brell::diag::DebugTrace("Write camera header data:\n");
     brell::diag::SetDebugLevel(kTraceLevel);
-    return WriteShot(archive, data);
+    return WriteShot<KameraLayout>(archive, data);
 }

@@ -79,6 +79,14 @@ Header FileOrder(const Header& header)
     return copy;
 }
 
+// False when the archive's file knows it has fewer than size bytes left, so
+// that a header promising more than the file holds allocates nothing.
+inline bool FileHolds(CArchive& archive, int32_t size)
+{
+    uint64_t remaining = 0;
+    return !archive.GetRemaining(remaining) || remaining >= static_cast<uint64_t>(size);
+}
+
 // Layout supplies Check, Size3d, Size2d, Allocate3d, Allocate2d, Release and
 // Empty (all zeros) for its record type. False after an error line.
 template <class Layout, class Shot>
@@ -94,6 +102,10 @@ bool ReadBlocks(CArchive& archive, Shot& shot)
         return false;
     }
     diag::DebugTrace("Read 3D data in camera data( %d bytes )\n", size3d);
+    if (!FileHolds(archive, size3d)) {
+        diag::DebugError("Error: The file ends before the 3D data in camera data( %d bytes ).\n", size3d);
+        return false;
+    }
     if (!Layout::Allocate3d(shot, size3d)) {
         diag::DebugError("Error: No memory for 3D data in camera data( %d bytes ).\n", size3d);
         return false;
@@ -102,6 +114,10 @@ bool ReadBlocks(CArchive& archive, Shot& shot)
     int32_t size2d = Layout::Size2d(shot.header);
     if (size2d < 1) return true;
     diag::DebugTrace("Read 2D data in camera data( %d bytes )\n", size2d);
+    if (!FileHolds(archive, size2d)) {
+        diag::DebugError("Error: The file ends before the 2D data in camera data( %d bytes ).\n", size2d);
+        return false;
+    }
     if (!Layout::Allocate2d(shot, size2d)) {
         diag::DebugError("Error: No memory for 2D data in camera data( %d bytes ).\n", size2d);
         return false;
@@ -122,18 +138,29 @@ CArchive& ReadShot(CArchive& archive, Shot& shot)
     return archive;
 }
 
-// The blocks go out with the record's lengths; the header is not tested.
-template <class Shot>
+// The bytes of a block to write: the size the header gives it when the array
+// holds that many, else the array's recorded length.
+inline int32_t BytesToWrite(int32_t headerSize, int32_t length)
+{
+    return headerSize > 0 && headerSize <= length ? headerSize : length;
+}
+
+// The blocks go out with the sizes the header gives them (Layout supplies
+// Size3d and Size2d), so that a shot read writes back byte for byte and the
+// bytes past a block in its rounded array never reach a file.
+template <class Layout, class Shot>
 CArchive& WriteShot(CArchive& archive, Shot& shot)
 {
     archive << shot.header;
     if (shot.length3D > 0) {
-        diag::DebugTrace("Write 3D data( %d bytes )\n", shot.length3D);
-        archive.Write(shot.data3D, static_cast<unsigned int>(shot.length3D));
+        const int32_t bytes = BytesToWrite(Layout::Size3d(shot.header), shot.length3D);
+        diag::DebugTrace("Write 3D data( %d bytes )\n", bytes);
+        archive.Write(shot.data3D, static_cast<unsigned int>(bytes));
     }
     if (shot.length2D > 0) {
-        diag::DebugTrace("Write 2D data( %d bytes )\n", shot.length2D);
-        archive.Write(shot.data2D, static_cast<unsigned int>(shot.length2D));
+        const int32_t bytes = BytesToWrite(Layout::Size2d(shot.header), shot.length2D);
+        diag::DebugTrace("Write 2D data( %d bytes )\n", bytes);
+        archive.Write(shot.data2D, static_cast<unsigned int>(bytes));
     }
     return archive;
 }

@@ -4,17 +4,164 @@
 
 #include <brelldata/io/FileError.h>
 
+#include <cmath>
 #include <cstdio>
 
 namespace brell::io::detail {
 
-void AddFan(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv, size_t n)
+namespace {
+
+// Twice the signed area of the triangle a b c: positive when it turns left.
+double Turn(double au, double av, double bu, double bv, double cu, double cv)
 {
-    for (size_t k = 1; k + 1 < n; ++k) {
-        const size_t fan[3] = {0, k, k + 1};
-        geometry.faces.push_back({{corners[fan[0]], corners[fan[1]], corners[fan[2]], 0}, 3});
-        if (uv != nullptr) geometry.texCoords.push_back({{uv[fan[0]], uv[fan[1]], uv[fan[2]], {}}, 3});
+    return (bu - au) * (cv - av) - (bv - av) * (cu - au);
+}
+
+}  // namespace
+
+void PolygonSplitter::Triangle(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv,
+                               const RGBA* color, size_t a, size_t b, size_t c)
+{
+    geometry.faces.push_back({{corners[a], corners[b], corners[c], 0}, 3});
+    if (uv != nullptr) geometry.texCoords.push_back({{uv[a], uv[b], uv[c], {}}, 3});
+    if (color != nullptr) geometry.faceColors.push_back(*color);
+}
+
+// The corners in the plane through the first one across the Newell normal,
+// turning left as the polygon runs; false when the polygon has no normal.
+bool PolygonSplitter::Project(const BulkVector<VERTEX>& positions, const int* vertices, size_t n)
+{
+    double nx = 0, ny = 0, nz = 0;
+    for (size_t k = 0; k < n; ++k) {
+        const VERTEX& a = positions[vertices[k]];
+        const VERTEX& b = positions[vertices[(k + 1) % n]];
+        nx += (a.y - b.y) * (a.z + b.z);
+        ny += (a.z - b.z) * (a.x + b.x);
+        nz += (a.x - b.x) * (a.y + b.y);
     }
+    const double length = std::sqrt(nx * nx + ny * ny + nz * nz);
+    if (!(length > 0) || !std::isfinite(length)) return false;
+    nx /= length, ny /= length, nz /= length;
+    // u across the normal and the axis it leans on least, v = normal x u.
+    const double ax = std::fabs(nx), ay = std::fabs(ny), az = std::fabs(nz);
+    double ux = 0, uy = 0, uz = 0;
+    if (ax <= ay && ax <= az) {
+        uy = nz, uz = -ny;
+    } else if (ay <= az) {
+        ux = -nz, uz = nx;
+    } else {
+        ux = ny, uy = -nx;
+    }
+    const double ulength = std::sqrt(ux * ux + uy * uy + uz * uz);
+    ux /= ulength, uy /= ulength, uz /= ulength;
+    const double vx = ny * uz - nz * uy, vy = nz * ux - nx * uz, vz = nx * uy - ny * ux;
+    const VERTEX& origin = positions[vertices[0]];
+    points_.resize(n);
+    for (size_t k = 0; k < n; ++k) {
+        const VERTEX& p = positions[vertices[k]];
+        const double dx = p.x - origin.x, dy = p.y - origin.y, dz = p.z - origin.z;
+        points_[k] = {dx * ux + dy * uy + dz * uz, dx * vx + dy * vy + dz * vz};
+    }
+    return true;
+}
+
+// Whether the corner turns left and no other corner left lies in or on the
+// triangle it makes with its neighbours; a corner at the same place as one of
+// the three (where a cut joins a hole to the outline) does not count.
+bool PolygonSplitter::IsEar(size_t previous, size_t corner, size_t next)
+{
+    const Point a = points_[previous], b = points_[corner], c = points_[next];
+    if (!(Turn(a.u, a.v, b.u, b.v, c.u, c.v) > 0)) return false;
+    auto same = [](Point p, Point q) { return p.u == q.u && p.v == q.v; };
+    for (size_t k = next_[next]; k != previous; k = next_[k]) {
+        ++work_;
+        const Point p = points_[k];
+        if (same(p, a) || same(p, b) || same(p, c)) continue;
+        if (Turn(a.u, a.v, b.u, b.v, p.u, p.v) >= 0 && Turn(b.u, b.v, c.u, c.v, p.u, p.v) >= 0 &&
+            Turn(c.u, c.v, a.u, a.v, p.u, p.v) >= 0)
+            return false;
+    }
+    return true;
+}
+
+void PolygonSplitter::Add(ScanGeometry& geometry, const int* corners, const int* vertices,
+                          const CVector_2<float>* uv, size_t n, const RGBA* color)
+{
+    if (n <= 4) {
+        if (color != nullptr) geometry.faceColors.push_back(*color);
+        CPolygon<int> face{{}, static_cast<int>(n)};
+        for (size_t k = 0; k < n; ++k) face.items[k] = corners[k];
+        geometry.faces.push_back(face);
+        if (uv == nullptr) return;
+        CPolygon<CVector_2<float>> row{{}, static_cast<int>(n)};
+        for (size_t k = 0; k < n; ++k) row.items[k] = uv[k];
+        geometry.texCoords.push_back(row);
+        return;
+    }
+    // A polygon without a plane (its corners on a line) has no inside to keep to.
+    const bool planar = Project(geometry.positions, vertices, n);
+    bool convex = true;
+    for (size_t k = 0; planar && convex && k < n; ++k) {
+        const Point a = points_[k], b = points_[(k + 1) % n], c = points_[(k + 2) % n];
+        convex = Turn(a.u, a.v, b.u, b.v, c.u, c.v) >= 0;
+    }
+    if (!planar || convex) {
+        for (size_t k = 1; k + 1 < n; ++k) Triangle(geometry, corners, uv, color, 0, k, k + 1);
+        return;
+    }
+    previous_.resize(n);
+    next_.resize(n);
+    for (size_t k = 0; k < n; ++k) {
+        previous_[k] = (k + n - 1) % n;
+        next_[k] = (k + 1) % n;
+    }
+    // Starting at corner 1 and going on from each cut makes convex stretches
+    // fans around their first corner. A round without an ear (a polygon that
+    // crosses itself) cuts the corner it ends at. Past a budget of corners
+    // tested, which grows with the corners and only huge concave polygons
+    // reach, what is left becomes a fan, so that no polygon hangs a read.
+    const uint64_t budget = 64 * uint64_t{n} + (uint64_t{1} << 24);
+    work_ = 0;
+    size_t corner = 1, misses = 0;
+    for (size_t left = n; left > 3;) {
+        if (work_ > budget) {
+            for (size_t k = next_[corner]; next_[k] != corner; k = next_[k])
+                Triangle(geometry, corners, uv, color, corner, k, next_[k]);
+            return;
+        }
+        const size_t before = previous_[corner], after = next_[corner];
+        ++work_;
+        if (IsEar(before, corner, after) || ++misses >= left) {
+            Triangle(geometry, corners, uv, color, before, corner, after);
+            next_[before] = after;
+            previous_[after] = before;
+            --left;
+            misses = 0;
+        }
+        corner = after;
+    }
+    Triangle(geometry, corners, uv, color, previous_[corner], corner, next_[corner]);
+}
+
+void AddLine(ScanGeometry& geometry, const int* vertices, size_t n)
+{
+    geometry.lineStarts.push_back(static_cast<int>(geometry.lineVertices.size()));
+    geometry.lineVertices.insert(geometry.lineVertices.end(), vertices, vertices + n);
+}
+
+void AddEdge(ScanGeometry& geometry, int a, int b)
+{
+    if (!geometry.lineVertices.empty() && geometry.lineVertices.back() == a) {
+        geometry.lineVertices.push_back(b);
+        return;
+    }
+    const int edge[2] = {a, b};
+    AddLine(geometry, edge, 2);
+}
+
+std::string Dropped(uint64_t count, const std::string& what)
+{
+    return std::to_string(count) + " " + what + " dropped";
 }
 
 void CheckGeometry(const ScanGeometry& geometry, const std::string& name)
@@ -31,6 +178,23 @@ void CheckGeometry(const ScanGeometry& geometry, const std::string& name)
     if (!geometry.texCoords.empty() && geometry.texCoords.size() != geometry.faces.size())
         refuse("one texture coordinate row per face (" + std::to_string(geometry.faces.size()) + ")",
                std::to_string(geometry.texCoords.size()));
+    if (!geometry.faceColors.empty() && geometry.faceColors.size() != geometry.faces.size())
+        refuse("one colour per face (" + std::to_string(geometry.faces.size()) + ")",
+               std::to_string(geometry.faceColors.size()));
+    if (geometry.lineVertices.size() > INT32_MAX)
+        refuse("at most 2147483647 line vertices", std::to_string(geometry.lineVertices.size()));
+    for (size_t k = 0; k < geometry.lineStarts.size(); ++k) {
+        const auto [from, to] = LineRange(geometry, k);
+        if (from > to || to > geometry.lineVertices.size() || to - from < 2)
+            refuse("2 or more vertices in line " + std::to_string(k), std::to_string(to - from));
+        for (size_t i = from; i < to; ++i) {
+            if (geometry.lineVertices[i] < 0 || static_cast<size_t>(geometry.lineVertices[i]) >= vertices)
+                refuse("vertex indices of line " + std::to_string(k) + " below " + std::to_string(vertices),
+                       std::to_string(geometry.lineVertices[i]));
+        }
+    }
+    if (geometry.lineStarts.empty() && !geometry.lineVertices.empty())
+        refuse("lines for the " + std::to_string(geometry.lineVertices.size()) + " line vertices", "none");
     for (size_t f = 0; f < geometry.faces.size(); ++f) {
         const CPolygon<int>& face = geometry.faces[f];
         if (face.count < 3 || face.count > 4)
@@ -43,6 +207,21 @@ void CheckGeometry(const ScanGeometry& geometry, const std::string& name)
                 refuse("vertex indices of face " + std::to_string(f) + " below " + std::to_string(vertices),
                        std::to_string(face.items[k]));
         }
+    }
+}
+
+void CheckWritable(const ScanGeometry& geometry, const std::string& name, const char* formatWithoutEmpty)
+{
+    CheckGeometry(geometry, name);
+    if (formatWithoutEmpty != nullptr && geometry.positions.empty())
+        throw FileError::InFile(name, std::string("at least one vertex, as ") + formatWithoutEmpty +
+                                          " cannot hold an empty scan",
+                                "none");
+    for (size_t v = 0; v < geometry.positions.size(); ++v) {
+        const VERTEX& p = geometry.positions[v];
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z))
+            throw FileError::InFile(name, "finite coordinates of vertex " + std::to_string(v),
+                                    std::to_string(p.x) + ", " + std::to_string(p.y) + ", " + std::to_string(p.z));
     }
 }
 

@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdint>
 #include <string>
+#include <utility>
 #include <vector>
 
 // Pieces every format shares: building faces, checking geometry before it is
@@ -20,28 +21,60 @@ namespace brell::io::detail {
 // ReadPly of the file in the window, which it slides on as it reads.
 ScanGeometry ReadPly(FileWindow& window, const std::string& name);
 
-// Appends the polygon of n > 4 corners as a fan of triangles around the
-// first; with uv also their texture coordinate rows.
-void AddFan(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv, size_t n);
+// Appends polygons to a geometry's faces. Three and four corners make one
+// face; more are split into triangles that cover the polygon whatever its
+// shape: ears are cut from the polygon as projected onto the plane of its
+// Newell normal, so a convex polygon gives the fan around its first corner
+// and a concave one no triangle outside it. Its buffers serve polygon after
+// polygon.
+class PolygonSplitter {
+public:
+    // The polygon of n >= 3 corners, whose corner k is face index corners[k]
+    // at geometry.positions[vertices[k]] (vertices may be corners); with uv
+    // also its texture coordinate rows.
+    // With color, every face made gets it.
+    void Add(ScanGeometry& geometry, const int* corners, const int* vertices, const CVector_2<float>* uv, size_t n,
+             const RGBA* color = nullptr);
 
-// Appends the polygon of n >= 3 corners as one face, or as AddFan for more
-// than four corners; with uv also its texture coordinate row.
-inline void AddPolygon(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv, size_t n)
+private:
+    struct Point {
+        double u, v;
+    };
+    void Triangle(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv, const RGBA* color, size_t a,
+                  size_t b, size_t c);
+    bool Project(const BulkVector<VERTEX>& positions, const int* vertices, size_t n);
+    bool IsEar(size_t previous, size_t corner, size_t next);
+
+    std::vector<Point> points_;
+    std::vector<size_t> previous_, next_;
+    uint64_t work_ = 0;  // corners tested against ears so far
+};
+
+// Appends the polyline through n >= 2 vertices.
+void AddLine(ScanGeometry& geometry, const int* vertices, size_t n);
+// Appends the edge from a to b: to the last line when that ends at a, else as a new line.
+void AddEdge(ScanGeometry& geometry, int a, int b);
+// The range of line k's vertices in lineVertices.
+inline std::pair<size_t, size_t> LineRange(const ScanGeometry& geometry, size_t k)
 {
-    if (n > 4) return AddFan(geometry, corners, uv, n);
-    CPolygon<int> face{{}, static_cast<int>(n)};
-    for (size_t k = 0; k < n; ++k) face.items[k] = corners[k];
-    geometry.faces.push_back(face);
-    if (uv == nullptr) return;
-    CPolygon<CVector_2<float>> row{{}, static_cast<int>(n)};
-    for (size_t k = 0; k < n; ++k) row.items[k] = uv[k];
-    geometry.texCoords.push_back(row);
+    const size_t end = k + 1 < geometry.lineStarts.size() ? static_cast<size_t>(geometry.lineStarts[k + 1])
+                                                          : geometry.lineVertices.size();
+    return {static_cast<size_t>(geometry.lineStarts[k]), end};
 }
 
+// "count what dropped", the form of every reader's warnings.
+std::string Dropped(uint64_t count, const std::string& what);
+
 // FileError naming name unless the per-vertex arrays match the positions,
-// every face has 3 or 4 corners naming existing vertices, and texCoords is
-// empty or parallel to the faces with matching corner counts.
+// every face has 3 or 4 corners naming existing vertices, texCoords is empty
+// or parallel to the faces with matching corner counts, faceColors is empty
+// or parallel to the faces, and every line has 2 or more existing vertices.
 void CheckGeometry(const ScanGeometry& geometry, const std::string& name);
+
+// CheckGeometry, and the rest of what a reader would refuse: coordinates
+// that are not finite, and for a format that cannot hold an empty scan
+// (format names it) geometry without vertices.
+void CheckWritable(const ScanGeometry& geometry, const std::string& name, const char* formatWithoutEmpty = nullptr);
 
 // The texture coordinate of each vertex when every corner of that vertex
 // agrees (vertices no face uses get (0, 0)); false when any two disagree.

@@ -79,8 +79,11 @@ public:
                 normals_.push_back({x, y, Single("a normal coordinate")});
             } else if (keyword == "f") {
                 Face();
+            } else if (keyword == "l") {
+                Line();
             } else if (IsKeyword(keyword)) {
                 ++geometry_.skippedStatements;
+                Skipped(keyword);
                 text_.SkipLine();
                 continue;
             } else {
@@ -92,6 +95,8 @@ public:
         // A file without a single vertex is not taken for an empty scan.
         if (geometry_.positions.empty()) text_.Fail("at least one vertex statement");
         Finish();
+        for (const auto& [keyword, count] : skipped_)
+            geometry_.warnings.push_back(detail::Dropped(count, "\"" + keyword + "\" statements"));
         return std::move(geometry_);
     }
 
@@ -100,6 +105,11 @@ private:
     {
         text_.SkipBlanks();
         return text_.Number<double>(what);
+    }
+    double Coordinate()
+    {
+        text_.SkipBlanks();
+        return text_.Coordinate("vertex coordinate");
     }
     float Single(const char* what)
     {
@@ -110,9 +120,9 @@ private:
     // "v x y z", optionally followed by w, by r g b (0 to 1) or by both.
     void Vertex()
     {
-        const double x = Number("a vertex coordinate");
-        const double y = Number("a vertex coordinate");
-        geometry_.positions.push_back({x, y, Number("a vertex coordinate")});
+        const double x = Coordinate();
+        const double y = Coordinate();
+        geometry_.positions.push_back({x, y, Coordinate()});
         double extra[4];
         int extras = 0;
         while (!text_.AtLineEnd('#')) {
@@ -133,14 +143,38 @@ private:
         normalOf_.push_back(-1);
     }
 
+    void Skipped(std::string_view keyword)
+    {
+        for (auto& [known, count] : skipped_) {
+            if (known == keyword) {
+                ++count;
+                return;
+            }
+        }
+        skipped_.emplace_back(std::string(keyword), 1);
+    }
+
+    // "l v1 v2 ...", each vertex optionally with its texture coordinate.
+    void Line()
+    {
+        vertices_.clear();
+        while (!text_.AtLineEnd('#'))
+            vertices_.push_back(ReadCorner(text_, geometry_.positions.size(), texCoords_.size(), normals_.size()).vertex);
+        if (vertices_.size() < 2)
+            text_.Fail("a line of at least 2 vertices", std::to_string(vertices_.size()) + " vertices");
+        detail::AddLine(geometry_, vertices_.data(), vertices_.size());
+    }
+
     void Face()
     {
         corners_.clear();
+        vertices_.clear();
         uv_.clear();
         bool hasUv = false;
         while (!text_.AtLineEnd('#')) {
             const Corner corner = ReadCorner(text_, geometry_.positions.size(), texCoords_.size(), normals_.size());
             corners_.push_back(corner.normal < 0 ? corner.vertex : WithNormal(corner.vertex, corner.normal));
+            vertices_.push_back(corner.vertex);
             uv_.push_back(corner.texCoord < 0 ? CVector_2<float>{} : texCoords_[corner.texCoord]);
             hasUv = hasUv || corner.texCoord >= 0;
         }
@@ -151,7 +185,7 @@ private:
             textured_ = true;
             for (const CPolygon<int>& face : geometry_.faces) geometry_.texCoords.push_back({{}, face.count});
         }
-        detail::AddPolygon(geometry_, corners_.data(), textured_ ? uv_.data() : nullptr, corners_.size());
+        splitter_.Add(geometry_, corners_.data(), vertices_.data(), textured_ ? uv_.data() : nullptr, corners_.size());
     }
 
     // The vertex to use for a corner naming vertex and normal: the vertex
@@ -170,8 +204,12 @@ private:
     void Finish()
     {
         const size_t fileVertices = geometry_.positions.size();
+        if (geometry_.faces.empty() && !texCoords_.empty())
+            geometry_.warnings.push_back(detail::Dropped(texCoords_.size(), "texture coordinates of a point cloud"));
         if (fileVertices + copies_.size() > INT32_MAX) text_.Fail("at most 2147483647 vertices", "more");
         const bool normalsInOrder = normals_.size() == fileVertices && fileVertices > 0;
+        if (!faceNormals_ && !normalsInOrder && !normals_.empty())
+            geometry_.warnings.push_back(detail::Dropped(normals_.size(), "normals that no face names"));
         if (faceNormals_ || normalsInOrder) {
             geometry_.normals.resize(fileVertices);
             for (size_t v = 0; v < fileVertices; ++v) {
@@ -205,8 +243,14 @@ private:
     std::unordered_map<uint64_t, int> copyOf_;
     bool faceNormals_ = false;
     bool textured_ = false;
+    // The face being read: its corners (copies of vertices as WithNormal
+    // gives them), the file's vertex at each, and their texture coordinates.
     std::vector<int> corners_;
+    std::vector<int> vertices_;
     std::vector<CVector_2<float>> uv_;
+    detail::PolygonSplitter splitter_;
+    // Statements skipped, by keyword, in the order first met.
+    std::vector<std::pair<std::string, uint64_t>> skipped_;
 };
 
 }  // namespace
@@ -218,7 +262,7 @@ ScanGeometry ReadObj(std::string_view bytes, const std::string& name)
 
 std::string WriteObj(const ScanGeometry& geometry, const std::string& name)
 {
-    detail::CheckGeometry(geometry, name);
+    detail::CheckWritable(geometry, name, "an OBJ file");
     const bool normals = !geometry.normals.empty();
     const bool uv = !geometry.texCoords.empty();
     detail::TextOutput out;
@@ -246,6 +290,12 @@ std::string WriteObj(const ScanGeometry& geometry, const std::string& name)
             if (uv) out << ++texCoord;
             if (normals) out << '/' << vertex;
         }
+        out << '\n';
+    }
+    for (size_t k = 0; k < geometry.lineStarts.size(); ++k) {
+        const auto [from, to] = detail::LineRange(geometry, k);
+        out << 'l';
+        for (size_t i = from; i < to; ++i) out << ' ' << geometry.lineVertices[i] + 1;
         out << '\n';
     }
     return out.Take();

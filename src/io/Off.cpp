@@ -65,8 +65,8 @@ ScanGeometry ReadOff(std::string_view bytes, const std::string& name)
     TextCursor text(bytes, name);
     text.SkipSpace('#');
     OffLayout layout;
-    const std::string_view keyword = text.Token();
-    if (!ParseKeyword(keyword, layout)) text.Fail("OFF, or OFF with the prefixes ST, C and N", detail::Quote(keyword));
+    const char* start = text.At();
+    if (!ParseKeyword(text.Token(), layout)) text.FailAt(start, "OFF, or OFF with the prefixes ST, C and N");
     text.SkipSpace('#');
     const int64_t vertices = text.Integer("a vertex count of 0 to 2147483647", 0, INT_MAX);
     text.SkipSpace('#');
@@ -86,9 +86,9 @@ ScanGeometry ReadOff(std::string_view bytes, const std::string& name)
     if (layout.normals) geometry.normals.resize(vertices);
     if (layout.colors) geometry.colors.resize(vertices);
     BulkVector<CVector_2<float>> vertexUv(layout.texCoords ? vertices : 0);
-    auto number = [&text](const char* what) {
+    auto coordinate = [&text]() {
         text.SkipSpace('#');
-        return text.Number<double>(what);
+        return text.Coordinate("vertex coordinate");
     };
     auto single = [&text](const char* what) {
         text.SkipSpace('#');
@@ -96,9 +96,9 @@ ScanGeometry ReadOff(std::string_view bytes, const std::string& name)
     };
     for (int64_t i = 0; i < vertices; ++i) {
         VERTEX& p = geometry.positions[i];
-        p.x = number("a vertex coordinate");
-        p.y = number("a vertex coordinate");
-        p.z = number("a vertex coordinate");
+        p.x = coordinate();
+        p.y = coordinate();
+        p.z = coordinate();
         if (layout.normals) {
             CVector_3<float>& n = geometry.normals[i];
             n.x = single("a normal coordinate");
@@ -123,6 +123,9 @@ ScanGeometry ReadOff(std::string_view bytes, const std::string& name)
     if (layout.texCoords) geometry.texCoords.reserve(faces);
     std::vector<int> corners;
     std::vector<CVector_2<float>> uv;
+    detail::PolygonSplitter splitter;
+    uint64_t otherColors = 0;
+    bool colored = false;
     for (int64_t f = 0; f < faces; ++f) {
         text.SkipSpace('#');
         const int64_t count = text.Integer("a face's corner count of 3 or more", 3, static_cast<int64_t>(text.Left()));
@@ -132,14 +135,32 @@ ScanGeometry ReadOff(std::string_view bytes, const std::string& name)
             if (vertices == 0 || !text.TryNumber(corner) || corner < 0 || corner >= vertices)
                 text.Fail("a vertex index below " + std::to_string(vertices));
         }
-        // Face colours follow on the line; they are not kept.
+        // A face's colour follows on its line as r g b or r g b a; faces
+        // before the first coloured one are white.
+        const int colorValues = TokensLeftOnLine(text.Rest());
+        RGBA color{255, 255, 255, 255};
+        if (colorValues == 3 || colorValues == 4) {
+            color.r = Channel(text);
+            color.g = Channel(text);
+            color.b = Channel(text);
+            if (colorValues == 4) color.a = Channel(text);
+            if (!colored) geometry.faceColors.resize(geometry.faces.size(), RGBA{255, 255, 255, 255});
+            colored = true;
+        } else if (colorValues > 0) {
+            ++otherColors;
+        }
         text.SkipLine();
         if (layout.texCoords) {
             uv.resize(count);
             for (int64_t k = 0; k < count; ++k) uv[k] = vertexUv[corners[k]];
         }
-        detail::AddPolygon(geometry, corners.data(), layout.texCoords ? uv.data() : nullptr, corners.size());
+        splitter.Add(geometry, corners.data(), corners.data(), layout.texCoords ? uv.data() : nullptr, corners.size(),
+                     colored ? &color : nullptr);
     }
+    if (otherColors > 0)
+        geometry.warnings.push_back(detail::Dropped(otherColors, "face colours that are not r g b or r g b a"));
+    if (layout.texCoords && faces == 0 && vertices > 0)
+        geometry.warnings.push_back(detail::Dropped(static_cast<uint64_t>(vertices), "texture coordinates of a point cloud"));
     text.SkipSpace('#');
     if (!text.AtEnd()) text.Fail("the end of the file after the last face");
     return geometry;
@@ -147,7 +168,7 @@ ScanGeometry ReadOff(std::string_view bytes, const std::string& name)
 
 std::string WriteOff(const ScanGeometry& geometry, const std::string& name)
 {
-    detail::CheckGeometry(geometry, name);
+    detail::CheckWritable(geometry, name);
     const bool normals = !geometry.normals.empty();
     const bool colors = !geometry.colors.empty();
     detail::TextOutput out;
@@ -167,9 +188,14 @@ std::string WriteOff(const ScanGeometry& geometry, const std::string& name)
         }
         out << '\n';
     }
-    for (const CPolygon<int>& face : geometry.faces) {
+    for (size_t f = 0; f < geometry.faces.size(); ++f) {
+        const CPolygon<int>& face = geometry.faces[f];
         out << face.count;
         for (int k = 0; k < face.count; ++k) out << ' ' << face.items[k];
+        if (!geometry.faceColors.empty()) {
+            const RGBA& c = geometry.faceColors[f];
+            out << ' ' << int{c.r} << ' ' << int{c.g} << ' ' << int{c.b} << ' ' << int{c.a};
+        }
         out << '\n';
     }
     return out.Take();

@@ -1,5 +1,6 @@
 #include <brelldata/io/ScanScene.h>
 
+#include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
 
@@ -9,6 +10,7 @@
 #include <climits>
 #include <cstring>
 #include <new>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -59,19 +61,20 @@ void SetArrayAttribute(CBaseNode& node, const char* attribute, const BulkVector<
     if (node.QueryAttributeStruct(attribute, &stored) == nullptr || stored != size) throw std::bad_alloc();
 }
 
-// A model's per-vertex attribute when it holds one T per vertex; null when
-// the model has none; FileError when its size does not match.
+// A model's attribute when it holds one T per item (count of them, what
+// names them); null when the model has none; FileError when its size does
+// not match.
 template <class T>
-const T* ArrayAttribute(CModelNode& model, const char* attribute, const std::string& name)
+const T* ArrayAttribute(CModelNode& model, const char* attribute, int count, const char* what, const std::string& name)
 {
     int size = 0;
     const void* data = model.QueryAttributeStruct(attribute, &size);
     if (data == nullptr) return nullptr;
-    const int64_t expected = int64_t{model.VertexNumber()} * int64_t{sizeof(T)};
+    const int64_t expected = int64_t{count} * int64_t{sizeof(T)};
     if (size != expected)
         throw FileError::InFile(name,
                                 std::to_string(expected) + " bytes of " + attribute + " in model \"" + model.Name() +
-                                    "\" (" + std::to_string(model.VertexNumber()) + " vertices)",
+                                    "\" (" + std::to_string(count) + " " + what + ")",
                                 std::to_string(size));
     return static_cast<const T*>(data);
 }
@@ -82,10 +85,12 @@ struct Part {
     CMeshNode* mesh;
     const CVector_3<float>* normals;
     const RGBA* colors;
+    const RGBA* faceColors;
     bool texCoords;
 };
 
-std::vector<Part> PartsOf(CBaseNode* root, const std::string& name)
+// The models and meshes under root, and its linear line nodes.
+std::vector<Part> PartsOf(CBaseNode* root, const std::string& name, std::vector<CLinearLineNode*>& lines)
 {
     std::vector<Part> parts;
     std::vector<CBaseNode*> pending;
@@ -94,11 +99,19 @@ std::vector<Part> PartsOf(CBaseNode* root, const std::string& name)
         CBaseNode* node = pending.back();
         pending.pop_back();
         for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.push_back(node->GetChild(i));
+        if (node->IsKindOf(CLinearLineNode::TypeId())) lines.push_back(static_cast<CLinearLineNode*>(node));
         if (!node->IsKindOf(CModelNode::TypeId())) continue;
         auto* model = static_cast<CModelNode*>(node);
         CMeshNode* mesh = node->IsKindOf(CMeshNode::TypeId()) ? static_cast<CMeshNode*>(node) : nullptr;
-        Part part{model, mesh, ArrayAttribute<CVector_3<float>>(*model, kNormalsAttribute, name),
-                  ArrayAttribute<RGBA>(*model, kColorsAttribute, name), false};
+        const int vertices = model->VertexNumber();
+        Part part{model,
+                  mesh,
+                  ArrayAttribute<CVector_3<float>>(*model, kNormalsAttribute, vertices, "vertices", name),
+                  ArrayAttribute<RGBA>(*model, kColorsAttribute, vertices, "vertices", name),
+                  mesh == nullptr ? nullptr
+                                  : ArrayAttribute<RGBA>(*model, kFaceColorsAttribute, mesh->polygons->Number(),
+                                                         "polygons", name),
+                  false};
         if (mesh != nullptr && mesh->texCoords->Number() != 0) {
             if (mesh->texCoords->Number() != mesh->polygons->Number())
                 throw FileError::InFile(name,
@@ -111,6 +124,56 @@ std::vector<Part> PartsOf(CBaseNode* root, const std::string& name)
         parts.push_back(part);
     }
     return parts;
+}
+
+// A point's place as a key: the bits of its coordinates.
+struct PointKey {
+    uint64_t bits[3];
+    bool operator==(const PointKey& other) const { return std::memcmp(bits, other.bits, sizeof bits) == 0; }
+};
+struct PointKeyHash {
+    size_t operator()(const PointKey& key) const
+    {
+        return static_cast<size_t>((key.bits[0] * 0x9E3779B97F4A7C15ULL ^ key.bits[1]) * 0xC2B2AE3D27D4EB4FULL ^
+                                   key.bits[2]);
+    }
+};
+
+// The lines of the linear line nodes as lines through the geometry's
+// vertices: each point is the first vertex at its place, or a new vertex
+// (with the defaults of a vertex without normal or colour) where none is.
+void AddLines(ScanGeometry& geometry, const std::vector<CLinearLineNode*>& nodes, const std::string& name)
+{
+    if (nodes.empty()) return;
+    std::unordered_map<PointKey, int, PointKeyHash> vertexAt;
+    auto keyOf = [](double x, double y, double z) {
+        PointKey key;
+        const double coordinates[3] = {x, y, z};
+        std::memcpy(key.bits, coordinates, sizeof key.bits);
+        return key;
+    };
+    for (size_t v = 0; v < geometry.positions.size(); ++v) {
+        const VERTEX& p = geometry.positions[v];
+        vertexAt.emplace(keyOf(p.x, p.y, p.z), static_cast<int>(v));
+    }
+    for (CLinearLineNode* node : nodes) {
+        for (const auto& line : node->lines->lines) {
+            if (line.size() < 2) continue;  // a point is no line, and no file format holds one
+            geometry.lineStarts.push_back(static_cast<int>(geometry.lineVertices.size()));
+            for (const CVector_3<double>& point : line) {
+                auto [at, added] = vertexAt.emplace(keyOf(point.x, point.y, point.z),
+                                                    static_cast<int>(geometry.positions.size()));
+                if (added) {
+                    if (geometry.positions.size() >= INT_MAX)
+                        throw FileError::InFile(name, "at most 2147483647 vertices with the lines' points", "more");
+                    geometry.positions.push_back({point.x, point.y, point.z});
+                    if (!geometry.normals.empty()) geometry.normals.push_back({0, 0, 0});
+                    if (!geometry.colors.empty()) geometry.colors.push_back({255, 255, 255, 255});
+                }
+                geometry.lineVertices.push_back(at->second);
+            }
+        }
+    }
 }
 
 }  // namespace
@@ -133,19 +196,36 @@ CBaseNode* SceneOfGeometry(const ScanGeometry& geometry, const std::string& name
         auto* mesh = static_cast<CMeshNode*>(model);
         mesh->polygons->rows.assign(geometry.faces.begin(), geometry.faces.end());
         mesh->texCoords->rows.assign(geometry.texCoords.begin(), geometry.texCoords.end());
+        SetArrayAttribute(*model, kFaceColorsAttribute, geometry.faceColors, name);
+    }
+    if (!geometry.lineStarts.empty()) {
+        auto* lines = static_cast<CLinearLineNode*>(Adopt(element, CLinearLineNode::Create()));
+        lines->SetName(name.c_str());
+        auto& store = lines->lines->lines;
+        store.resize(geometry.lineStarts.size());
+        for (size_t k = 0; k < store.size(); ++k) {
+            const auto [from, to] = detail::LineRange(geometry, k);
+            store[k].reserve(to - from);
+            for (size_t i = from; i < to; ++i) {
+                const VERTEX& p = geometry.positions[geometry.lineVertices[i]];
+                store[k].push_back({p.x, p.y, p.z});
+            }
+        }
     }
     return root.Take();
 }
 
 ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
 {
-    const std::vector<Part> parts = PartsOf(root, name);
-    bool normals = false, colors = false, texCoords = false;
+    std::vector<CLinearLineNode*> lineNodes;
+    const std::vector<Part> parts = PartsOf(root, name, lineNodes);
+    bool normals = false, colors = false, texCoords = false, faceColors = false;
     size_t vertices = 0, faces = 0;
     for (const Part& part : parts) {
         normals = normals || part.normals != nullptr;
         colors = colors || part.colors != nullptr;
         texCoords = texCoords || part.texCoords;
+        faceColors = faceColors || part.faceColors != nullptr;
         vertices += static_cast<size_t>(part.model->VertexNumber());
         if (part.mesh != nullptr) faces += static_cast<size_t>(part.mesh->polygons->Number());
     }
@@ -192,13 +272,20 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
             const auto& uv = part.mesh->texCoords->rows;
             geometry.texCoords.insert(geometry.texCoords.end(), uv.begin(), uv.end());
         }
+        if (part.faceColors != nullptr) {
+            geometry.faceColors.insert(geometry.faceColors.end(), part.faceColors, part.faceColors + rows.size());
+        } else if (faceColors) {
+            geometry.faceColors.resize(geometry.faceColors.size() + rows.size(), RGBA{255, 255, 255, 255});
+        }
     }
+    AddLines(geometry, lineNodes, name);
     return geometry;
 }
 
-CBaseNode* ImportScan(const std::string& path)
+CBaseNode* ImportScan(const std::string& path, std::vector<std::string>* warnings)
 {
     const ScanGeometry geometry = ReadScanFile(path);
+    if (warnings != nullptr) warnings->insert(warnings->end(), geometry.warnings.begin(), geometry.warnings.end());
     return SceneOfGeometry(geometry, path.substr(path.find_last_of('/') + 1));
 }
 

@@ -13,6 +13,7 @@
 #include <cstring>
 #include <new>
 #include <optional>
+#include <vector>
 
 namespace brell::io {
 namespace {
@@ -121,11 +122,29 @@ CBaseNode* LoadChecked(std::string_view bytes, const std::string& name, std::opt
     return root;
 }
 
+// FileError naming the first node under root that a load would not give
+// back as saved: an attribute of an empty name is written but not read, and
+// every record after it would be read from the wrong place.
+void CheckLoadable(CBaseNode* root, const std::string& path)
+{
+    std::vector<CBaseNode*> pending{root};
+    while (!pending.empty()) {
+        CBaseNode* node = pending.back();
+        pending.pop_back();
+        // Names come in byte order, so an empty one comes first.
+        if (node->AttributeNumber() > 0 && *node->AttributeName(0) == '\0')
+            throw FileError::InFile(path, "attribute names that are not empty, as an empty one does not load back",
+                                    "one on " + node->Type() + " \"" + node->Name() + "\"");
+        for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.push_back(node->GetChild(i));
+    }
+}
+
 }  // namespace
 
 void SaveScene(CBaseNode* root, const std::string& path)
 {
     if (root == nullptr) throw FileError::InFile(path, "a scene to save", "none");
+    CheckLoadable(root, path);
     const int streamSize = SizeOfByte(root);
     if (streamSize < 1) throw FileError::InFile(path, "a scene below 2 GB", "one too large to stream");
 

@@ -3,6 +3,7 @@
 #include <brelldata/io/FileError.h>
 
 #include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -118,6 +119,17 @@ public:
     {
         T value{};
         if (!TryNumber(value, terminator)) Fail(what);
+        return value;
+    }
+
+    // A position's coordinate, named by noun ("point's x"): a number, and a
+    // finite one, since NaN and infinity place nothing anywhere.
+    double Coordinate(const char* noun)
+    {
+        const char* start = at_;
+        double value = 0;
+        if (!TryNumber(value)) Fail(std::string("a ") + noun);
+        if (!std::isfinite(value)) FailAt(start, std::string("a finite ") + noun);
         return value;
     }
 

@@ -84,6 +84,16 @@ uint64_t CFile::GetLength() const
     return static_cast<uint64_t>(status.st_size);
 }
 
+bool CFile::GetRemaining(uint64_t& bytes) const
+{
+    struct stat status;
+    if (descriptor_ < 0 || ::fstat(descriptor_, &status) != 0 || !S_ISREG(status.st_mode)) return false;
+    const off_t position = ::lseek(descriptor_, 0, SEEK_CUR);
+    if (position < 0) return false;
+    bytes = status.st_size > position ? static_cast<uint64_t>(status.st_size - position) : 0;
+    return true;
+}
+
 void CFile::Close()
 {
     if (descriptor_ < 0) return;
@@ -159,6 +169,12 @@ uint64_t CMemFile::GetLength() const
     return size_;
 }
 
+bool CMemFile::GetRemaining(uint64_t& bytes) const
+{
+    bytes = size_ > position_ ? size_ - position_ : 0;
+    return true;
+}
+
 void CMemFile::Close()
 {
     Reset();
@@ -212,6 +228,13 @@ void CArchive::Write(const void* buffer, unsigned int count)
     }
     std::memcpy(buffer_ + end_, buffer, count);
     end_ += count;
+}
+
+bool CArchive::GetRemaining(uint64_t& bytes) const
+{
+    if (file_ == nullptr || !IsLoading() || !file_->GetRemaining(bytes)) return false;
+    bytes += end_ - begin_;
+    return true;
 }
 
 void CArchive::Flush()

@@ -11,6 +11,12 @@
 
 namespace brell {
 
+void RefuseStore(const CBaseNode& node, const unsigned char* at)
+{
+    if (BlockBounds* bounds = ActiveBlockBounds(); bounds != nullptr)
+        bounds->Refuse(at, "a store that does not read in " + node.Type() + " \"" + node.Name() + "\"");
+}
+
 int ChildrenOfKind(const CBaseNode& node, const std::string& type)
 {
     int number = 0;

@@ -25,9 +25,23 @@ private:
     int size_ = 0;
 };
 
+// A reader of a scan node's data block, which knows the node it reads for.
+class NodeBlockReader : public BlockReader {
+public:
+    NodeBlockReader(const void* block, const CBaseNode& node) : BlockReader(block), node_(node) {}
+    const CBaseNode& Node() const { return node_; }
+
+private:
+    const CBaseNode& node_;
+};
+
+// Under the bounds of a checked load, refuses the store block at at of node.
+void RefuseStore(const CBaseNode& node, const unsigned char* at);
+
 // A store inside a data block: its block's length L, then the block, so that
 // a reader finds what follows 4 + L bytes on. A store that cannot be read
-// keeps what Read leaves; the node does not report it.
+// keeps what Read leaves; the node does not report it, but a checked load
+// refuses it, naming the node.
 template <class Store>
 void StorePart(BlockWriter& writer, const Store& store)
 {
@@ -40,10 +54,11 @@ void StorePart(BlockWriter& writer, const Store& store)
 }
 
 template <class Store>
-void StorePart(BlockReader& reader, Store& store)
+void StorePart(NodeBlockReader& reader, Store& store)
 {
+    const unsigned char* at = reader.Position();
     const int length = reader.Int32();
-    store.Read(reader.Position());
+    if (!store.Read(reader.Position())) RefuseStore(reader.Node(), at);
     reader.Skip(length > 0 ? static_cast<size_t>(length) : 0);
 }
 
@@ -79,7 +94,7 @@ template <class Base, class Node, class Fields>
 int ReadBlock(Node& node, void* block, Fields fields)
 {
     if (block == nullptr) return 0;
-    BlockReader reader(block);
+    NodeBlockReader reader(block, node);
     fields(reader, node);
     return node.Base::Read(const_cast<unsigned char*>(reader.Position()));
 }

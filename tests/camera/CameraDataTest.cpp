@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <climits>
 #include <cstdio>
+#include <fstream>
 #include <string>
 #include <type_traits>
 #include <vector>
@@ -89,12 +90,12 @@ TYPED_TEST(Shots, RoundTripCopyCutAndFailAsEachLayoutDoes)
     EXPECT_EQ(sized.data2D, nullptr);
     EXPECT_EQ(sized.length2D, 0);
 
-    // A file cut anywhere: the header keeps what was read and zeros, each array what was
+    // A stream cut anywhere: the header keeps what was read and zeros, each array what was
     // read; before the size fields are whole there is no 3-D block.
     const size_t h = TypeParam::kHeaderBytes, size3d = TypeParam::kSmall3d;
     for (size_t size = 0; size <= file.size(); ++size) {
         Shot cut;
-        ReadShot(Buffer(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size)), cut);
+        ReadShot(Buffer(file.begin(), file.begin() + static_cast<std::ptrdiff_t>(size)), cut, Device::stream);
         if (size < TypeParam::kSizeFieldsEnd) {
             ExpectEmpty<TypeParam>(cut);
             continue;
@@ -134,7 +135,7 @@ TYPED_TEST(Shots, RoundTripCopyCutAndFailAsEachLayoutDoes)
         TypeParam::Allocate2d(failed, 10);
         std::memset(&failed.header, 0x5A, sizeof failed.header);
         if constexpr (std::is_same_v<Shot, KAMERADATA>) failed.reserved = 7;
-        ReadShot(Join({HeaderBytes<TypeParam>(c.pitch, c.color), Pattern(256, 5)}), failed);
+        ReadShot(Join({HeaderBytes<TypeParam>(c.pitch, c.color), Pattern(256, 5)}), failed, Device::stream);
         ExpectEmpty<TypeParam>(failed);
         std::vector<std::string> outputs = Outputs(recording);
         ASSERT_GE(outputs.size(), 3u);
@@ -157,18 +158,54 @@ TYPED_TEST(Shots, RoundTripCopyCutAndFailAsEachLayoutDoes)
                                                        : Traced("Read 3D data in camera data", TypeParam::kSmall3d));
 }
 
-TEST(LayoutShots, AFortyByteBlockFillsAFortyEightByteArrayAndA640By480ShotTracesOnlyItsProgress)
+// A file cut anywhere in a block, or a header that promises gigabytes: the reader
+// refuses the block before it allocates it, wherever the archive knows its length.
+TYPED_TEST(Shots, ABlockLongerThanTheFileIsRefusedBeforeAnythingIsAllocated)
 {
-    const Buffer file = Join({HeaderBytes<FirstLayout>({3, 5, 2, 12}, kSmallColor), Pattern(40, 5), Pattern(16, 9)});
+    using Shot = typename TypeParam::Shot;
+    const Buffer file = SmallFile<TypeParam>();
+    const struct {
+        Buffer bytes;
+        int32_t size2d;
+    } cases[] = {
+        {Buffer(file.begin(), file.end() - 1), TypeParam::kSmall2d},
+        {Join({HeaderBytes<TypeParam>(kSmallPitch, TypeParam::kHuge2d), Pattern(256, 5)}), TypeParam::kHuge2dBytes},
+    };
+    const std::string path = testing::TempDir() + "brell-camera-huge";
+    for (const auto& [bytes, size2d] : cases) {
+        for (bool onDisk : {false, true}) {
+            Recording recording(testing::TempDir() + "brell-camera-short");
+            Shot shot;
+            if (onDisk) {
+                std::ofstream(path, std::ios::binary).write(reinterpret_cast<const char*>(bytes.data()),
+                                                            static_cast<std::streamsize>(bytes.size()));
+                CFile in(path.c_str(), CFile::modeRead);
+                CArchive load(&in, CArchive::load);
+                load >> shot;
+            } else {
+                ReadShot(bytes, shot);
+            }
+            ExpectEmpty<TypeParam>(shot);
+            EXPECT_EQ(Outputs(recording).back(), "output 0 -2 Error: The file ends before the 2D data in camera data( " +
+                                                     std::to_string(size2d) + " bytes ).\n");
+        }
+    }
+    std::remove(path.c_str());
+}
+
+TEST(LayoutShots, AFortyByteBlockFillsAFortyEightByteArrayAndWritesBackAsForty)
+{
+    const Buffer file = Join({HeaderBytes<FirstLayout>({3, 5, 2, 12}, {3, 4, 1, 24}), Pattern(40, 5), Pattern(36, 9)});
     CAMERADATA shot;
     ReadShot(file, shot);
     ASSERT_EQ(shot.length3D, 48);
     EXPECT_TRUE(Holds(shot.data3D, file, 512, 40));
-    EXPECT_TRUE(Holds(shot.data2D, file, 552, 16)) << "the 2-D block starts right after the 40 bytes";
-    Buffer written = WriteShot(shot);
-    ASSERT_EQ(written.size(), 512u + 48 + 16);
-    EXPECT_TRUE(std::equal(file.begin(), file.begin() + 552, written.begin()));
+    EXPECT_TRUE(Holds(shot.data2D, file, 552, 36)) << "the 2-D block starts right after the 40 bytes";
+    EXPECT_EQ(WriteShot(shot), file);
+}
 
+TEST(LayoutShots, A640By480ShotTracesOnlyItsProgress)
+{
     // A 640 x 480 shot of the second layout traces only its progress.
     Recording recording(testing::TempDir() + "brell-camera-640x480");
     const int32_t size3d = 640 * 480 * 9, size2d = 640 * 480 * 3 + 3840;

@@ -1,5 +1,7 @@
 #include "camera/ShotFixtures.h"
 
+#include <brelldata/camera/CameraLayout.h>
+
 #include <gtest/gtest.h>
 
 #include <string>
@@ -147,6 +149,46 @@ TEST(FirstLayoutHeader, ReadsInHostOrderAndListsThirtyTwoLinesAtLevelSixty)
     Buffer rewritten(512);
     written.Read(rewritten.data(), 512);
     EXPECT_EQ(rewritten, file);
+}
+
+// The header a file's bytes give when read as Header.
+template <class Header>
+Header HeaderOf(const Buffer& file)
+{
+    Buffer bytes(file);
+    CMemFile memory(bytes.data(), static_cast<unsigned int>(bytes.size()));
+    CArchive archive(&memory, CArchive::load);
+    Header header;
+    archive >> header;
+    return header;
+}
+
+// Sizes are worked out as the reader works them out, in 32 bits: a colour plane of
+// 64-bit pixels 65535 wide and 65535 deep wraps to no 2-D block at all.
+TEST(CameraLayouts, AreTheOnesWhoseHeaderAndBlocksMakeUpTheFile)
+{
+    const Buffer first = SmallFile<FirstLayout>(), second = SmallFile<SecondLayout>();
+    const Buffer wrapped = Join({HeaderBytes<FirstLayout>({4, 4, 1, 8}, {65535, 1, 65535, 64}), Pattern(16, 5)});
+    Buffer longer = first;
+    longer.push_back(0);
+    const struct {
+        const Buffer& file;
+        brell::CameraFileLayout layout;
+    } cases[] = {
+        {first, brell::CameraFileLayout::first},
+        {second, brell::CameraFileLayout::second},
+        {wrapped, brell::CameraFileLayout::first},
+        {longer, brell::CameraFileLayout::none},
+    };
+    for (const auto& c : cases) {
+        EXPECT_EQ(brell::DetectCameraLayout(HeaderOf<CAMERAHEADER>(c.file), HeaderOf<KAMERAHEADER>(c.file),
+                                            c.file.size()),
+                  c.layout)
+            << c.file.size() << " bytes";
+    }
+    const CAMERAHEADER header = HeaderOf<CAMERAHEADER>(wrapped);
+    EXPECT_EQ(brell::CameraBlockSize2d(header), -1048568);
+    EXPECT_EQ(brell::CameraFileBytes(header), 528);
 }
 
 }  // namespace

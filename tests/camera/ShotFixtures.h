@@ -115,13 +115,34 @@ Buffer ImageOf(const Record& record)
     return Buffer(bytes, bytes + sizeof record);
 }
 
+// A device that, like a pipe, does not know how many bytes it has left.
+class StreamFile : public CFile {
+public:
+    explicit StreamFile(const Buffer& bytes) : bytes_(bytes) {}
+    unsigned int Read(void* buffer, unsigned int count) override
+    {
+        const auto n = static_cast<unsigned int>(std::min<size_t>(count, bytes_.size() - position_));
+        std::copy_n(bytes_.begin() + static_cast<std::ptrdiff_t>(position_), n, static_cast<uint8_t*>(buffer));
+        position_ += n;
+        return n;
+    }
+
+private:
+    const Buffer& bytes_;
+    size_t position_ = 0;
+};
+
+// Where ReadShot reads from: memory, whose length the reader may ask, or a stream.
+enum class Device { memory, stream };
+
 // Reads from exactly the file's bytes, so that a read past them is caught.
 template <class Shot>
-void ReadShot(const Buffer& file, Shot& shot)
+void ReadShot(const Buffer& file, Shot& shot, Device device = Device::memory)
 {
     Buffer bytes(file);
     CMemFile memory(bytes.data(), static_cast<unsigned int>(bytes.size()));
-    CArchive archive(&memory, CArchive::load);
+    StreamFile stream(bytes);
+    CArchive archive(device == Device::memory ? static_cast<CFile*>(&memory) : &stream, CArchive::load);
     archive >> shot;
 }
 

@@ -79,28 +79,45 @@ protected:
     CGeoModeNode* mode = nullptr;
 };
 
-TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
+TEST_F(Quarters, TheFrontTriangleHidesTheBackOneWhateverTheirOrder)
 {
     Render(scene.node);
-    EXPECT_EQ(AtWorld(-1.0, 0.75), kRed);  // the front triangle hides the back one whatever the order
+    EXPECT_EQ(AtWorld(-1.0, 0.75), kRed);
     EXPECT_EQ(AtWorld(-1.0, 0.2), kBlue);
     EXPECT_EQ(AtWorld(-1.9, 1.9), kBackground);
-    EXPECT_EQ(AtWorld(0.6, 1.4), kRed);  // the texture from its top left
+}
+
+TEST_F(Quarters, TexturesShowFromTheirTopLeft)
+{
+    Render(scene.node);
+    EXPECT_EQ(AtWorld(0.6, 1.4), kRed);
     EXPECT_EQ(AtWorld(1.4, 1.4), kGreen);
     EXPECT_EQ(AtWorld(0.6, 0.6), kBlue);
     EXPECT_EQ(AtWorld(1.4, 0.6), kYellow);
-    EXPECT_EQ(AtWorld(-1.0, -1.0), kYellow);  // hidden nodes and disabled children draw nothing
+}
+
+TEST_F(Quarters, HiddenNodesAndDisabledChildrenDrawNothing)
+{
+    Render(scene.node);
+    EXPECT_EQ(AtWorld(-1.0, -1.0), kYellow);
     EXPECT_EQ(AtWorld(-1.0, -0.7), kBackground);
     EXPECT_EQ(AtWorld(-1.5, -1.7), kBackground);
-    EXPECT_EQ(AtWorld(0.21, -1.0), kWhite);  // the mode node's wireframe
-    EXPECT_EQ(AtWorld(1.0, -1.0), kBackground);
+}
 
+TEST_F(Quarters, ModeNodesDrawTheirMembersAsWireframeOrShaded)
+{
+    Render(scene.node);
+    EXPECT_EQ(AtWorld(0.21, -1.0), kWhite);
+    EXPECT_EQ(AtWorld(1.0, -1.0), kBackground);
     mode->SetMode(CGeoModeNode::kShading);
     Render(scene.node);
     EXPECT_EQ(AtWorld(1.0, -1.0), kMagenta);
     EXPECT_EQ(AtWorld(0.21, -1.0), kMagenta);
+}
 
-    // Overlays cover the 3-D picture whatever the order.
+TEST_F(Quarters, OverlaysCoverThePictureWhateverTheirPlaceInTheTree)
+{
+    mode->SetMode(CGeoModeNode::kShading);
     const RECT square{46, 46, 51, 51};
     scene.node->InsertChild(0, new CGeoRectangle2DNode(&square, 1, 0xFFFF00, 0));
     CRgn rectangles;
@@ -116,8 +133,10 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
                   {9, 7, kRed},
                   {5, 5, kBackground},
                   {10, 5, kBackground}});
+}
 
-    // Every overlay class draws in window pixels.
+TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixels)
+{
     Scene overlays;
     const POINT point{60, 2}, polyline[] = {{2, 60}, {20, 60}};
     Add(overlays.node, new CGeoPoint2DNode(&point, 1, 0xFFFFFF));
@@ -135,8 +154,10 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
                   {34, 34, kBackground},
                   {50, 10, kRed},
                   {50, 12, kBackground}});
+}
 
-    // Every vertex class draws.
+TEST_F(GlTest, EveryVertexClassDraws)
+{
     Scene drawn;
     Add(drawn.node, OrthoCamera());
     SetVertices(Add(drawn.node, new CGeoVertexNode), {Centre(8, 8)});
@@ -180,8 +201,10 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
                   {9, 45, kMagenta},
                   {20, 45, kWhite},
                   {25, 45, kBackground}});
+}
 
-    // Without a camera the box fills the view.
+TEST_F(GlTest, WithoutACameraTheBoxFillsTheView)
+{
     Scene boxed;
     Add(boxed.node, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
     Render(boxed.node);
@@ -191,8 +214,10 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
     // sides reach about two thirds of the way to the picture's edges.
     EXPECT_EQ(At(kSize / 2 + kSize / 4, kSize / 2), kRed);
     EXPECT_EQ(At(kSize - 4, kSize / 2), kBackground);
+}
 
-    // Scene lights replace the light at the eye.
+TEST_F(GlTest, SceneLightsReplaceTheLightAtTheEye)
+{
     Scene lit;
     Add(lit.node, OrthoCamera());
     LIGHT_PARAM dim{};
@@ -205,8 +230,10 @@ TEST_F(Quarters, EachQuarterEveryClassCamerasLightsAndPngsDrawWhatTheyShould)
     const RGBA gray = At(kSize / 2, kSize / 2);
     EXPECT_NEAR(gray.r, 128, 1);
     EXPECT_EQ(gray.r, gray.b);
+}
 
-    // gl::RenderToPng writes the picture.
+TEST_F(GlTest, RenderToPngWritesThePictureAtItsSize)
+{
     Scene written;
     Add(written.node, OrthoCamera());
     Add(written.node, Polygon({{-2.0, -2.0, 0.0}, {2.0, -2.0, 0.0}, {2.0, 2.0, 0.0}}, kBlue));

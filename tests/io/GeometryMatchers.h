@@ -43,6 +43,9 @@ inline void ExpectSameGeometry(const io::ScanGeometry& a, const io::ScanGeometry
     EXPECT_EQ(FirstDifference(a.colors, b.colors), "") << label << " colors";
     EXPECT_EQ(FirstDifference(a.faces, b.faces), "") << label << " faces";
     EXPECT_EQ(FirstDifference(a.texCoords, b.texCoords), "") << label << " texCoords";
+    EXPECT_EQ(FirstDifference(a.faceColors, b.faceColors), "") << label << " faceColors";
+    EXPECT_EQ(FirstDifference(a.lineVertices, b.lineVertices), "") << label << " lineVertices";
+    EXPECT_EQ(FirstDifference(a.lineStarts, b.lineStarts), "") << label << " lineStarts";
 }
 
 // Five vertices with normals and colours, a quad and a triangle, textured.

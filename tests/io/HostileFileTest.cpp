@@ -1,6 +1,10 @@
 #include <brelldata/io/ScanFormats.h>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
 
 #include <string>
 #include <tuple>
@@ -72,7 +76,7 @@ TEST(HostileFiles, AreEachRefusedWithTheirOwnMessage)
         {ReadPly, PlyHeader("ascii", "1", "1") + "0 1 0\n300 0 0 0\n",
          "hostile: line 11: expected a list count (uchar), found \"300\""},
         // Broken headers and lists.
-        {ReadPly, "plx\n", "hostile: line 1: expected \"ply\" as the first line, found the end of the line"},
+        {ReadPly, "plx\n", "hostile: line 1: expected \"ply\" as the first line, found \"plx\""},
         {ReadPly, "ply\nformat ascii 1.0\nelement vertex 1\n",
          "hostile: line 4: expected end_header, found the end of the file"},
         {ReadPly, "ply\nformat ascii 1.0\nelement vertex 0\nproperty float x\nend_header\n",
@@ -89,6 +93,11 @@ TEST(HostileFiles, AreEachRefusedWithTheirOwnMessage)
         {ReadPly, PlyHeader("ascii", "0", "0") + "7\n",
          "hostile: line 10: expected the end of the file after the last element, found \"7\""},
         {ReadOff, "OFF3 1 0\n", "hostile: line 1: expected OFF, or OFF with the prefixes ST, C and N, found \"OFF3\""},
+        {ReadOff, "", "hostile: line 1: expected OFF, or OFF with the prefixes ST, C and N, found the end of the file"},
+        {ReadPly, "ply\nformat ascii 1.0\nelement vertex 1\nprop",
+         "hostile: line 4: expected end_header, found the end of the file"},
+        {ReadXyz, "1 2 3 0 0 1 7 8 9\n", "hostile: line 1: expected the end of the line after 3 or 6 values, found \"7\""},
+        {ReadXyz, "1 2 3 0\n", "hostile: line 1: expected a normal coordinate, found the end of the line"},
         {ReadObj, "\x01\x02\n",
          "hostile: line 1: expected a statement keyword (v, vt, vn, f or another), found \"\\x01\\x02\""},
         {ReadObj, "# nothing\ng group\n",
@@ -103,6 +112,73 @@ TEST(HostileFiles, AreEachRefusedWithTheirOwnMessage)
               std::tuple(FileError::Place::line, 13u, "a vertex index below 3", "\"3\""));
     EXPECT_EQ(std::tuple(byte.Where(), byte.Position(), byte.Expected(), byte.Found()),
               std::tuple(FileError::Place::byte, 205u, "vertex indices below 3", "7"));
+}
+
+// A binary PLY file of two vertices of x, y and z whose second one's y is value,
+// read as its vertices are: as fixed-size records, or one by one when a list
+// follows them. A second y after them, which a reader takes in its place, is 7.
+std::string PlyWithY(float value, bool withList, bool secondY = false)
+{
+    std::string header = "ply\nformat binary_little_endian 1.0\nelement vertex 2\n"
+                         "property float x\nproperty float y\nproperty float z\n";
+    if (withList) header += "property list uchar int tags\n";
+    if (secondY) header += "property float y\n";
+    std::string bytes = header + "end_header\n";
+    const float coordinates[2][3] = {{0, 1, 2}, {3, value, 5}}, seven = 7;
+    for (const auto& vertex : coordinates) {
+        bytes.append(reinterpret_cast<const char*>(vertex), sizeof vertex);
+        if (withList) bytes += '\0';  // no tags
+        if (secondY) bytes.append(reinterpret_cast<const char*>(&seven), sizeof seven);
+    }
+    return bytes;
+}
+
+TEST(HostileFiles, NonFiniteCoordinatesAreRefusedByEveryReader)
+{
+    const float nan = std::numeric_limits<float>::quiet_NaN(), inf = std::numeric_limits<float>::infinity();
+    const struct {
+        ScanGeometry (*read)(std::string_view, const std::string&);
+        std::string bytes;
+        std::string message;
+    } cases[] = {
+        {ReadObj, "v 0 0 0\nv nan 0 0\n", "hostile: line 2: expected a finite vertex coordinate, found \"nan\""},
+        {ReadOff, "OFF\n1 0 0\n0 inf 0\n", "hostile: line 3: expected a finite vertex coordinate, found \"inf\""},
+        {ReadXyz, "1 2 -infinity\n", "hostile: line 1: expected a finite point's z, found \"-infinity\""},
+        {ReadPly, PlyHeader("ascii", "1", "0") + "0 NaN 0\n",
+         "hostile: line 10: expected a finite vertex coordinate (float), found \"NaN\""},
+        {ReadPly, PlyWithY(nan, false), "hostile: byte 131: expected a finite vertex coordinate, found NaN"},
+        {ReadPly, PlyWithY(-inf, false), "hostile: byte 131: expected a finite vertex coordinate, found minus infinity"},
+        {ReadPly, PlyWithY(inf, true), "hostile: byte 161: expected a finite vertex coordinate, found infinity"},
+        {ReadPly, PlyWithY(nan, false, true), "hostile: byte 152: expected a finite vertex coordinate, found NaN"},
+    };
+    for (const auto& c : cases) EXPECT_STREQ(ErrorOf(c.read, c.bytes).what(), c.message.c_str()) << c.bytes;
+}
+
+// Whatever a writer gives, its reader takes back; what it cannot hold it refuses.
+TEST(Writers, WriteOnlyWhatTheirReadersTakeBack)
+{
+    const struct {
+        std::string (*write)(const ScanGeometry&, const std::string&);
+        ScanGeometry (*read)(std::string_view, const std::string&);
+        const char* emptyRefusal;
+    } formats[] = {
+        {[](const ScanGeometry& g, const std::string& name) { return WritePly(g, name); }, ReadPly, nullptr},
+        {WriteOff, ReadOff, nullptr},
+        {WriteObj, ReadObj, "e: expected at least one vertex, as an OBJ file cannot hold an empty scan, found none"},
+        {WriteXyz, ReadXyz, "e: expected at least one vertex, as an XYZ file cannot hold an empty scan, found none"},
+    };
+    ScanGeometry notANumber;
+    notANumber.positions = {{0, 0, 0}, {1, std::nan(""), 0}};
+    for (const auto& format : formats) {
+        if (format.emptyRefusal == nullptr) {
+            EXPECT_TRUE(format.read(format.write(ScanGeometry(), "e"), "e").positions.empty());
+        } else {
+            EXPECT_THAT([&] { format.write(ScanGeometry(), "e"); }, testing::ThrowsMessage<FileError>(format.emptyRefusal));
+        }
+        EXPECT_THAT([&] { format.write(notANumber, "n"); },
+                    testing::ThrowsMessage<FileError>("n: expected finite coordinates of vertex 1, found 1.000000, nan, "
+                                                      "0.000000"));
+    }
 }
 
 TEST(Writers, RefuseInconsistentGeometry)

@@ -7,12 +7,14 @@
 #include <brelldata/core/RefNode.h>
 #include <brelldata/core/Tree.h>
 #include <brelldata/io/SceneFile.h>
+#include <brelldata/scan/ModelNodes.h>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <xxhash.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -159,6 +161,42 @@ TEST(SceneFile, HostileFilesEachGiveTheirOwnError)
         EXPECT_THAT([&] { CTree(brell::io::LoadSceneFromMemory(c.first, "hostile")); },
                     testing::ThrowsMessage<FileError>(c.second));
     }
+}
+
+// An attribute of an empty name would be written and not read, and every record after
+// it read from the wrong place: the save refuses the tree before anything is written.
+TEST_F(SceneFolder, ATreeThatWouldNotLoadBackIsNotSaved)
+{
+    CTree scene = MakeScene();
+    CBaseNode* a = scene.Root()->GetChild(0);
+    a->SetName("A");
+    a->SetAttributeInt("", 1);
+    const fs::path path = folder / "unnamed.brs";
+    EXPECT_THAT([&] { brell::io::SaveScene(scene, path); },
+                testing::ThrowsMessage<FileError>(path.string() +
+                                                  ": expected attribute names that are not empty, as an empty one "
+                                                  "does not load back, found one on CBaseNode \"A\""));
+    EXPECT_FALSE(fs::exists(path));
+}
+
+// A polygon row of 5 corners makes the mesh's polygon store fail to read; the node
+// reader would leave the mesh without polygons, the checked load refuses the file.
+TEST(SceneFile, AStoreThatDoesNotReadIsRefusedNamingItsNode)
+{
+    CMeshNode* mesh = static_cast<CMeshNode*>(CMeshNode::Create());
+    mesh->SetName("scan");
+    mesh->polygons->rows.push_back({{101, 102, 103, 0}, 3});
+    CTree tree(mesh);
+    std::vector<unsigned char> stream = StreamOf(mesh);
+    const Bytes row = Bytes().I32(3).I32(101);
+    const auto found = std::search(stream.begin(), stream.end(), row.Data().begin(), row.Data().end());
+    ASSERT_NE(found, stream.end());
+    *found = 5;
+    const size_t storeOffset = brell::io::kSceneHeaderBytes + static_cast<size_t>(found - stream.begin()) - 8;
+    EXPECT_THAT([&] { CTree(brell::io::LoadSceneFromMemory(SceneFileOf(stream), "hostile")); },
+                testing::ThrowsMessage<FileError>("hostile: byte " + std::to_string(storeOffset) +
+                                                  ": expected a node stream, found a store that does not read in "
+                                                  "CMeshNode \"scan\""));
 }
 
 // A chain a million records deep: whole, it loads; cut short, it is refused.

@@ -1,6 +1,7 @@
 #include <brelldata/core/NodeStream.h>
 #include <brelldata/core/Tree.h>
 #include <brelldata/io/ScanScene.h>
+#include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
 
@@ -104,6 +105,35 @@ TEST(ScanScenes, FilesBecomeElementsOfMeshesOrModelsThatExportJoinedAndStreamWha
                     testing::Property(&FileError::Expected, "60 bytes of normals in model \"m\" (5 vertices)"),
                     testing::Property(&FileError::Found, "12"))));
     EXPECT_TRUE(GeometryOfScene(nullptr, "none").positions.empty());
+}
+
+// Face colours travel as the mesh's "faceColors", lines as a linear line node beside it;
+// a line point found among the vertices is that vertex, any other one a vertex of its own.
+TEST(ScanScenes, KeepFaceColoursAsAnAttributeAndLinesAsALineNode)
+{
+    ScanGeometry geometry = TexturedMesh();
+    geometry.faceColors = {{1, 2, 3, 255}, {4, 5, 6, 7}};
+    geometry.lineVertices = {0, 1, 2, 4, 3};
+    geometry.lineStarts = {0, 3};
+    CTree scene(SceneOfGeometry(geometry, "m"));
+    int size = 0;
+    ASSERT_NE(ModelOf(scene.Root())->QueryAttributeStruct(kFaceColorsAttribute, &size), nullptr);
+    EXPECT_EQ(size, 8);
+    CBaseNode* element = scene.Root()->GetChild(0);
+    ASSERT_EQ(element->GetChildNum(), 2u);
+    ASSERT_TRUE(element->GetChild(1)->IsKindOf("CLinearLineNode"));
+    auto* lines = static_cast<CLinearLineNode*>(element->GetChild(1));
+    EXPECT_EQ(lines->Name(), "m");
+    ASSERT_EQ(lines->lines->Number(), 2);
+    EXPECT_EQ(lines->lines->Element(1, 0).z, 1.0 / 3);
+    ExpectSameGeometry(GeometryOfScene(scene.Root(), "m"), geometry);
+
+    lines->lines->lines[1][1] = {7, 8, 9};
+    const ScanGeometry moved = GeometryOfScene(scene.Root(), "m");
+    ASSERT_EQ(moved.positions.size(), 6u);
+    EXPECT_EQ(moved.positions[5].y, 8);
+    EXPECT_EQ(moved.lineVertices[4], 5);
+    EXPECT_EQ(moved.normals[5].z, 0.0f);
 }
 
 }  // namespace

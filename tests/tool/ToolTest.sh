@@ -62,6 +62,9 @@ says "scan file of"; says "CMeshNode: 1"; says "vertices: 4"; says "polygons: 2"
 says "box: 0 0 0 to 1 1 0"
 run 0 info points.xyz
 says "CModelNode: 1"; says "vertices: 3"; says "polygons: 0"
+sed 's/^property float z$/property float z\nproperty float confidence/; s/^\([01] [01] 0\)$/\1 1/' square.ply >extra.ply
+run 0 info extra.ply
+one_error 'extra.ply: warning: 4 values of vertex property "confidence" dropped'
 run 0 list square.ply
 says 'CElementNode "square.ply"'; says '    CMeshNode "square.ply"  2 polygons'
 

@@ -1,34 +1,22 @@
 #include "Commands.h"
 
-#include <brelldata/camera/CameraData.h>
-#include <brelldata/camera/KameraData.h>
+#include <brelldata/camera/CameraLayout.h>
 #include <brelldata/io/FileError.h>
 
 #include <cstdint>
 #include <cstdio>
 #include <string>
 
-// Camera data files carry no magic: the layout is the one whose header is
-// plausible and whose header and blocks add up to the file's size.
-
 namespace brell::tool {
 
 namespace {
 
-// The second layout's 2-D block carries this much past its planes.
-constexpr int64_t kKameraExtra2d = 3840;
-
-int64_t PlaneBytes(int64_t bits, int64_t width, int64_t number, int64_t height)
-{
-    return bits * width / 8 * number * height;
-}
-
+// What the library reads for a header: its blocks, and the bytes it takes.
 struct Blocks {
-    bool plausible = false;
     int64_t header = 0;
-    int64_t size3d = 0;
-    int64_t size2d = 0;
-    int64_t Total() const { return header + size3d + size2d; }
+    int32_t size3d = 0;
+    int32_t size2d = 0;
+    int64_t fileBytes = 0;  // 0 when the reader takes no block
 };
 
 template <class Header>
@@ -43,18 +31,12 @@ Header ReadHeader(const std::string& path)
 
 Blocks FirstLayout(const CAMERAHEADER& h)
 {
-    CAMERAHEADER copy = h;
-    return {CheckCameraHeader(&copy) != 0, 512,
-            PlaneBytes(h.pitchPlanePixelBits, h.pitchPlaneWidth, h.pitchPlaneNumber, h.pitchPlaneHeight),
-            PlaneBytes(h.colorPlanePixelBits, h.colorPlaneWidth, h.colorPlaneNumber, h.colorPlaneHeight)};
+    return {sizeof h, CameraBlockSize3d(h), CameraBlockSize2d(h), CameraFileBytes(h)};
 }
 
 Blocks SecondLayout(const KAMERAHEADER& h)
 {
-    KAMERAHEADER copy = h;
-    return {
-        CheckKameraHeader(&copy) != 0, 1024, int64_t{h.pitchPlaneWidth} * h.pitchPlaneHeight * 9,
-        PlaneBytes(h.colorPlanePixelBits, h.colorPlaneWidth, h.colorPlaneNumber, h.colorPlaneHeight) + kKameraExtra2d};
+    return {sizeof h, KameraBlockSize3d(h), KameraBlockSize2d(h), CameraFileBytes(h)};
 }
 
 template <class Header>
@@ -92,22 +74,22 @@ void CameraInfo(const std::string& path, CameraLayout layout)
     const KAMERAHEADER second = ReadHeader<KAMERAHEADER>(path);
     const Blocks firstBlocks = FirstLayout(first), secondBlocks = SecondLayout(second);
     if (layout == CameraLayout::automatic) {
-        const auto fits = [fileBytes](const Blocks& b) {
-            return b.plausible && b.size3d > 0 && static_cast<uint64_t>(b.Total()) == fileBytes;
-        };
-        if (fits(firstBlocks))
-            layout = CameraLayout::first;
-        else if (fits(secondBlocks))
-            layout = CameraLayout::second;
-        else
-            throw io::FileError::InFile(path, "a camera data file whose header and blocks make up its size",
-                                        std::to_string(fileBytes) + " bytes that fit neither layout");
+        switch (DetectCameraLayout(first, second, fileBytes)) {
+            case CameraFileLayout::first:
+                layout = CameraLayout::first;
+                break;
+            case CameraFileLayout::second:
+                layout = CameraLayout::second;
+                break;
+            case CameraFileLayout::none:
+                throw io::FileError::InFile(path, "a camera data file whose header and blocks make up its size",
+                                            std::to_string(fileBytes) + " bytes that fit neither layout");
+        }
     }
     const Blocks& blocks = layout == CameraLayout::first ? firstBlocks : secondBlocks;
-    if (!blocks.plausible || blocks.size3d <= 0)
-        throw io::FileError::InFile(path, "a plausible camera header", "one that is not");
-    if (fileBytes < static_cast<uint64_t>(blocks.Total()))
-        throw io::FileError::InFile(path, std::to_string(blocks.Total()) + " bytes as its header describes",
+    if (blocks.fileBytes == 0) throw io::FileError::InFile(path, "a plausible camera header", "one that is not");
+    if (fileBytes < static_cast<uint64_t>(blocks.fileBytes))
+        throw io::FileError::InFile(path, std::to_string(blocks.fileBytes) + " bytes as its header describes",
                                     std::to_string(fileBytes) + " bytes");
 
     std::printf("%s: camera data file of %ju bytes, %s layout (%lld-byte header)\n", path.c_str(),
@@ -117,11 +99,12 @@ void CameraInfo(const std::string& path, CameraLayout layout)
         PrintFirstHeader(first);
     else
         PrintPlanes(second);
+    const int64_t size2d = blocks.size2d > 0 ? blocks.size2d : 0;
     std::printf("3-D block: %lld bytes at %lld\n2-D block: %lld bytes at %lld\n", static_cast<long long>(blocks.size3d),
-                static_cast<long long>(blocks.header), static_cast<long long>(blocks.size2d),
+                static_cast<long long>(blocks.header), static_cast<long long>(size2d),
                 static_cast<long long>(blocks.header + blocks.size3d));
-    if (fileBytes > static_cast<uint64_t>(blocks.Total()))
-        std::printf("after the blocks: %lld bytes\n", static_cast<long long>(fileBytes - blocks.Total()));
+    if (fileBytes > static_cast<uint64_t>(blocks.fileBytes))
+        std::printf("after the blocks: %lld bytes\n", static_cast<long long>(fileBytes - blocks.fileBytes));
 }
 
 }  // namespace brell::tool

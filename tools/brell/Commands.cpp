@@ -18,6 +18,7 @@
 #include <fstream>
 #include <string>
 #include <system_error>
+#include <vector>
 
 namespace brell::tool {
 
@@ -61,10 +62,17 @@ const char* KindName(FileKind kind)
     }
 }
 
-// The scene or scan file at path as a tree holding its root.
+// The scene or scan file at path as a tree holding its root. What a scan
+// reader had to drop is said on standard error.
 CTree Open(const std::string& path, FileKind kind)
 {
-    if (kind == FileKind::scan) return CTree(io::ImportScan(path));
+    if (kind == FileKind::scan) {
+        std::vector<std::string> warnings;
+        CTree scan(io::ImportScan(path, &warnings));
+        for (const std::string& warning : warnings)
+            std::fprintf(stderr, "brell: %s: warning: %s\n", path.c_str(), warning.c_str());
+        return scan;
+    }
     if (kind == FileKind::scene) return CTree(LoadSceneFile(path));
     throw io::FileError::InFile(path, "a scene or scan file", "a camera data file (see brell info)");
 }

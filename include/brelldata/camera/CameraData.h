@@ -119,12 +119,24 @@ BRELL_API void ReverseOrder(CAMERAHEADER& header);
 BRELL_API CArchive& operator>>(CArchive& archive, CAMERAHEADER& header);
 BRELL_API CArchive& operator<<(CArchive& archive, const CAMERAHEADER& header);
 // Reads a shot, sizing the blocks from the header. An implausible header, an
-// empty 3-D block or an array that cannot be had leave an all-zero record and
-// an error line; a file that ends early leaves the rest of the header zero
+// empty 3-D block, an array that cannot be had, or a block longer than the
+// bytes the archive's file knows it has left (a disk file, memory) leave an
+// all-zero record and an error line, nothing allocated for that block. Over
+// another device a file that ends early leaves the rest of the header zero
 // and the rest of each array as allocated. CFileException passes through.
 BRELL_API CArchive& operator>>(CArchive& archive, CAMERADATA& data);
-// Writes the header, then each array's recorded length in bytes: the block
-// size rounded up to a multiple of 16. A block whose size is not a multiple of
-// 16 goes out with up to 15 bytes more than a reader takes, so such a shot
-// does not read back block for block.
+// Writes the header, then each block with the size the header gives it
+// (CameraBlockSize3d, CameraBlockSize2d), so that every shot read reads back
+// byte for byte and no byte of an array's rounding reaches the file. A block
+// the header does not size, or sizes past its array, goes out with the
+// array's recorded length.
 BRELL_API CArchive& operator<<(CArchive& archive, CAMERADATA& data);
+
+namespace brell {
+
+// The 3-D and 2-D block sizes a host-order header describes, in the signed
+// 32-bit arithmetic the reader uses; a size below 1 means no block.
+BRELL_API int32_t CameraBlockSize3d(const CAMERAHEADER& header);
+BRELL_API int32_t CameraBlockSize2d(const CAMERAHEADER& header);
+
+}  // namespace brell

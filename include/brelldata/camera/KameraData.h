@@ -108,5 +108,15 @@ BRELL_API CArchive& operator<<(CArchive& archive, const KAMERAHEADER& header);
 // As for CAMERADATA. The 3-D block is width x height x 9 bytes; the 2-D block
 // carries 3840 bytes more than its planes, so it is never empty.
 BRELL_API CArchive& operator>>(CArchive& archive, KAMERADATA& data);
-// As for CAMERADATA: each block goes out with its recorded length, a multiple of 16.
+// As for CAMERADATA: each block goes out with the size the header gives it
+// (KameraBlockSize3d, KameraBlockSize2d) when its array holds that many.
 BRELL_API CArchive& operator<<(CArchive& archive, KAMERADATA& data);
+
+namespace brell {
+
+// The 3-D and 2-D block sizes a host-order header describes, in the signed
+// 32-bit arithmetic the reader uses; a size below 1 means no block.
+BRELL_API int32_t KameraBlockSize3d(const KAMERAHEADER& header);
+BRELL_API int32_t KameraBlockSize2d(const KAMERAHEADER& header);
+
+}  // namespace brell

@@ -10,10 +10,16 @@
 // Readers and writers of range scan files: PLY (ASCII and binary of either
 // byte order), OFF, OBJ and XYZ point lists. Every reader either returns the
 // whole file's geometry or throws FileError; none returns part of a file, and
-// an OBJ or XYZ file without a single point is refused, not read as empty.
-// Faces of more than four corners are split into a fan of triangles.
+// an OBJ or XYZ file without a single point is refused, not read as empty, as
+// is a coordinate that is NaN or infinite. Faces of more than four corners are
+// split into triangles that cover the polygon whatever its shape.
 // Per-vertex texture coordinates (PLY s t, u v or texture_u texture_v; OFF's
-// ST prefix) become the faces' per-corner rows; a point cloud's are dropped.
+// ST prefix) become the faces' per-corner rows. Face colours (PLY red, green,
+// blue, alpha of a face; OFF's r g b [a] after a face's corners) and lines
+// (PLY edges with vertex1 and vertex2, chained where one starts at the end of
+// the one before; OBJ l statements) are kept. Whatever else a reader meets
+// (a point cloud's texture coordinates, other properties and elements, OBJ
+// statements other than v, vt, vn, f and l) is dropped with a warning.
 
 namespace brell::io {
 
@@ -32,10 +38,12 @@ BRELL_IO_API ScanGeometry ReadObj(std::string_view bytes, const std::string& nam
 BRELL_IO_API ScanGeometry ReadXyz(std::string_view bytes, const std::string& name);
 
 // Formats geometry as a file's bytes. PLY keeps everything; OFF all but
-// texture coordinates; OBJ all but colours' alpha (colours go as r g b after a
-// vertex's x y z); XYZ positions and normals. FileError (naming name) when the
-// geometry is inconsistent: a face of other than 3 or 4 corners or one naming
-// a missing vertex, or an array whose length does not match.
+// texture coordinates and lines; OBJ all but face colours and colours' alpha
+// (colours go as r g b after a vertex's x y z); XYZ positions and normals. What a writer gives, its reader
+// takes back: FileError (naming name) when the geometry is inconsistent (a
+// face of other than 3 or 4 corners or one naming a missing vertex, an array
+// whose length does not match), has a coordinate that is not finite, or is
+// empty for OBJ or XYZ, which cannot hold an empty scan.
 BRELL_IO_API std::string WritePly(const ScanGeometry& geometry, const std::string& name,
                                   PlyEncoding encoding = PlyEncoding::binaryLittleEndian);
 BRELL_IO_API std::string WriteOff(const ScanGeometry& geometry, const std::string& name);

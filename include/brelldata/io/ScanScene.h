@@ -4,37 +4,45 @@
 #include <brelldata/io/ScanFormats.h>
 
 #include <string>
+#include <vector>
 
 class CBaseNode;
 
 // Scan files as scenes. A model or mesh keeps what the scan nodes have no
 // field for as struct attributes, one entry per vertex in vertex order:
-// "normals" (CVector_3<float>) and "colors" (RGBA). They are saved, loaded
-// and copied with the node like any attribute.
+// "normals" (CVector_3<float>) and "colors" (RGBA), and a mesh one per polygon
+// in polygon order: "faceColors" (RGBA). They are saved, loaded and copied
+// with the node like any attribute. A scan's polylines are a CLinearLineNode
+// beside its model.
 
 namespace brell::io {
 
 inline constexpr const char* kNormalsAttribute = "normals";
 inline constexpr const char* kColorsAttribute = "colors";
+inline constexpr const char* kFaceColorsAttribute = "faceColors";
 
 // A new scene root (a CBaseNode, count 0) holding one CElementNode named
 // name, which holds a CModelNode (no faces) or a CMeshNode (faces and their
-// texture coordinate rows) of that name. FileError naming name when an
+// texture coordinate rows) of that name, and a CLinearLineNode of that name
+// when the geometry has lines. FileError naming name when an
 // attribute would exceed 2 GiB; std::bad_alloc when memory runs out. Nothing
 // is left over after either.
 BRELL_IO_API CBaseNode* SceneOfGeometry(const ScanGeometry& geometry, const std::string& name);
 
-// What the models and meshes in root's subtree hold, in depth-first child
-// order, as one geometry: their vertices one after another and their faces
-// with indices moved to match. When some models have normals, colours or
-// texture coordinates, the others get (0, 0, 0), opaque white or (0, 0).
+// What the models, meshes and linear line nodes in root's subtree hold, in
+// depth-first child order, as one geometry: their vertices one after another
+// and their faces with indices moved to match. When some models have normals,
+// colours, texture coordinates or face colours, the others get (0, 0, 0),
+// opaque white or (0, 0). A line's point is the first vertex at its place, or
+// a vertex of its own where no vertex is.
 // FileError naming name when an attribute or row count does not match its
 // vertices or faces. Empty geometry for a null root.
 BRELL_IO_API ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name);
 
 // Reads the scan file at path (ReadScanFile) as a scene (SceneOfGeometry)
-// whose element is named after the file name without its folder.
-BRELL_IO_API CBaseNode* ImportScan(const std::string& path);
+// whose element is named after the file name without its folder. With
+// warnings, the reader's warnings are appended to it.
+BRELL_IO_API CBaseNode* ImportScan(const std::string& path, std::vector<std::string>* warnings = nullptr);
 
 // Writes what root's models and meshes hold (GeometryOfScene) to the file at
 // path, in the format its extension asks for (WriteScanFile). FileError

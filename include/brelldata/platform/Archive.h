@@ -44,6 +44,9 @@ public:
     virtual uint64_t Seek(int64_t offset, unsigned int from);
     void SeekToBegin();
     virtual uint64_t GetLength() const;
+    // The bytes from the position to the end, where the file knows them: true
+    // for a regular disk file and for memory, false for any other device.
+    virtual bool GetRemaining(uint64_t& bytes) const;
     // Throws CFileException when closing reports a failure; closing twice does nothing.
     virtual void Close();
 
@@ -70,6 +73,7 @@ public:
     void Write(const void* buffer, unsigned int count) override;
     uint64_t Seek(int64_t offset, unsigned int from) override;
     uint64_t GetLength() const override;
+    bool GetRemaining(uint64_t& bytes) const override;
     void Close() override;
     // Hands the bytes (GetLength() of them) to the caller, who frees them with
     // std::free unless they were the caller's already; the file is left empty.
@@ -99,6 +103,8 @@ public:
 
     // Bytes read, fewer at the end of the file; 0 when storing or closed.
     unsigned int Read(void* buffer, unsigned int count);
+    // Loading: the bytes left to read, when the file knows them (GetRemaining).
+    bool GetRemaining(uint64_t& bytes) const;
     // Throws CFileException when loading, closed, or when the file fails.
     void Write(const void* buffer, unsigned int count);
     // Storing: hands the buffered bytes to the file. Loading: drops the bytes

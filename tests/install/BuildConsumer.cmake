@@ -46,6 +46,13 @@ run_quietly(${EXAMPLES_BUILD}/render_scan ${EXAMPLES_BUILD}/points.xyz ${EXAMPLE
 # The installed tool finds its libraries.
 run_quietly(${PREFIX}/bin/brell info ${EXAMPLES_BUILD}/points.xyz)
 
+# The installed Python module finds its libraries.
+if(DEFINED PYTHON)
+  set(ENV{PYTHONPATH} ${PREFIX}/${PYTHON_DIR})
+  run_quietly(${PYTHON} -c "import brelldata; assert brelldata.import_scan('${EXAMPLES_BUILD}/points.xyz')")
+  unset(ENV{PYTHONPATH})
+endif()
+
 # pkg-config
 set(ENV{PKG_CONFIG_PATH} ${PREFIX}/${LIBDIR}/pkgconfig)
 foreach(consumer IN ITEMS consumer:brelldata-io gl_consumer:brelldata-gl)

@@ -1,0 +1,26 @@
+#include "Bindings.h"
+
+PYBIND11_MODULE(brelldata, module)
+{
+    module.doc() = R"(BrellData from Python: scan scenes as trees of nodes, scan data as numpy arrays.
+
+Nodes and trees are Python objects that each hold one reference on their node
+(``Node``, ``ModelNode``, ``MeshNode``, ``ImageNode``, ...); scan data
+(vertices, polygons, texture coordinates, pixels, normals, colours) comes as
+numpy views of the library's own memory, without copies. ``import_scan``,
+``export_scan``, ``save_scene`` and ``load_scene`` read and write files and
+raise ``FileError`` naming the file, the place and the reason. Draw and
+geometry procedures can be Python functions (``register_procedure``), and the
+reference renderer draws into numpy arrays (``render``).
+
+Names follow Python's conventions (snake_case); each docstring names the C++
+operation it stands for.)";
+    brell::python::BindNodes(module);
+    brell::python::BindViews(module);
+    brell::python::BindScanData(module);
+    brell::python::BindGeometry(module);
+    brell::python::BindFiles(module);
+    brell::python::BindCamera(module);
+    brell::python::BindProcedures(module);
+    brell::python::BindGl(module);
+}

@@ -1,0 +1,55 @@
+import numpy as np
+import pytest
+
+import brelldata
+
+# Plane sizes whose blocks are whole multiples of 16 bytes, so they read back block for block.
+LAYOUTS = {
+    # layout: (pitch width, height, planes, bits), (colour ...), 3-D bytes, 2-D bytes
+    "first": ((8, 2, 1, 8), (4, 4, 3, 8), 16, 48),
+    "second": ((16, 1, 1, 8), (4, 4, 1, 8), 144, 16 + 3840),
+}
+
+
+def shot(layout):
+    pitch, colour, size3d, size2d = LAYOUTS[layout]
+    made = brelldata.CameraShot(layout, np.arange(size3d, dtype=np.uint8), np.full(size2d, 7, np.uint8))
+    header = made.header
+    for prefix, values in (("pitchPlane", pitch), ("colorPlane", colour)):
+        for field, value in zip(("Width", "Height", "Number", "PixelBits"), values):
+            header[prefix + field] = value
+    header["pitchOfPixels"] = (0.5, 0.25)
+    return made
+
+
+@pytest.mark.parametrize("layout, header_bytes", [("first", 512), ("second", 1024)])
+def test_a_shot_written_from_python_reads_back_the_same(tmp_path, layout, header_bytes):
+    path = str(tmp_path / "shot.cam")
+    written = shot(layout)
+    brelldata.write_camera_file(written, path)
+    again = brelldata.read_camera_file(path, layout)
+    assert again.header.dtype.itemsize == header_bytes and again.header.tobytes() == written.header.tobytes()
+    assert np.array_equal(again.data_3d, written.data_3d) and np.array_equal(again.data_2d, written.data_2d)
+
+
+def test_the_header_is_a_view_a_write_changes_the_shot():
+    made = shot("first")
+    made.header["focalLength"] = 12.5
+    assert made.header["focalLength"] == 12.5 and made.header.base is made
+
+
+def test_a_block_view_outlives_its_shot_object():
+    data = shot("first").data_3d
+    assert data[15] == 15
+
+
+def test_a_file_of_another_layout_is_refused_with_value_error(tmp_path):
+    path = tmp_path / "noise.cam"
+    path.write_bytes(b"\xff" * 2048)
+    with pytest.raises(ValueError, match="not a camera data file of the first layout"):
+        brelldata.read_camera_file(str(path))
+
+
+def test_a_missing_file_raises_camera_file_error_an_os_error(tmp_path):
+    with pytest.raises(OSError):
+        brelldata.read_camera_file(str(tmp_path / "missing.cam"))

@@ -1,0 +1,151 @@
+import copy
+
+import numpy as np
+import pytest
+
+import brelldata
+
+
+def tree():
+    """R(A(A1, A2), B), the suite's standard tree."""
+    root = brelldata.Node("R")
+    a, b = brelldata.Node("A"), brelldata.ModelNode("B")
+    a.children.append(brelldata.Node("A1"))
+    a.children.append(brelldata.Node("A2"))
+    root.children.append(a)
+    root.children.append(b)
+    return root
+
+
+@pytest.mark.parametrize("type_name, python_class", [
+    ("CBaseNode", brelldata.Node),
+    ("CElementNode", brelldata.ElementNode),
+    ("CModelNode", brelldata.ModelNode),
+    ("CMeshNode", brelldata.MeshNode),
+    ("CImageNode", brelldata.ImageNode),
+    ("CGeoPointNode", brelldata.GeoPointNode),
+    ("CGeoLightNode", brelldata.GeoBaseNode),
+    ("CRefNode", brelldata.Node),
+])
+def test_create_node_makes_any_registered_type_as_its_nearest_bound_python_class(type_name, python_class):
+    node = brelldata.create_node(type_name, "n")
+    assert type(node) is python_class and node.type_name == type_name and node.name == "n"
+
+
+def test_create_node_refuses_an_unregistered_type():
+    with pytest.raises(ValueError, match="CNoSuchNode"):
+        brelldata.create_node("CNoSuchNode")
+
+
+@pytest.mark.parametrize("kind, expected", [("CMeshNode", True), ("CModelNode", True), ("CBaseNode", True),
+                                            ("CImageNode", False)])
+def test_is_kind_of_follows_the_chain_of_bases(kind, expected):
+    assert brelldata.MeshNode().is_kind_of(kind) is expected
+
+
+def test_children_index_from_either_end_and_refuse_outside():
+    root = tree()
+    assert [root.children[0].name, root.children[-1].name] == ["A", "B"]
+    with pytest.raises(IndexError):
+        root.children[2]
+
+
+def test_children_insert_remove_and_pop_change_the_sequence():
+    root = tree()
+    c = brelldata.Node("C")
+    root.children.insert(1, c)
+    assert [n.name for n in root.children] == ["A", "C", "B"]
+    root.children.remove(c)
+    assert root.children.pop().name == "B"
+    assert [n.name for n in root.children] == ["A"] and c not in root.children
+
+
+@pytest.mark.parametrize("add", [lambda parent, child: parent.children.append(child),
+                                 lambda parent, child: parent.children.insert(0, child)])
+def test_a_node_cannot_become_a_child_of_its_own_subtree(add):
+    root = tree()
+    for ancestor in (root, root.children[0], root.children[0].children[1]):
+        with pytest.raises(ValueError, match="own subtree"):
+            add(root.children[0].children[1], ancestor)
+    assert len(root.children[0].children[1].children) == 0
+
+
+def test_removing_a_node_that_is_not_a_child_raises():
+    with pytest.raises(ValueError):
+        tree().children.remove(brelldata.Node())
+
+
+@pytest.mark.parametrize("value, type_name", [(7, "int"), (True, "bool"), (2.5, "double"), (b"\x01\x02", "struct")])
+def test_attributes_keep_the_type_of_the_value_assigned(value, type_name):
+    node = brelldata.Node()
+    node.attributes["a"] = value
+    assert node.attributes["a"] == value and node.attributes.type_of("a") == type_name
+
+
+def test_string_attributes_read_back_without_their_zero_byte():
+    node = brelldata.Node()
+    node.attributes["s"] = "scan 1"
+    assert node.attributes.get_string("s") == "scan 1" and node.attributes["s"] == b"scan 1\x00"
+
+
+def test_an_int_attribute_refuses_more_than_32_bits():
+    with pytest.raises(ValueError):
+        brelldata.Node().attributes["a"] = 2**31
+
+
+def test_a_struct_attribute_reads_as_an_array_of_any_dtype_without_a_copy():
+    node = brelldata.Node()
+    node.attributes["m"] = np.arange(6, dtype=np.float64)
+    view = node.attributes.array("m", np.float64, [3])
+    view[1, 2] = -1
+    assert view.shape == (2, 3) and np.frombuffer(node.attributes["m"], np.float64)[5] == -1
+
+
+def test_attribute_names_iterate_in_name_order():
+    node = brelldata.Node()
+    for name in ["b", "a", "c"]:
+        node.attributes[name] = 1
+    assert list(node.attributes) == ["a", "b", "c"] and "a" in node.attributes and "z" not in node.attributes
+
+
+def test_walk_gives_a_node_before_its_children():
+    assert [n.name for n in tree().walk()] == ["R", "A", "A1", "A2", "B"]
+
+
+@pytest.mark.parametrize("criteria, names", [
+    ({"name": "A2"}, ["A2"]),
+    ({"type_name": "CModelNode"}, ["B"]),
+    ({"kind": "CBaseNode"}, ["R", "A", "A1", "A2", "B"]),
+    ({"kind": "CObjectNode", "name": "A"}, []),
+])
+def test_find_all_gives_the_nodes_matching_every_criterion(criteria, names):
+    assert [n.name for n in tree().find_all(**criteria)] == names
+
+
+def test_find_gives_none_when_nothing_matches():
+    assert tree().find(name="Z") is None and tree().find(name="A1").name == "A1"
+
+
+def test_copy_is_deep():
+    root = tree()
+    duplicate = copy.deepcopy(root)
+    duplicate.children[0].name = "changed"
+    assert root.children[0].name == "A" and [n.name for n in duplicate.walk()][1:] == ["changed", "A1", "A2", "B"]
+
+
+def test_listing_indents_two_spaces_a_level():
+    assert tree().listing().splitlines()[:3] == ['CBaseNode "R"  Attribute: 0', '  CBaseNode "A"  Attribute: 0',
+                                                 '    CBaseNode "A1"  Attribute: 0']
+
+
+def test_a_tree_streams_to_bytes_and_back():
+    root = tree()
+    root.children[1].vertices = np.ones((4, 3))
+    again = brelldata.from_bytes(root.to_bytes())
+    assert again.listing() == root.listing() and again.children[1].vertices.sum() == 12
+
+
+@pytest.mark.parametrize("cut", [0, 3, 10, -1])
+def test_from_bytes_refuses_a_cut_stream_with_its_offset(cut):
+    with pytest.raises(ValueError, match="byte [0-9]+"):
+        brelldata.from_bytes(tree().to_bytes()[:cut])

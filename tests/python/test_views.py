@@ -1,0 +1,93 @@
+import numpy as np
+import pytest
+
+import brelldata
+
+
+def model(rows=4):
+    node = brelldata.MeshNode("m")
+    node.vertices = np.arange(rows * 3, dtype=np.float64).reshape(rows, 3)
+    return node
+
+
+def address(array):
+    return array.__array_interface__["data"][0]
+
+
+@pytest.mark.parametrize("field, value, shape, dtype", [
+    ("vertices", np.zeros((4, 3)), (4, 3), np.float64),
+    ("normals", np.zeros((4, 3)), (4, 3), np.float32),
+    ("colors", np.zeros((4, 4)), (4, 4), np.uint8),
+    ("polygons", np.array([[0, 1, 2], [0, 2, 3]]), (2,), brelldata.POLYGON_DTYPE),
+    ("tex_coords", np.zeros((2, 3, 2)), (2,), brelldata.TEX_COORD_DTYPE),
+])
+def test_every_scan_array_is_a_view_of_the_same_memory_each_time(field, value, shape, dtype):
+    mesh = model()
+    setattr(mesh, field, value)
+    first, second = getattr(mesh, field), getattr(mesh, field)
+    assert first.shape == shape and first.dtype == dtype and address(first) == address(second)
+    assert not first.flags.owndata
+
+
+def test_a_write_into_a_view_changes_the_scene():
+    mesh = model()
+    mesh.vertices[2] = (7, 8, 9)
+    copy = brelldata.from_bytes(mesh.to_bytes())
+    assert copy.vertices[2].tolist() == [7, 8, 9]
+
+
+def test_image_pixels_are_a_height_by_width_by_4_view():
+    image = brelldata.ImageNode()
+    image.pixels = np.full((2, 3, 4), 9, np.uint8)
+    image.pixels[1, 2] = (1, 2, 3, 4)
+    assert image.pixels.shape == (2, 3, 4) and image.pixels[1, 2].tolist() == [1, 2, 3, 4]
+
+
+def test_a_view_outlives_its_node():
+    vertices = model().vertices
+    vertices += 1
+    assert vertices[3].tolist() == [10, 11, 12] and vertices.base.ref_count == 1
+
+
+def test_polygons_from_corner_indices_keep_their_corner_count():
+    mesh = model()
+    mesh.polygons = np.array([[0, 1, 2, 3]])
+    assert mesh.polygons["count"].tolist() == [4] and mesh.polygons["corners"][0].tolist() == [0, 1, 2, 3]
+
+
+@pytest.mark.parametrize("field, viewed, resized", [
+    ("vertices", np.zeros((4, 3)), np.zeros((5, 3))),
+    ("polygons", np.zeros((2, 3), np.int32), np.zeros((3, 3), np.int32)),
+    ("normals", np.zeros((4, 3)), np.zeros((5, 3))),
+])
+def test_a_size_change_is_refused_while_a_view_lives_and_allowed_after(field, viewed, resized):
+    mesh = model()
+    setattr(mesh, field, viewed)
+    view = getattr(mesh, field)
+    with pytest.raises(BufferError):
+        setattr(mesh, field, resized)
+    del view
+    setattr(mesh, field, resized)
+    assert len(getattr(mesh, field)) == len(resized)
+
+
+def test_the_same_size_is_written_in_place_while_a_view_lives():
+    mesh = model()
+    view = mesh.vertices
+    mesh.vertices = np.full((4, 3), 5.0)
+    assert view.sum() == 60
+
+
+def test_adding_an_attribute_is_refused_while_attribute_views_live():
+    mesh = model()
+    mesh.normals = np.zeros((4, 3))
+    normals = mesh.normals
+    with pytest.raises(BufferError):
+        mesh.attributes["new"] = 1
+    mesh.attributes["normals"] = np.ones((4, 3), np.float32).tobytes()
+    assert normals.sum() == 12
+
+
+def test_an_array_of_the_wrong_shape_is_refused():
+    with pytest.raises(ValueError, match=r"\(N, 3\)"):
+        model().vertices = np.zeros((4, 2))

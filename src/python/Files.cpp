@@ -1,4 +1,4 @@
-#include "Bindings.h"
+#include "python/Bindings.h"
 
 #include <brelldata/io/FileError.h>
 #include <brelldata/io/ScanScene.h>

@@ -1,4 +1,4 @@
-#include "Bindings.h"
+#include "python/Bindings.h"
 
 #include <brelldata/camera/CameraData.h>
 #include <brelldata/camera/KameraData.h>

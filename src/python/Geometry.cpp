@@ -1,4 +1,4 @@
-#include "Bindings.h"
+#include "python/Bindings.h"
 
 #include <brelldata/geo/GeoBaseNode.h>
 #include <brelldata/geo/VertexNodes.h>

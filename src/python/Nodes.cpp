@@ -1,4 +1,4 @@
-#include "Bindings.h"
+#include "python/Bindings.h"
 
 #include <brelldata/core/Block.h>
 #include <brelldata/core/NodeRegistry.h>

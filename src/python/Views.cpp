@@ -1,4 +1,4 @@
-#include "Bindings.h"
+#include "python/Bindings.h"
 
 #include <climits>
 #include <map>

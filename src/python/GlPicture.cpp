@@ -1,5 +1,5 @@
 // The reference renderer from Python: geometry procedures and pictures.
-#include "Bindings.h"
+#include "python/Bindings.h"
 
 #include <brelldata/gl/Picture.h>
 #include <brelldata/gl/Renderer.h>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Held.h"
+#include "python/Held.h"
 
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/Ref.h>

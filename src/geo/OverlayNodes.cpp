@@ -33,6 +33,31 @@ void AppendItem(CArrayDataStore<T>& store, const T& item)
     store.Element(store.Number() - 1) = item;
 }
 
+// An overlay's own figure and look, which copy construction and assignment
+// both take after the base node's part.
+void CopyOwn(CGeoPoint2DNode& to, const CGeoPoint2DNode& from)
+{
+    to.points.Assign(from.points);
+    to.color = from.color;
+}
+
+void CopyOwn(CGeoLine2DNode& to, const CGeoLine2DNode& from)
+{
+    to.points.Assign(from.points);
+    to.color = from.color;
+    to.closed = from.closed;
+    to.lineValue = from.lineValue;
+}
+
+void CopyOwn(CGeoBezier2DNode& to, const CGeoBezier2DNode& from)
+{
+    to.ctrlPoints.Assign(from.ctrlPoints);
+    to.SetColor(from.color1, from.color2, from.color3);
+    to.bezierValue1 = from.bezierValue1;
+    to.bezierValue2 = from.bezierValue2;
+    to.bezierValue3 = from.bezierValue3;
+}
+
 }  // namespace
 
 CGeoPoint2DNode::CGeoPoint2DNode(const POINT* points, int count, uint32_t color) : color(color)
@@ -40,16 +65,15 @@ CGeoPoint2DNode::CGeoPoint2DNode(const POINT* points, int count, uint32_t color)
     Fill(this->points, points, count);
 }
 
-CGeoPoint2DNode::CGeoPoint2DNode(const CGeoPoint2DNode& other) : CGeoBaseNode(other), color(other.color)
+CGeoPoint2DNode::CGeoPoint2DNode(const CGeoPoint2DNode& other) : CGeoBaseNode(other)
 {
-    points.Assign(other.points);
+    CopyOwn(*this, other);
 }
 
 CGeoPoint2DNode& CGeoPoint2DNode::operator=(const CGeoPoint2DNode& other)
 {
     CGeoBaseNode::operator=(other);
-    points.Assign(other.points);
-    color = other.color;
+    CopyOwn(*this, other);
     return *this;
 }
 
@@ -67,19 +91,15 @@ CGeoLine2DNode::CGeoLine2DNode(const POINT* points, int count, uint32_t color, i
     if (closed != 0 && count > 0 && points != nullptr) AppendItem(this->points, points[0]);
 }
 
-CGeoLine2DNode::CGeoLine2DNode(const CGeoLine2DNode& other)
-    : CGeoBaseNode(other), color(other.color), closed(other.closed), lineValue(other.lineValue)
+CGeoLine2DNode::CGeoLine2DNode(const CGeoLine2DNode& other) : CGeoBaseNode(other)
 {
-    points.Assign(other.points);
+    CopyOwn(*this, other);
 }
 
 CGeoLine2DNode& CGeoLine2DNode::operator=(const CGeoLine2DNode& other)
 {
     CGeoBaseNode::operator=(other);
-    points.Assign(other.points);
-    color = other.color;
-    closed = other.closed;
-    lineValue = other.lineValue;
+    CopyOwn(*this, other);
     return *this;
 }
 
@@ -138,28 +158,15 @@ CGeoBezier2DNode::CGeoBezier2DNode(const BEZIER_POINT2D* points, int count, int 
     Fill(ctrlPoints, points, count);
 }
 
-CGeoBezier2DNode::CGeoBezier2DNode(const CGeoBezier2DNode& other)
-    : CGeoBaseNode(other),
-      color1(other.color1),
-      color2(other.color2),
-      color3(other.color3),
-      bezierValue1(other.bezierValue1),
-      bezierValue2(other.bezierValue2),
-      bezierValue3(other.bezierValue3)
+CGeoBezier2DNode::CGeoBezier2DNode(const CGeoBezier2DNode& other) : CGeoBaseNode(other)
 {
-    ctrlPoints.Assign(other.ctrlPoints);
+    CopyOwn(*this, other);
 }
 
 CGeoBezier2DNode& CGeoBezier2DNode::operator=(const CGeoBezier2DNode& other)
 {
     CGeoBaseNode::operator=(other);
-    ctrlPoints.Assign(other.ctrlPoints);
-    color1 = other.color1;
-    color2 = other.color2;
-    color3 = other.color3;
-    bezierValue1 = other.bezierValue1;
-    bezierValue2 = other.bezierValue2;
-    bezierValue3 = other.bezierValue3;
+    CopyOwn(*this, other);
     return *this;
 }
 

@@ -180,6 +180,11 @@ void AddLines(ScanGeometry& geometry, const std::vector<CLinearLineNode*>& nodes
 
 CBaseNode* SceneOfGeometry(const ScanGeometry& geometry, const std::string& name)
 {
+    return SceneOfGeometry(ScanGeometry(geometry), name);
+}
+
+CBaseNode* SceneOfGeometry(ScanGeometry&& geometry, const std::string& name)
+{
     detail::CheckGeometry(geometry, name);
     NewNode root(CBaseNode::Create());
     CBaseNode* element = Adopt(root.Get(), CElementNode::Create());
@@ -194,8 +199,8 @@ CBaseNode* SceneOfGeometry(const ScanGeometry& geometry, const std::string& name
     SetArrayAttribute(*model, kColorsAttribute, geometry.colors, name);
     if (isMesh) {
         auto* mesh = static_cast<CMeshNode*>(model);
-        mesh->polygons->rows.assign(geometry.faces.begin(), geometry.faces.end());
-        mesh->texCoords->rows.assign(geometry.texCoords.begin(), geometry.texCoords.end());
+        mesh->polygons->rows.swap(geometry.faces);
+        mesh->texCoords->rows.swap(geometry.texCoords);
         SetArrayAttribute(*model, kFaceColorsAttribute, geometry.faceColors, name);
     }
     if (!geometry.lineStarts.empty()) {
@@ -284,9 +289,9 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
 
 CBaseNode* ImportScan(const std::string& path, std::vector<std::string>* warnings)
 {
-    const ScanGeometry geometry = ReadScanFile(path);
+    ScanGeometry geometry = ReadScanFile(path);
     if (warnings != nullptr) warnings->insert(warnings->end(), geometry.warnings.begin(), geometry.warnings.end());
-    return SceneOfGeometry(geometry, path.substr(path.find_last_of('/') + 1));
+    return SceneOfGeometry(std::move(geometry), path.substr(path.find_last_of('/') + 1));
 }
 
 void ExportScan(CBaseNode* root, const std::string& path, PlyEncoding plyEncoding)

@@ -136,4 +136,17 @@ TEST(ScanScenes, KeepFaceColoursAsAnAttributeAndLinesAsALineNode)
     EXPECT_EQ(moved.normals[5].z, 0.0f);
 }
 
+TEST(ScanScenes, MadeFromAGeometryGivenUpTakeItsRowsWithoutACopy)
+{
+    ScanGeometry geometry = TexturedMesh();
+    const ScanGeometry expected = geometry;
+    const CPolygon<int>* faces = geometry.faces.data();
+    const CPolygon<CVector_2<float>>* texCoords = geometry.texCoords.data();
+    CTree scene(SceneOfGeometry(std::move(geometry), "m"));
+    auto* mesh = static_cast<CMeshNode*>(ModelOf(scene.Root()));
+    EXPECT_EQ(mesh->polygons->rows.data(), faces);
+    EXPECT_EQ(mesh->texCoords->rows.data(), texCoords);
+    ExpectSameGeometry(GeometryOfScene(scene.Root(), "m"), expected);
+}
+
 }  // namespace

@@ -28,6 +28,9 @@ inline constexpr const char* kFaceColorsAttribute = "faceColors";
 // attribute would exceed 2 GiB; std::bad_alloc when memory runs out. Nothing
 // is left over after either.
 BRELL_IO_API CBaseNode* SceneOfGeometry(const ScanGeometry& geometry, const std::string& name);
+// The same from a geometry that is given up: its face and texture coordinate
+// rows become the mesh's stores without a copy.
+BRELL_IO_API CBaseNode* SceneOfGeometry(ScanGeometry&& geometry, const std::string& name);
 
 // What the models, meshes and linear line nodes in root's subtree hold, in
 // depth-first child order, as one geometry: their vertices one after another

@@ -28,12 +28,15 @@ std::string SystemReason()
     return std::strerror(errno);
 }
 
-// This thread's observer of file reads and saves.
+// This thread's observer of file reads and saves, and the part of a larger
+// task that what is told now is (see ProgressPart).
 thread_local FileProgress currentProgress;
+thread_local uint64_t currentPart = 0;
+thread_local uint64_t currentParts = 1;
 
 void ReportProgress(uint64_t done, uint64_t total)
 {
-    if (currentProgress) currentProgress(done, total);
+    if (currentProgress) currentProgress(currentPart * total + done, currentParts * total);
 }
 
 // What a file of that mode is, for messages.
@@ -272,6 +275,22 @@ void SaveFile(const std::string& path, const void* bytes, size_t size)
     TemporaryFile temporary(path, target);
     temporary.WriteAll(static_cast<const unsigned char*>(bytes), size);
     temporary.Replace();
+}
+
+void ReportFileProgress(uint64_t done, uint64_t total)
+{
+    ReportProgress(done, total);
+}
+
+ProgressPart::ProgressPart(uint64_t part, uint64_t parts)
+    : previousPart_(std::exchange(currentPart, part)), previousParts_(std::exchange(currentParts, parts))
+{
+}
+
+ProgressPart::~ProgressPart()
+{
+    currentPart = previousPart_;
+    currentParts = previousParts_;
 }
 
 FileProgressScope::FileProgressScope(FileProgress progress)

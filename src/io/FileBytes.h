@@ -6,6 +6,7 @@
 #include <brelldata/io/Files.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
@@ -29,6 +30,24 @@ public:
 private:
     char* data_;
     size_t size_;
+};
+
+// Tells this thread's observer (FileProgressScope) that done of total is done.
+void ReportFileProgress(uint64_t done, uint64_t total);
+
+// While it lives, what is told on this thread is the part-th of parts equal
+// parts of one task, so that reading a text file and parsing it move one bar
+// from start to end.
+class ProgressPart {
+public:
+    ProgressPart(uint64_t part, uint64_t parts);
+    ~ProgressPart();
+    ProgressPart(const ProgressPart&) = delete;
+    ProgressPart& operator=(const ProgressPart&) = delete;
+
+private:
+    uint64_t previousPart_;
+    uint64_t previousParts_;
 };
 
 // Called with each piece of a file as it is read, while the piece is still

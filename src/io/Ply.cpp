@@ -18,7 +18,13 @@ ScanGeometry detail::ReadPly(FileWindow& window, const std::string& name)
 {
     const ply::Header header = ply::ReadHeader(window, name);
     if (header.encoding == PlyEncoding::ascii) {
-        window.Slide(0, window.FileSize());  // text is parsed from the whole file
+        {
+            // Text is parsed from the whole file: reading it and parsing it
+            // are each half of the progress told.
+            const ProgressPart reading(0, 2);
+            window.Slide(0, window.FileSize());
+        }
+        const ProgressPart parsing(1, 2);
         return ply::ReadAsciiBody(window.View(), header, name);
     }
     return ply::ReadBinaryBody(window, header, name);

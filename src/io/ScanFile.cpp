@@ -27,10 +27,17 @@ ScanGeometry ReadScanFile(const std::string& path)
         FileWindow window(path);
         return detail::ReadPly(window, path);
     }
-    const FileBytes bytes = ReadWholeFile(path);
-    if (format == ScanFormat::off) return ReadOff(bytes.View(), path);
-    if (format == ScanFormat::obj) return ReadObj(bytes.View(), path);
-    return ReadXyz(bytes.View(), path);
+    // Text is read whole, then parsed: each is half of the progress told.
+    const FileBytes bytes = [&] {
+        const ProgressPart reading(0, 2);
+        return ReadWholeFile(path);
+    }();
+    const ProgressPart parsing(1, 2);
+    ScanGeometry geometry = format == ScanFormat::off   ? ReadOff(bytes.View(), path)
+                            : format == ScanFormat::obj ? ReadObj(bytes.View(), path)
+                                                        : ReadXyz(bytes.View(), path);
+    ReportFileProgress(bytes.Size(), bytes.Size());
+    return geometry;
 }
 
 void WriteScanFile(const ScanGeometry& geometry, const std::string& path, PlyEncoding plyEncoding)

@@ -2,6 +2,9 @@
 
 #include <brelldata/io/FileError.h>
 
+#include "io/FileBytes.h"
+
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdint>
@@ -35,7 +38,7 @@ inline bool IsSpace(char c)
 class TextCursor {
 public:
     TextCursor(std::string_view text, const std::string& name, uint64_t line = 1)
-        : at_(text.data()), end_(text.data() + text.size()), name_(name), line_(line)
+        : begin_(text.data()), at_(begin_), end_(begin_ + text.size()), name_(name), line_(line), tellAt_(begin_)
     {
     }
 
@@ -56,7 +59,7 @@ public:
     {
         while (at_ != end_) {
             if (*at_ == '\n') {
-                ++line_;
+                NextLine();
             } else if (*at_ == comment && comment != 0) {
                 SkipLine();
                 continue;
@@ -81,7 +84,7 @@ public:
             return;
         }
         at_ = static_cast<const char*>(found) + 1;
-        ++line_;
+        NextLine();
     }
     // Moves past c when the cursor is at it.
     bool Skip(char c)
@@ -158,10 +161,23 @@ public:
     }
 
 private:
+    // Text is parsed a megabyte at a time between two words of progress.
+    static constexpr size_t kTellEvery = size_t{1} << 20;
+
+    void NextLine()
+    {
+        ++line_;
+        if (at_ < tellAt_) return;
+        tellAt_ = at_ + std::min(kTellEvery, Left());
+        ReportFileProgress(static_cast<uint64_t>(at_ - begin_), static_cast<uint64_t>(end_ - begin_));
+    }
+
+    const char* begin_;
     const char* at_;
     const char* end_;
     const std::string& name_;
     uint64_t line_;
+    const char* tellAt_;
 };
 
 }  // namespace brell::io::detail

@@ -95,7 +95,7 @@ TEST_F(FileFolder, EveryReaderRefusesAFolderWithTheSameMessage)
     EXPECT_THAT([&] { brell::io::ReadScanFile(path); }, testing::ThrowsMessage<FileError>(message));
 }
 
-TEST_F(FileFolder, ProgressIsToldOfEachPieceOfAFileReadOrSavedUpToItsSize)
+TEST_F(FileFolder, ProgressMovesThroughEachPieceReadOrSavedAndThroughTheParseOfText)
 {
     std::string points;
     while (points.size() < (3u << 20)) points += "0 0 0\n";
@@ -114,12 +114,18 @@ TEST_F(FileFolder, ProgressIsToldOfEachPieceOfAFileReadOrSavedUpToItsSize)
     }
     brell::io::ReadScanFile(Path("points.xyz"));
 
-    for (const Told& told : {saved, read}) {
+    // A text scan is read, then parsed: two halves of one task.
+    const uint64_t size = points.size();
+    const std::pair<const Told&, uint64_t> tasks[] = {{saved, size}, {read, 2 * size}};
+    for (const auto& [told, total] : tasks) {
         ASSERT_GE(told.size(), 3u);
-        EXPECT_EQ(told.back(), std::make_pair(uint64_t{points.size()}, uint64_t{points.size()}));
+        EXPECT_EQ(told.back(), std::make_pair(total, total));
         const auto notForward = [](const auto& before, const auto& after) { return after.first <= before.first; };
         EXPECT_EQ(std::adjacent_find(told.begin(), told.end(), notForward), told.end());
     }
+    EXPECT_TRUE(std::any_of(read.begin(), read.end(), [&](const auto& t) {
+        return t.first > size && t.first < 2 * size;
+    })) << "progress moves while the text is parsed";
 }
 
 }  // namespace

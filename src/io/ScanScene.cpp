@@ -300,4 +300,20 @@ void ExportScan(CBaseNode* root, const std::string& path, PlyEncoding plyEncodin
     WriteScanFile(GeometryOfScene(root, path), path, plyEncoding);
 }
 
+std::string SceneListing(CBaseNode* root)
+{
+    std::string text;
+    if (root == nullptr) return text;
+    // A tree read from a file may be deeper than the stack.
+    std::vector<std::pair<CBaseNode*, int>> pending{{root, 0}};
+    while (!pending.empty()) {
+        auto [node, depth] = pending.back();
+        pending.pop_back();
+        text.append(static_cast<size_t>(depth) * 2, ' ');
+        text += node->Type() + " \"" + node->Name() + "\"  " + node->Comment() + "\n";
+        for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.emplace_back(node->GetChild(i), depth + 1);
+    }
+    return text;
+}
+
 }  // namespace brell::io

@@ -4,6 +4,7 @@
 #include <brelldata/core/NodeRegistry.h>
 #include <brelldata/core/NodeStream.h>
 #include <brelldata/core/Walk.h>
+#include <brelldata/io/ScanScene.h>
 
 #include <pybind11/stl.h>
 
@@ -106,22 +107,6 @@ NodeWalk::Filter MakeFilter(std::optional<std::string> name, std::optional<std::
                             std::optional<std::string> kind)
 {
     return NodeWalk::Filter{std::move(name), std::move(typeName), std::move(kind)};
-}
-
-// One line per node, a node before its children, indented two spaces a
-// level: type, quoted name and the node's comment.
-std::string Listing(CBaseNode* top)
-{
-    std::string text;
-    std::vector<std::pair<CBaseNode*, int>> pending{{top, 0}};
-    while (!pending.empty()) {
-        auto [node, depth] = pending.back();
-        pending.pop_back();
-        text.append(static_cast<size_t>(depth) * 2, ' ');
-        text += node->Type() + " \"" + node->Name() + "\"  " + node->Comment() + "\n";
-        for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.emplace_back(node->GetChild(i), depth + 1);
-    }
-    return text;
 }
 
 py::bytes StreamOf(CBaseNode* node)
@@ -419,7 +404,7 @@ the exact name, the exact type name (as SearchNode's IsSameType) and a kind (is_
              "A deep copy of the subtree (CopyTree): scan stores copied or shared as each class's Copy says.")
         .def("__deepcopy__", [](CBaseNode* n, const py::dict&) { return CopyOf(n); }, py::arg("memo"),
              "copy.deepcopy(node) is node.copy().")
-        .def("listing", [](CBaseNode* n) { return Listing(n); },
+        .def("listing", [](CBaseNode* n) { return brell::io::SceneListing(n); },
              "The subtree as text, one line per node indented two spaces a level: type, quoted name, comment.")
         .def("to_bytes", &StreamOf, "The subtree as a node stream (WriteNode), the library's own flat form.")
         .def("__eq__", [](const CBaseNode& a, const CBaseNode& b) { return &a == &b; }, py::is_operator(),

@@ -177,7 +177,7 @@ void List(const Common& common, const std::string& path)
     progress.Step("reading " + path);
     CTree scene = Open(path, kind);
     progress.Finish();
-    ListTree(scene.Root(), stdout);
+    std::fputs(io::SceneListing(scene.Root()).c_str(), stdout);
     progress.End();
 }
 

@@ -46,12 +46,4 @@ SceneSummary Summarize(CBaseNode* root)
     return summary;
 }
 
-void ListTree(CBaseNode* root, std::FILE* out)
-{
-    Walk(root, [out](CBaseNode* node, int depth) {
-        std::fprintf(out, "%*s%s \"%s\"  %s\n", depth * 2, "", node->Type().c_str(), node->Name().c_str(),
-                     node->Comment().c_str());
-    });
-}
-
 }  // namespace brell::tool

@@ -25,8 +25,4 @@ struct SceneSummary {
 // Nothing counted for a null root.
 SceneSummary Summarize(CBaseNode* root);
 
-// One line per node, a node before its children, indented two spaces a
-// level: type, quoted name and the node's comment. Nothing for a null root.
-void ListTree(CBaseNode* root, std::FILE* out);
-
 }  // namespace brell::tool

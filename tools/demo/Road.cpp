@@ -191,7 +191,7 @@ int main(int argc, char** argv)
         brell::tool::SaveSceneFile(scene.Root(), saved);
         CTree loaded(brell::tool::LoadSceneFile(saved));
         std::printf("scene saved:     %s, read back:\n", saved.c_str());
-        brell::tool::ListTree(loaded.Root(), stdout);
+        std::fputs(brell::io::SceneListing(loaded.Root()).c_str(), stdout);
         std::printf("\nThe picture is %s\n", picture.c_str());
     } catch (const std::exception& error) {
         std::fprintf(stderr, "brellroad: %s\n", error.what());

@@ -62,4 +62,9 @@ BRELL_IO_API void ExportScan(CBaseNode* root, const std::string& path,
 // False, with box unchanged, when there is no such point (or root is null).
 BRELL_IO_API bool ScanSceneBox(CBaseNode* root, double box[6]);
 
+// The tree as text, one line per node, a node before its children, indented
+// two spaces a level: type, quoted name and the node's comment. Empty for a
+// null root.
+BRELL_IO_API std::string SceneListing(CBaseNode* root);
+
 }  // namespace brell::io

@@ -9,7 +9,6 @@
 // scanner would record it, a PLY mesh with texture coordinates and a camera
 // data file whose colour block is the photograph of its painted surface.
 
-#include "Listing.h"
 #include "SceneFiles.h"
 
 #include <brelldata/camera/CameraData.h>

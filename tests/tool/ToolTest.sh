@@ -117,6 +117,15 @@ run 0 --timing list square.scene
 run 0 import --timing square.ply -o timed.scene
 says "writing timed.scene"
 
+# On a terminal the bar is cleared before the timing table and never drawn after it.
+script -qec "$brell render --progress --timing square.ply -o tty.png --size 32x32" /dev/null >tty.out
+python3 - tty.out <<'CHECK' || fail "the bar is drawn over the timing table"
+import sys
+text = open(sys.argv[1], "rb").read()
+bar, clear, table = text.rfind(b"brell render ["), text.rfind(b"\r\x1b[K"), text.find(b"drawing")
+sys.exit(not (0 <= bar < clear < table))
+CHECK
+
 # Saving replaces only a regular file, and through a link its target. The
 # device is reached through a link, so that a save that wrongly replaced it
 # would replace the link, not /dev/null.

@@ -142,7 +142,7 @@ CTree Calculate(CBaseNode* root, const std::string& procedure, const std::string
 void Info(const Common& common, const std::string& path, CameraLayout layout)
 {
     const FileKind kind = KindOf(path, common.kind);
-    Progress progress(ProgressWanted(common.quiet), common.timing, "brell info", 2);
+    Progress progress(BarWanted(common.quiet, common.progress), common.timing, "brell info", 2);
     progress.Step("reading " + path);
     if (kind == FileKind::camera) {
         progress.Finish();
@@ -173,7 +173,7 @@ void Info(const Common& common, const std::string& path, CameraLayout layout)
 void List(const Common& common, const std::string& path)
 {
     const FileKind kind = KindOf(path, common.kind);
-    Progress progress(ProgressWanted(common.quiet), common.timing, "brell list", 1);
+    Progress progress(BarWanted(common.quiet, common.progress), common.timing, "brell list", 1);
     progress.Step("reading " + path);
     CTree scene = Open(path, kind);
     progress.Finish();
@@ -184,7 +184,7 @@ void List(const Common& common, const std::string& path)
 void Import(const Common& common, const std::string& in, const std::string& out)
 {
     const FileKind kind = KindOf(in, common.kind);
-    Progress progress(ProgressWanted(common.quiet), common.timing, "brell import", 2);
+    Progress progress(BarWanted(common.quiet, common.progress), common.timing, "brell import", 2);
     progress.Step("reading " + in);
     CTree scene = Open(in, kind);
     progress.Step("writing " + out);
@@ -195,7 +195,7 @@ void Import(const Common& common, const std::string& in, const std::string& out)
 void Export(const Common& common, const std::string& in, const std::string& out, bool ascii)
 {
     const FileKind kind = KindOf(in, common.kind);
-    Progress progress(ProgressWanted(common.quiet), common.timing, "brell export", 2);
+    Progress progress(BarWanted(common.quiet, common.progress), common.timing, "brell export", 2);
     progress.Step("reading " + in);
     CTree scene = Open(in, kind);
     progress.Step("writing " + out);
@@ -206,7 +206,7 @@ void Export(const Common& common, const std::string& in, const std::string& out,
 void Calc(const Common& common, const std::string& in, const std::string& procedure, const std::string& out)
 {
     const FileKind kind = KindOf(in, common.kind);
-    Progress progress(ProgressWanted(common.quiet), common.timing, "brell calc", 3);
+    Progress progress(BarWanted(common.quiet, common.progress), common.timing, "brell calc", 3);
     progress.Step("reading " + in);
     CTree scene = Open(in, kind);
     progress.Step("calculating " + procedure);
@@ -221,7 +221,7 @@ void Calc(const Common& common, const std::string& in, const std::string& proced
 void Render(const Common& common, const RenderRequest& request)
 {
     const FileKind kind = KindOf(request.in, common.kind);
-    Progress progress(ProgressWanted(common.quiet), common.timing, "brell render", 5);
+    Progress progress(BarWanted(common.quiet, common.progress), common.timing, "brell render", 5);
     progress.Step("reading " + request.in);
     CTree scene = Open(request.in, kind);
 

@@ -20,6 +20,8 @@ enum class CameraLayout { automatic, first, second };
 struct Common {
     FileKind kind = FileKind::automatic;
     bool quiet = false;
+    // The bar from the start, whether standard error is a terminal or not.
+    bool progress = false;
     // A table of the time each step took, after the command's output.
     bool timing = false;
 };

@@ -122,6 +122,7 @@ int main(int argc, char** argv)
     std::string kind = "auto";
     bool verbose = false;
     app.add_flag("-q,--quiet", common.quiet, "no progress bar");
+    app.add_flag("--progress", common.progress, "show the progress bar from the start, on a terminal or not");
     app.add_flag("--timing", common.timing, "print the time of each step");
     app.add_flag("-v,--verbose", verbose, "show the library's trace lines on standard error");
     app.add_option("--type", kind, "what FILE is taken for; auto goes by its name")

@@ -19,7 +19,7 @@ double Milliseconds(std::chrono::steady_clock::duration duration)
 
 }  // namespace
 
-Progress::Progress(bool showBar, bool showTimes, std::string task, int steps)
+Progress::Progress(Bar bar, bool showTimes, std::string task, int steps)
     : task_(std::move(task)),
       steps_(std::max(steps, 1)),
       showTimes_(showTimes),
@@ -27,7 +27,9 @@ Progress::Progress(bool showBar, bool showTimes, std::string task, int steps)
           Advance(total > 0 ? static_cast<double>(done) / static_cast<double>(total) : 1.0);
       })
 {
-    if (showBar) thread_ = std::thread([this] { Run(); });
+    if (bar == Bar::none) return;
+    const auto delay = bar == Bar::atOnce ? std::chrono::steady_clock::duration::zero() : kDelay;
+    thread_ = std::thread([this, delay] { Run(delay); });
 }
 
 Progress::~Progress()
@@ -87,14 +89,15 @@ void Progress::CloseStep(std::chrono::steady_clock::time_point now)
     stepStart_ = now;
 }
 
-void Progress::Run()
+void Progress::Run(std::chrono::steady_clock::duration delay)
 {
     std::unique_lock<std::mutex> lock(mutex_);
-    if (wake_.wait_until(lock, start_ + kDelay, [this] { return finished_; })) return;
-    while (!finished_) {
+    if (delay > delay.zero() && wake_.wait_until(lock, start_ + delay, [this] { return finished_; })) return;
+    // Drawn at least once, so a bar asked for at once shows even on the quickest run.
+    do {
         Draw();
         wake_.wait_for(lock, kRedraw, [this] { return finished_; });
-    }
+    } while (!finished_);
 }
 
 void Progress::Draw()
@@ -108,9 +111,11 @@ void Progress::Draw()
     shown_ = true;
 }
 
-bool ProgressWanted(bool quiet)
+Bar BarWanted(bool quiet, bool forced)
 {
-    return !quiet && isatty(STDERR_FILENO) != 0;
+    if (quiet) return Bar::none;
+    if (forced) return Bar::atOnce;
+    return isatty(STDERR_FILENO) != 0 ? Bar::afterASecond : Bar::none;
 }
 
 }  // namespace brell::tool

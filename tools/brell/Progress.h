@@ -17,9 +17,11 @@ namespace brell::tool {
 // once the work has taken a second, so quick runs stay silent; it moves with
 // the steps and, within a step, with the bytes of the file being read or
 // saved, and is cleared before the command writes anything else.
+enum class Bar { none, afterASecond, atOnce };
+
 class Progress {
 public:
-    Progress(bool showBar, bool showTimes, std::string task, int steps);
+    Progress(Bar bar, bool showTimes, std::string task, int steps);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
@@ -34,7 +36,7 @@ public:
     void End();
 
 private:
-    void Run();
+    void Run(std::chrono::steady_clock::duration delay);
     void Draw();
     void CloseStep(std::chrono::steady_clock::time_point now);
 
@@ -55,7 +57,8 @@ private:
     io::FileProgressScope files_;
 };
 
-// Whether a bar belongs on standard error: a terminal, and not asked to be quiet.
-bool ProgressWanted(bool quiet);
+// The bar standard error gets: none when asked to be quiet, at once when asked
+// for, otherwise after a second and only on a terminal.
+Bar BarWanted(bool quiet, bool forced);
 
 }  // namespace brell::tool

@@ -4,6 +4,8 @@
 
 #include <brelldata/brelldata.h>
 
+#include "support/RegisteredTypes.h"
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -102,21 +104,9 @@ std::vector<long> FailuresOf(const std::function<void()>& operation)
 
 TEST(OutOfMemory, EveryNodeClassCreatesANodeOrNullLeakingNothing)
 {
-    const char* types[] = {
-        "CBaseNode",           "CRefNode",           "CObjectNode",
-        "CElementNode",        "CLodNode",           "CModelNode",
-        "CMeshNode",           "CImageNode",         "CLinearLineNode",
-        "CBezierLineNode",     "CCharLineNode",      "CGeoBaseNode",
-        "CGeoRefNode",         "CGeoSwitchNode",     "CGeoModeNode",
-        "CGeoLightNode",       "CGeoCameraNode",     "CGeoVertexNode",
-        "CGeoPointNode",       "CGeoLineNode",       "CGeoPolygonNode",
-        "CGeoNormalNode",      "CGeoPolyWireNode",   "CGeoVertexNormalNode",
-        "CGeoWireFrameNode",   "CGeoPolygonRefNode", "CGeoPolyShadeRefNode",
-        "CGeoPolyWireRefNode",
-    };
-    for (const char* type : types) {
-        const auto createAndRelease = [type] {
-            if (CBaseNode* node = CreateNode(type)) node->Release();
+    for (const std::string& type : brell::test::kRegisteredTypes) {
+        const auto createAndRelease = [&type] {
+            if (CBaseNode* node = CreateNode(type.c_str())) node->Release();
         };
         EXPECT_EQ(FailuresOf(createAndRelease), std::vector<long>{}) << type;
     }

@@ -2,6 +2,7 @@
 // library, with each kind of output library on the search path.
 
 #include "Recording.h"
+#include "support/RegisteredTypes.h"
 
 #include <gtest/gtest.h>
 
@@ -14,24 +15,10 @@ namespace {
 
 using brell::test::Recording;
 
-// The library's node types in registration order.
-const std::vector<std::string> kNodeTypes = {
-    "CBaseNode",           "CRefNode",           "CObjectNode",
-    "CElementNode",        "CLodNode",           "CModelNode",
-    "CMeshNode",           "CLinearLineNode",    "CBezierLineNode",
-    "CCharLineNode",       "CImageNode",         "CGeoBaseNode",
-    "CGeoRefNode",         "CGeoSwitchNode",     "CGeoModeNode",
-    "CGeoLightNode",       "CGeoCameraNode",     "CGeoVertexNode",
-    "CGeoPointNode",       "CGeoLineNode",       "CGeoPolygonNode",
-    "CGeoNormalNode",      "CGeoPolyWireNode",   "CGeoVertexNormalNode",
-    "CGeoWireFrameNode",   "CGeoPolygonRefNode", "CGeoPolyShadeRefNode",
-    "CGeoPolyWireRefNode",
-};
-
 std::vector<std::string> TraceLines(const char* format)
 {
     std::vector<std::string> lines;
-    for (const std::string& type : kNodeTypes) lines.push_back(std::string("output 0 0 ") + format + type + "\n");
+    for (const std::string& type : brell::test::kRegisteredTypes) lines.push_back(std::string("output 0 0 ") + format + type + "\n");
     return lines;
 }
 

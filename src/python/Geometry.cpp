@@ -31,9 +31,9 @@ const std::type_info& BoundTypeOf(const CBaseNode& node)
     if (py::detail::get_type_info(own) != nullptr) return own;
     // The bound classes, each before its bases.
     static const std::pair<const std::string&, const std::type_info&> bound[] = {
-        {CMeshNode::TypeId(), typeid(CMeshNode)},         {CModelNode::TypeId(), typeid(CModelNode)},
-        {CImageNode::TypeId(), typeid(CImageNode)},       {CElementNode::TypeId(), typeid(CElementNode)},
-        {CObjectNode::TypeId(), typeid(CObjectNode)},     {CGeoPointNode::TypeId(), typeid(CGeoPointNode)},
+        {CMeshNode::TypeId(), typeid(CMeshNode)},           {CModelNode::TypeId(), typeid(CModelNode)},
+        {CImageNode::TypeId(), typeid(CImageNode)},         {CElementNode::TypeId(), typeid(CElementNode)},
+        {CObjectNode::TypeId(), typeid(CObjectNode)},       {CGeoPointNode::TypeId(), typeid(CGeoPointNode)},
         {CGeoVertexNode::TypeId(), typeid(CGeoVertexNode)}, {CGeoBaseNode::TypeId(), typeid(CGeoBaseNode)},
     };
     for (const auto& [name, type] : bound)
@@ -48,16 +48,15 @@ void BindGeometry(py::module_& module)
 (EvalBBoxForNode: switches and modes decide which children count, hidden nodes count).)");
 
     py::class_<CGeoBaseNode, CBaseNode, Held<CGeoBaseNode>>(module, "GeoBaseNode",
-                                                   "The base of every geometry node (CGeoBaseNode).")
-        .def(py::init(&MakeNode<CGeoBaseNode>),
-             py::arg("name") = "", "A new CGeoBaseNode with that name.")
+                                                            "The base of every geometry node (CGeoBaseNode).")
+        .def(py::init(&MakeNode<CGeoBaseNode>), py::arg("name") = "", "A new CGeoBaseNode with that name.")
         .def_property(
             "shown", [](CGeoBaseNode& n) { return n.IsShow() != 0; },
             [](CGeoBaseNode& n, bool shown) { n.ShowEnable(shown ? 1 : 0); },
             "Whether the node is drawn (IsShow, ShowEnable); hidden nodes still count in boxes.");
 
     py::class_<CGeoVertexNode, CGeoBaseNode, Held<CGeoVertexNode>>(module, "GeoVertexNode",
-                                                                    R"(Geometry made of vertices (CGeoVertexNode).
+                                                                   R"(Geometry made of vertices (CGeoVertexNode).
 
 ``vertices`` is an (N, 3) float64 view of the vertex store, which geometry
 usually shares with the scan it shows (share_vertices).)")
@@ -78,10 +77,9 @@ usually shares with the scan it shows (share_vertices).)")
             },
             py::arg("source"), "Makes this node hold the source's vertex store itself, shared, not copied.");
 
-    py::class_<CGeoPointNode, CGeoVertexNode, Held<CGeoPointNode>>(module, "GeoPointNode",
-                                                                    "Vertices drawn as points, selected by index (CGeoPointNode).")
-        .def(py::init(&MakeNode<CGeoPointNode>),
-             py::arg("name") = "", "A new CGeoPointNode with that name.")
+    py::class_<CGeoPointNode, CGeoVertexNode, Held<CGeoPointNode>>(
+        module, "GeoPointNode", "Vertices drawn as points, selected by index (CGeoPointNode).")
+        .def(py::init(&MakeNode<CGeoPointNode>), py::arg("name") = "", "A new CGeoPointNode with that name.")
         .def_property(
             "indices",
             [](CGeoPointNode& n) {
@@ -92,8 +90,13 @@ usually shares with the scan it shows (share_vertices).)")
             "The indices of the vertices drawn, as an int32 view; assigning copies them in.")
         .def_readwrite("size", &CGeoPointNode::size, "The points' size in pixels.")
         .def_property(
-            "color", [](const CGeoPointNode& n) { return std::array<int, 4>{n.color.r, n.color.g, n.color.b, n.color.a}; },
-            [](CGeoPointNode& n, const std::array<uint8_t, 4>& c) { n.color = RGBA{c[0], c[1], c[2], c[3]}; },
+            "color",
+            [](const CGeoPointNode& n) {
+                return std::array<int, 4>{n.color.r, n.color.g, n.color.b, n.color.a};
+            },
+            [](CGeoPointNode& n, const std::array<uint8_t, 4>& c) {
+                n.color = RGBA{c[0], c[1], c[2], c[3]};
+            },
             "The points' colour as (r, g, b, a).");
 }
 

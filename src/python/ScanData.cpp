@@ -84,8 +84,8 @@ py::array PolygonRowsView(CPolygonDataStore<Item>& store, const py::dtype& recor
 // from an (N, 3, ...) or (N, 4, ...) array of Scalar items, one per corner,
 // each of itemWidth scalars; expected says what is accepted.
 template <class Item, class Scalar>
-void AssignPolygonRows(CPolygonDataStore<Item>& store, const py::array& rows, const py::dtype& record,
-                       const char* what, const char* expected)
+void AssignPolygonRows(CPolygonDataStore<Item>& store, const py::array& rows, const py::dtype& record, const char* what,
+                       const char* expected)
 {
     constexpr py::ssize_t itemWidth = sizeof(Item) / sizeof(Scalar);
     if (rows.dtype().equal(record)) {
@@ -171,7 +171,7 @@ void BindScanData(py::module_& module)
     module.attr("TEX_COORD_DTYPE") = TexCoordDtype();
 
     py::class_<CObjectNode, CBaseNode, Held<CObjectNode>>(module, "ObjectNode",
-                                                           "The base of every scan-data node (CObjectNode).")
+                                                          "The base of every scan-data node (CObjectNode).")
         .def(py::init(&MakeNode<CObjectNode>), py::arg("name") = "", "A new CObjectNode with that name.")
         .def(
             "geo_calc",
@@ -191,18 +191,18 @@ failed or none was found.)");
         module, "ElementNode", "One scanned element: the parent of its models, meshes and images (CElementNode).")
         .def(py::init(&MakeNode<CElementNode>), py::arg("name") = "", "A new CElementNode with that name.");
 
-    py::class_<CModelNode, CObjectNode, Held<CModelNode>>(module, "ModelNode", R"(A cloud of measured points (CModelNode).
+    py::class_<CModelNode, CObjectNode, Held<CModelNode>>(module, "ModelNode",
+                                                          R"(A cloud of measured points (CModelNode).
 
 ``vertices`` is an (N, 3) float64 view of the vertex store; ``normals`` and
 ``colors`` are views of the per-vertex attributes "normals" (N, 3) float32 and
 "colors" (N, 4) uint8. Assigning an array copies it into the store once; the
 row count can change only while no view of that store or attribute lives.)")
         .def(py::init(&MakeNode<CModelNode>), py::arg("name") = "", "A new CModelNode with that name.")
-        .def_property_readonly("vertex_count", [](CModelNode& m) { return m.VertexNumber(); },
-                               "The number of vertices (VertexNumber).")
+        .def_property_readonly(
+            "vertex_count", [](CModelNode& m) { return m.VertexNumber(); }, "The number of vertices (VertexNumber).")
         .def_property(
-            "vertices",
-            [](CModelNode& m) { return VertexView(*m.vertices); },
+            "vertices", [](CModelNode& m) { return VertexView(*m.vertices); },
             [](CModelNode& m, const py::array& vertices) { AssignVertices(*m.vertices, vertices); },
             "The vertices as an (N, 3) float64 view of the store's memory; assigning copies rows in.")
         .def_property(
@@ -218,15 +218,15 @@ row count can change only while no view of that store or attribute lives.)")
             [](CModelNode& m, const py::array& colors) { AssignPerVertex<Bytes>(m, io::kColorsAttribute, colors, 4); },
             "The \"colors\" attribute as an (N, 4) uint8 view (RGBA), or None; assigning copies rows in.");
 
-    py::class_<CMeshNode, CModelNode, Held<CMeshNode>>(module, "MeshNode", R"(A model whose vertices form polygons (CMeshNode).
+    py::class_<CMeshNode, CModelNode, Held<CMeshNode>>(module, "MeshNode",
+                                                       R"(A model whose vertices form polygons (CMeshNode).
 
 ``polygons`` and ``tex_coords`` are views of the polygon stores, one
 POLYGON_DTYPE or TEX_COORD_DTYPE record per polygon: up to four corners and
 their count.)")
         .def(py::init(&MakeNode<CMeshNode>), py::arg("name") = "", "A new CMeshNode with that name.")
         .def_property(
-            "polygons",
-            [](CMeshNode& m) { return PolygonRowsView(*m.polygons, PolygonDtype()); },
+            "polygons", [](CMeshNode& m) { return PolygonRowsView(*m.polygons, PolygonDtype()); },
             [](CMeshNode& m, const py::array& polygons) {
                 AssignPolygonRows<int, int32_t>(*m.polygons, polygons, PolygonDtype(), "the polygons",
                                                 "POLYGON_DTYPE records or an (N, 3) or (N, 4) array of vertex indices");
@@ -235,8 +235,7 @@ their count.)")
 
 Assigning takes such records, or an (N, 3) or (N, 4) array of vertex indices.)")
         .def_property(
-            "tex_coords",
-            [](CMeshNode& m) { return PolygonRowsView(*m.texCoords, TexCoordDtype()); },
+            "tex_coords", [](CMeshNode& m) { return PolygonRowsView(*m.texCoords, TexCoordDtype()); },
             [](CMeshNode& m, const py::array& texCoords) {
                 AssignPolygonRows<CVector_2<float>, float>(
                     *m.texCoords, texCoords, TexCoordDtype(), "the texture coordinates",

@@ -49,6 +49,14 @@ Held<Node> MakeNode(const std::string& name)
 // after the row count; its base object holds one reference on the store.
 py::array StoreView(CRef* store, void* data, py::ssize_t count, const py::dtype& dtype,
                     const std::vector<py::ssize_t>& rowShape);
+// A numpy view of count rows at data inside the node itself (a member store
+// whose memory member names); its base object holds one reference on the node.
+py::array MemberView(CBaseNode* node, const void* member, void* data, py::ssize_t count, const py::dtype& dtype,
+                     const std::vector<py::ssize_t>& rowShape);
+// A writable zero-dimensional numpy view of one record inside the node (a
+// field or an element that never moves while it exists); its base object
+// holds one reference on the node.
+py::array RecordView(CBaseNode* node, void* record, const py::dtype& dtype);
 // A numpy view of the attribute's bytes as dtype items shaped rowShape (the
 // row count follows from the size), or None when the node has no such
 // attribute; its base object holds one reference on the node. ValueError
@@ -63,13 +71,23 @@ void AssignVertices(CArrayDataStore<VERTEX>& store, const py::array& vertices);
 // Indices copied into an index store, under the same rule.
 void AssignIndices(CArrayDataStore<int>& store, const py::array& indices);
 
-// Raises BufferError when numpy views of the store exist: it must not change size.
-void RefuseResizeWhileViewed(const CRef* store, const char* what);
+// Raises BufferError when numpy views of the memory (a store, a member store
+// or a record) exist: it must not move.
+void RefuseResizeWhileViewed(const void* memory, const char* what);
+// The same for a store, known to its views by its CRef.
+inline void RefuseResizeWhileViewed(const CRef* store, const char* what)
+{
+    RefuseResizeWhileViewed(static_cast<const void*>(store), what);
+}
 // Sets an attribute to size bytes of the given type (ValueError for none).
 // While numpy views of the node's attributes exist, anything that would move
 // their memory raises BufferError: adding an attribute, or giving a viewed
 // one a new size. The library writes a value of the same size in place.
 void SetAttributeValue(CBaseNode* node, const std::string& name, const void* data, size_t size, int type);
+
+// Removes an attribute: KeyError when there is none, BufferError while numpy
+// views of any of the node's attributes exist (the others' memory may move).
+void DeleteAttribute(CBaseNode* node, const std::string& name);
 
 // The bytes of a C-contiguous buffer (copied first when it is not contiguous).
 py::buffer_info ContiguousBytes(const py::buffer& data);

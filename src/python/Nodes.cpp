@@ -320,7 +320,7 @@ Reading gives an int (C++ type int), bool, float (float and double) or bytes
 (struct and string values, which the library keeps alike). Assigning a bool,
 int (32 bits), float (stored as double), str (stored with its zero byte),
 bytes or any array stores that type; arrays are copied once. Names iterate
-in the library's name order. The library offers no way to delete one.)")
+in the library's name order; ``del attributes[name]`` removes one.)")
         .def(
             "__len__", [](const Attributes& a) { return a.node->AttributeNumber(); }, "The number of attributes.")
         .def(
@@ -353,6 +353,11 @@ in the library's name order. The library offers no way to delete one.)")
                 SetAttributeFromPython(a.node.get(), name, value);
             },
             py::arg("name"), py::arg("value"), "Sets an attribute; its type follows the value's (see the class).")
+        .def(
+            "__delitem__", [](const Attributes& a, const std::string& name) { DeleteAttribute(a.node.get(), name); },
+            py::arg("name"),
+            "Removes an attribute (DelAttribute); KeyError when there is none, BufferError while numpy views of "
+            "this node's attributes live.")
         .def(
             "type_of",
             [](const Attributes& a, const std::string& name) -> py::object {

@@ -108,6 +108,27 @@ def test_attribute_names_iterate_in_name_order():
     assert list(node.attributes) == ["a", "b", "c"] and "a" in node.attributes and "z" not in node.attributes
 
 
+def test_deleting_an_attribute_removes_it_and_a_missing_one_raises_key_error():
+    node = brelldata.Node()
+    node.attributes["a"] = 1
+    del node.attributes["a"]
+    assert "a" not in node.attributes
+    with pytest.raises(KeyError):
+        del node.attributes["a"]
+
+
+def test_deleting_an_attribute_is_refused_while_attribute_views_live():
+    node = brelldata.Node()
+    node.attributes["m"] = np.zeros(3)
+    node.attributes["n"] = 1
+    view = node.attributes.array("m", np.float64)
+    with pytest.raises(BufferError):
+        del node.attributes["n"]
+    del view
+    del node.attributes["n"]
+    assert list(node.attributes) == ["m"]
+
+
 def test_walk_gives_a_node_before_its_children():
     assert [n.name for n in tree().walk()] == ["R", "A", "A1", "A2", "B"]
 

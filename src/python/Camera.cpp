@@ -1,10 +1,15 @@
 #include "python/Bindings.h"
 
 #include <brelldata/camera/CameraData.h>
+#include <brelldata/camera/CameraLayout.h>
 #include <brelldata/camera/KameraData.h>
+#include <brelldata/io/FileError.h>
 #include <brelldata/platform/Archive.h>
 
+#include <pybind11/stl.h>
+
 #include <cstring>
+#include <optional>
 
 namespace brell::python {
 
@@ -77,8 +82,38 @@ py::array BlockView(const py::object& self, unsigned char* data, int length)
     return py::array(py::dtype::of<uint8_t>(), {py::ssize_t{length}}, data, self);
 }
 
-std::unique_ptr<CameraShot> ReadShot(const std::string& path, const std::string& layout)
+template <class Header>
+Header ReadHeader(const std::string& path)
 {
+    CFile file(path.c_str(), CFile::modeRead);
+    CArchive archive(&file, CArchive::load);
+    Header header;
+    archive >> header;
+    return header;
+}
+
+// The layout of the file by its headers and length; FileError when neither fits.
+std::string DetectedLayout(const std::string& path)
+{
+    uint64_t fileBytes = 0;
+    {
+        CFile file(path.c_str(), CFile::modeRead);
+        fileBytes = file.GetLength();
+    }
+    switch (DetectCameraLayout(ReadHeader<CAMERAHEADER>(path), ReadHeader<KAMERAHEADER>(path), fileBytes)) {
+        case CameraFileLayout::first:
+            return "first";
+        case CameraFileLayout::second:
+            return "second";
+        default:
+            throw io::FileError::InFile(path, "a camera data file whose header and blocks make up its size",
+                                        std::to_string(fileBytes) + " bytes that fit neither layout");
+    }
+}
+
+std::unique_ptr<CameraShot> ReadShot(const std::string& path, const std::optional<std::string>& chosenLayout)
+{
+    const std::string layout = chosenLayout ? *chosenLayout : DetectedLayout(path);
     auto shot = std::make_unique<CameraShot>(SecondLayout(layout));
     CFile file(path.c_str(), CFile::modeRead);
     CArchive archive(&file, CArchive::load);
@@ -158,11 +193,14 @@ never change size: make a new shot for new blocks.)")
             },
             "The 2-D colour block as a uint8 view (its recorded length).");
 
-    module.def("read_camera_file", &ReadShot, py::arg("path"), py::arg("layout") = "first",
-               R"(Reads a camera data file of the layout ("first" or "second"), blocks sized from its header.
+    module.def("read_camera_file", &ReadShot, py::arg("path"), py::arg("layout") = py::none(),
+               R"(Reads a camera data file, blocks sized from its header.
 
-ValueError when the header is implausible for that layout; CameraFileError
-(an OSError) when the file cannot be opened.)");
+The layout is "first" (512-byte header) or "second" (1024-byte header); left
+out, it is told from the headers and the file's length (DetectCameraLayout),
+and FileError names the file when neither layout fits it. ValueError when
+the header is implausible for a layout given; CameraFileError (an OSError)
+when the file cannot be opened.)");
     module.def("write_camera_file", &WriteShot, py::arg("shot"), py::arg("path"),
                "Writes a shot as a camera data file: big-endian header, then the blocks (operator<<).");
 }

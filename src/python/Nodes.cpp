@@ -28,20 +28,6 @@ struct Children {
         if (index < 0 || index >= count) throw py::index_error("child index out of range");
         return static_cast<unsigned int>(index);
     }
-
-    // Refuses a child whose subtree holds the parent: the tree would become a
-    // cycle, which every walk, stream and release of the library follows forever.
-    void RefuseCycle(CBaseNode* child) const
-    {
-        std::vector<CBaseNode*> pending{child};
-        while (!pending.empty()) {
-            CBaseNode* node = pending.back();
-            pending.pop_back();
-            if (node == parent.get()) throw py::value_error("a node cannot become a child of its own subtree");
-            if (node == nullptr) continue;
-            for (unsigned int i = 0; i < node->GetChildNum(); ++i) pending.push_back(node->GetChild(i));
-        }
-    }
 };
 
 // Depth-first walk of a subtree, a node before its children, yielding the
@@ -234,7 +220,41 @@ const char* TypeName(int type)
     }
 }
 
+// The bound node classes in the order recorded, each after its bases.
+std::vector<std::pair<const std::string*, const std::type_info*>>& BoundClasses()
+{
+    static std::vector<std::pair<const std::string*, const std::type_info*>> classes;
+    return classes;
+}
+
 }  // namespace
+
+void RecordBoundClass(const std::string& typeName, const std::type_info& type)
+{
+    BoundClasses().emplace_back(&typeName, &type);
+}
+
+const std::type_info& BoundTypeOf(const CBaseNode& node)
+{
+    const std::type_info& own = typeid(node);
+    if (py::detail::get_type_info(own) != nullptr) return own;
+    const auto& classes = BoundClasses();
+    for (auto bound = classes.rbegin(); bound != classes.rend(); ++bound)
+        if (node.IsKindOf(*bound->first)) return *bound->second;
+    return typeid(CBaseNode);
+}
+
+void RefuseCycle(CBaseNode* parent, CBaseNode* child)
+{
+    std::vector<CBaseNode*> pending{child};
+    while (!pending.empty()) {
+        CBaseNode* node = pending.back();
+        pending.pop_back();
+        if (node == parent) throw py::value_error("a node cannot become a child of its own subtree");
+        if (node == nullptr) continue;
+        for (unsigned int i = 0; i < node->GetChildNum(); ++i) pending.push_back(node->GetChild(i));
+    }
+}
 
 void BindNodes(py::module_& module)
 {
@@ -282,7 +302,7 @@ parent holds one reference on each child, whatever Python holds.)")
         .def(
             "append",
             [](const Children& c, CBaseNode* child) {
-                c.RefuseCycle(child);
+                RefuseCycle(c.parent.get(), child);
                 c.parent->AppendChild(child);
             },
             py::arg("node"),
@@ -293,7 +313,7 @@ parent holds one reference on each child, whatever Python holds.)")
             [](const Children& c, py::ssize_t index, CBaseNode* child) {
                 const py::ssize_t count = c.parent->GetChildNum();
                 if (index < 0) index = std::max<py::ssize_t>(index + count, 0);
-                c.RefuseCycle(child);
+                RefuseCycle(c.parent.get(), child);
                 c.parent->InsertChild(static_cast<unsigned int>(std::min(index, count)), child);
             },
             py::arg("index"), py::arg("node"), "Inserts a child before an index, as list.insert does (InsertChild).")

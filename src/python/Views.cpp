@@ -82,10 +82,10 @@ py::array StoreView(CRef* store, void* data, py::ssize_t count, const py::dtype&
     return ViewOver(std::make_unique<ViewBase>(store), data, count, dtype, rowShape);
 }
 
-py::array MemberView(CBaseNode* node, const void* member, void* data, py::ssize_t count, const py::dtype& dtype,
+py::array MemberView(CBaseNode* node, const CRef* store, void* data, py::ssize_t count, const py::dtype& dtype,
                      const std::vector<py::ssize_t>& rowShape)
 {
-    return ViewOver(std::make_unique<ViewBase>(node, member), data, count, dtype, rowShape);
+    return ViewOver(std::make_unique<ViewBase>(node, static_cast<const void*>(store)), data, count, dtype, rowShape);
 }
 
 py::array RecordView(CBaseNode* node, void* record, const py::dtype& dtype)

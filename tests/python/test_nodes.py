@@ -17,19 +17,21 @@ def tree():
     return root
 
 
-@pytest.mark.parametrize("type_name, python_class", [
-    ("CBaseNode", brelldata.Node),
-    ("CElementNode", brelldata.ElementNode),
-    ("CModelNode", brelldata.ModelNode),
-    ("CMeshNode", brelldata.MeshNode),
-    ("CImageNode", brelldata.ImageNode),
-    ("CGeoPointNode", brelldata.GeoPointNode),
-    ("CGeoLightNode", brelldata.GeoBaseNode),
-    ("CRefNode", brelldata.Node),
-])
-def test_create_node_makes_any_registered_type_as_its_nearest_bound_python_class(type_name, python_class):
+REGISTERED_TYPES = [
+    "CBaseNode", "CRefNode", "CObjectNode", "CElementNode", "CLodNode", "CModelNode", "CMeshNode",
+    "CLinearLineNode", "CBezierLineNode", "CCharLineNode", "CImageNode", "CGeoBaseNode", "CGeoRefNode",
+    "CGeoSwitchNode", "CGeoModeNode", "CGeoLightNode", "CGeoCameraNode", "CGeoVertexNode", "CGeoPointNode",
+    "CGeoLineNode", "CGeoPolygonNode", "CGeoNormalNode", "CGeoPolyWireNode", "CGeoVertexNormalNode",
+    "CGeoWireFrameNode", "CGeoPolygonRefNode", "CGeoPolyShadeRefNode", "CGeoPolyWireRefNode",
+]
+
+
+@pytest.mark.parametrize("type_name", REGISTERED_TYPES)
+def test_every_registered_type_created_by_name_comes_as_its_own_python_class(type_name):
+    """Each class's Python name is its C++ name without the C; CBaseNode's is Node."""
     node = brelldata.create_node(type_name, "n")
-    assert type(node) is python_class and node.type_name == type_name and node.name == "n"
+    own_class = brelldata.Node if type_name == "CBaseNode" else getattr(brelldata, type_name[1:])
+    assert type(node) is own_class and node.type_name == type_name and node.name == "n"
 
 
 def test_create_node_refuses_an_unregistered_type():

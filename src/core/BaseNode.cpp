@@ -254,6 +254,11 @@ void CBaseNode::SetAttributeStruct(const char* name, void* data, int size)
     attributes_->SetAttribute(name, data, size, VALUE_STRUCT);
 }
 
+void CBaseNode::DelAttribute(const char* name)
+{
+    attributes_->DelAttribute(name);
+}
+
 int CBaseNode::CopyAttribute(CBaseNode* source)
 {
     if (source == nullptr) return 0;

@@ -1,10 +1,15 @@
 #include "python/Bindings.h"
 
 #include <brelldata/camera/CameraData.h>
+#include <brelldata/camera/CameraLayout.h>
 #include <brelldata/camera/KameraData.h>
+#include <brelldata/io/FileError.h>
 #include <brelldata/platform/Archive.h>
 
+#include <pybind11/stl.h>
+
 #include <cstring>
+#include <optional>
 
 namespace brell::python {
 
@@ -22,10 +27,7 @@ public:
 
     bool Second() const { return second_; }
     void* Header() { return second_ ? static_cast<void*>(&second_data_.header) : &first_.header; }
-    py::dtype HeaderDtype() const
-    {
-        return second_ ? py::dtype::of<KAMERAHEADER>() : py::dtype::of<CAMERAHEADER>();
-    }
+    py::dtype HeaderDtype() const { return second_ ? py::dtype::of<KAMERAHEADER>() : py::dtype::of<CAMERAHEADER>(); }
     unsigned char* Data3D() { return second_ ? second_data_.data3D : first_.data3D; }
     unsigned char* Data2D() { return second_ ? second_data_.data2D : first_.data2D; }
     int Length3D() const { return second_ ? second_data_.length3D : first_.length3D; }
@@ -36,10 +38,10 @@ public:
     {
         const auto size3D = static_cast<int>(data3D.size * data3D.itemsize);
         const auto size2D = static_cast<int>(data2D.size * data2D.itemsize);
-        const bool allocated = second_ ? (size3D < 1 || second_data_.Allocate3dData_K(size3D)) &&
-                                             (size2D < 1 || second_data_.Allocate2dData_K(size2D))
-                                       : (size3D < 1 || first_.Allocate3dData(size3D)) &&
-                                             (size2D < 1 || first_.Allocate2dData(size2D));
+        const bool allocated =
+            second_ ? (size3D < 1 || second_data_.Allocate3dData_K(size3D)) &&
+                          (size2D < 1 || second_data_.Allocate2dData_K(size2D))
+                    : (size3D < 1 || first_.Allocate3dData(size3D)) && (size2D < 1 || first_.Allocate2dData(size2D));
         if (!allocated) throw std::bad_alloc();
         if (size3D > 0) std::memcpy(Data3D(), data3D.ptr, static_cast<size_t>(size3D));
         if (size2D > 0) std::memcpy(Data2D(), data2D.ptr, static_cast<size_t>(size2D));
@@ -80,8 +82,38 @@ py::array BlockView(const py::object& self, unsigned char* data, int length)
     return py::array(py::dtype::of<uint8_t>(), {py::ssize_t{length}}, data, self);
 }
 
-std::unique_ptr<CameraShot> ReadShot(const std::string& path, const std::string& layout)
+template <class Header>
+Header ReadHeader(const std::string& path)
 {
+    CFile file(path.c_str(), CFile::modeRead);
+    CArchive archive(&file, CArchive::load);
+    Header header;
+    archive >> header;
+    return header;
+}
+
+// The layout of the file by its headers and length; FileError when neither fits.
+std::string DetectedLayout(const std::string& path)
+{
+    uint64_t fileBytes = 0;
+    {
+        CFile file(path.c_str(), CFile::modeRead);
+        fileBytes = file.GetLength();
+    }
+    switch (DetectCameraLayout(ReadHeader<CAMERAHEADER>(path), ReadHeader<KAMERAHEADER>(path), fileBytes)) {
+        case CameraFileLayout::first:
+            return "first";
+        case CameraFileLayout::second:
+            return "second";
+        default:
+            throw io::FileError::InFile(path, "a camera data file whose header and blocks make up its size",
+                                        std::to_string(fileBytes) + " bytes that fit neither layout");
+    }
+}
+
+std::unique_ptr<CameraShot> ReadShot(const std::string& path, const std::optional<std::string>& chosenLayout)
+{
+    const std::string layout = chosenLayout ? *chosenLayout : DetectedLayout(path);
     auto shot = std::make_unique<CameraShot>(SecondLayout(layout));
     CFile file(path.c_str(), CFile::modeRead);
     CArchive archive(&file, CArchive::load);
@@ -107,12 +139,13 @@ void BindCamera(py::module_& module)
     // The header records as numpy structured dtypes: their memory images are
     // their layouts, so a header is a record view and its fields keep their C++ names.
     PYBIND11_NUMPY_DTYPE(CALIBTABLE, words);
-    PYBIND11_NUMPY_DTYPE(CAMERAHEADER, version, pitchPlaneWidth, pitchPlaneHeight, pitchPlaneNumber, pitchPlanePixelBits,
-                         colorPlaneWidth, colorPlaneHeight, colorPlaneNumber, colorPlanePixelBits, date, focalLength,
-                         referencePlane, shootingMode, principalPlane, galvanoStart, galvanoSpeed, pitchOfPixels,
-                         cameraAngle, cameraPosition, projectionAngle, projectionPosition, pitchCcdCenter, colorCcdPitch,
-                         colorCcdCenter, pitchCcdPeak, reserved1, fileMode, stageTotal, stageNumber, stageAngle,
-                         temperatureData, gain, laserPower, minimumPixel, h8RomVersion, reserved2, calibTables, reserved3);
+    PYBIND11_NUMPY_DTYPE(CAMERAHEADER, version, pitchPlaneWidth, pitchPlaneHeight, pitchPlaneNumber,
+                         pitchPlanePixelBits, colorPlaneWidth, colorPlaneHeight, colorPlaneNumber, colorPlanePixelBits,
+                         date, focalLength, referencePlane, shootingMode, principalPlane, galvanoStart, galvanoSpeed,
+                         pitchOfPixels, cameraAngle, cameraPosition, projectionAngle, projectionPosition,
+                         pitchCcdCenter, colorCcdPitch, colorCcdCenter, pitchCcdPeak, reserved1, fileMode, stageTotal,
+                         stageNumber, stageAngle, temperatureData, gain, laserPower, minimumPixel, h8RomVersion,
+                         reserved2, calibTables, reserved3);
     PYBIND11_NUMPY_DTYPE(K_DISTORTION, words);
     PYBIND11_NUMPY_DTYPE(K_CALIBTABLE, words);
     PYBIND11_NUMPY_DTYPE(KAMERAHEADER, bytes0, pitchPlaneWidth, pitchPlaneHeight, pitchPlaneNumber, pitchPlanePixelBits,
@@ -135,8 +168,9 @@ never change size: make a new shot for new blocks.)")
              }),
              py::arg("layout") = "first", py::arg("data_3d") = py::bytes(), py::arg("data_2d") = py::bytes(),
              "A new shot of the layout (\"first\" or \"second\") with a zero header and copies of the blocks.")
-        .def_property_readonly("layout", [](const CameraShot& s) { return s.Second() ? "second" : "first"; },
-                               "\"first\" (512-byte header) or \"second\" (1024-byte header).")
+        .def_property_readonly(
+            "layout", [](const CameraShot& s) { return s.Second() ? "second" : "first"; },
+            "\"first\" (512-byte header) or \"second\" (1024-byte header).")
         .def_property_readonly(
             "header",
             [](py::object self) {
@@ -145,23 +179,28 @@ never change size: make a new shot for new blocks.)")
             },
             "The header as a writable record view (host byte order); header.dtype.names lists the fields.")
         .def_property_readonly(
-            "data_3d", [](py::object self) {
+            "data_3d",
+            [](py::object self) {
                 auto& shot = self.cast<CameraShot&>();
                 return BlockView(self, shot.Data3D(), shot.Length3D());
             },
             "The 3-D measurement block as a uint8 view (its recorded length, a multiple of 16).")
         .def_property_readonly(
-            "data_2d", [](py::object self) {
+            "data_2d",
+            [](py::object self) {
                 auto& shot = self.cast<CameraShot&>();
                 return BlockView(self, shot.Data2D(), shot.Length2D());
             },
             "The 2-D colour block as a uint8 view (its recorded length).");
 
-    module.def("read_camera_file", &ReadShot, py::arg("path"), py::arg("layout") = "first",
-               R"(Reads a camera data file of the layout ("first" or "second"), blocks sized from its header.
+    module.def("read_camera_file", &ReadShot, py::arg("path"), py::arg("layout") = py::none(),
+               R"(Reads a camera data file, blocks sized from its header.
 
-ValueError when the header is implausible for that layout; CameraFileError
-(an OSError) when the file cannot be opened.)");
+The layout is "first" (512-byte header) or "second" (1024-byte header); left
+out, it is told from the headers and the file's length (DetectCameraLayout),
+and FileError names the file when neither layout fits it. ValueError when
+the header is implausible for a layout given; CameraFileError (an OSError)
+when the file cannot be opened.)");
     module.def("write_camera_file", &WriteShot, py::arg("shot"), py::arg("path"),
                "Writes a shot as a camera data file: big-endian header, then the blocks (operator<<).");
 }

@@ -57,9 +57,8 @@ line, counted from 1, or the byte offset, from 0; 0 for the whole file),
     });
 
     module.def(
-        "import_scan",
-        [](const std::string& path) { return Held<CBaseNode>(io::ImportScan(path)); },
-        py::arg("path"), R"(Reads a scan file (.ply, .off, .obj or .xyz) as a new scene (ImportScan).
+        "import_scan", [](const std::string& path) { return Held<CBaseNode>(io::ImportScan(path)); }, py::arg("path"),
+        R"(Reads a scan file (.ply, .off, .obj or .xyz) as a new scene (ImportScan).
 
 The root holds one ElementNode named after the file, which holds a ModelNode
 for a point cloud or a MeshNode for a mesh. FileError when the file is refused.)");
@@ -75,13 +74,11 @@ for a point cloud or a MeshNode for a mesh. FileError when the file is refused.)
 ply_encoding ("binary_little_endian", "binary_big_endian" or "ascii") applies to
 .ply files. The file is saved safely: a failed write leaves an old file whole.)");
     module.def(
-        "save_scene",
-        [](CBaseNode* root, const std::string& path) { io::SaveScene(root, path); },
-        py::arg("root"), py::arg("path"), "Saves the subtree of root as a scene file (SaveScene); FileError on failure.");
+        "save_scene", [](CBaseNode* root, const std::string& path) { io::SaveScene(root, path); }, py::arg("root"),
+        py::arg("path"), "Saves the subtree of root as a scene file (SaveScene); FileError on failure.");
     module.def(
-        "load_scene",
-        [](const std::string& path) { return Held<CBaseNode>(io::LoadScene(path)); },
-        py::arg("path"), "The tree of a scene file (LoadScene); FileError naming the byte offset of what is wrong.");
+        "load_scene", [](const std::string& path) { return Held<CBaseNode>(io::LoadScene(path)); }, py::arg("path"),
+        "The tree of a scene file (LoadScene); FileError naming the byte offset of what is wrong.");
 }
 
 }  // namespace brell::python

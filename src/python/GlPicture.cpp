@@ -62,8 +62,7 @@ GL_GEOMETRY_PROCEDURES under output (brell::gl::CalculateGeometry); RenderError
 for an unknown procedure or when nothing was calculated.)");
 
     const gl::RenderOptions defaults;
-    const Colour background{defaults.background.r, defaults.background.g, defaults.background.b,
-                            defaults.background.a};
+    const Colour background{defaults.background.r, defaults.background.g, defaults.background.b, defaults.background.a};
     const Direction direction{defaults.direction.x, defaults.direction.y, defaults.direction.z};
     module.def("render", &Render, py::arg("root"), py::arg("width") = defaults.width,
                py::arg("height") = defaults.height, py::arg("background") = background,

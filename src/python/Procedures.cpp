@@ -150,14 +150,15 @@ void BindProcedures(py::module_& module)
 {
     module.attr("DRAW_PROCEDURE") = kDrawProcedure.kind;
     module.attr("GEO_PROCEDURE") = kGeoProcedure.kind;
-    module.def("procedure_name",
-               [](const std::string& prefix, const std::string& typeName, const std::string& callerName) {
-                   for (const ProcedureNaming* naming : {&kDrawProcedure, &kEndDrawProcedure, &kGeoProcedure})
-                       if (naming->prefix == prefix) return ProcedureName(*naming, typeName, callerName);
-                   throw py::value_error("the prefix is \"Draw\", \"EndDraw\" or \"Geo\"");
-               },
-               py::arg("prefix"), py::arg("type_name"), py::arg("caller_name"),
-               R"(The name the library looks up (ProcedureName): procedure_name("Draw", "CGeoPointNode", "GL")
+    module.def(
+        "procedure_name",
+        [](const std::string& prefix, const std::string& typeName, const std::string& callerName) {
+            for (const ProcedureNaming* naming : {&kDrawProcedure, &kEndDrawProcedure, &kGeoProcedure})
+                if (naming->prefix == prefix) return ProcedureName(*naming, typeName, callerName);
+            throw py::value_error("the prefix is \"Draw\", \"EndDraw\" or \"Geo\"");
+        },
+        py::arg("prefix"), py::arg("type_name"), py::arg("caller_name"),
+        R"(The name the library looks up (ProcedureName): procedure_name("Draw", "CGeoPointNode", "GL")
 is "DrawCGeoPointNodeByGL", procedure_name("Geo", "CModelNode", "points") "GeoCModelNode_points".)");
     module.def("register_procedure", &Register, py::arg("kind"), py::arg("name"), py::arg("function"),
                R"(Registers a Python function in the procedure directory (CDApiManager::Register).

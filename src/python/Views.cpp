@@ -8,16 +8,19 @@ namespace brell::python {
 
 namespace {
 
-// The live numpy views, counted per store and per node and attribute name,
-// so that operations that would move viewed memory can be refused.
-std::unordered_map<const CRef*, int> storeViews;
+// The live numpy views, counted per viewed memory (a store, or a member
+// store or record of a node) and per node and attribute name, so that
+// operations that would move viewed memory can be refused.
+std::unordered_map<const void*, int> memoryViews;
 std::unordered_map<const CBaseNode*, std::map<std::string, int>> attributeViews;
 
-// The base object of the numpy views of one store or one attribute: it holds
-// one reference on the store or node for as long as any of them lives.
+// The base object of the numpy views of one piece of memory: it holds one
+// reference on the store or node that owns the memory for as long as any of
+// them lives.
 class ViewBase {
 public:
-    explicit ViewBase(CRef* store) : store_(store) { ++storeViews[store]; }
+    explicit ViewBase(CRef* store) : store_(store), memory_(store) { ++memoryViews[memory_]; }
+    ViewBase(CBaseNode* node, const void* member) : node_(node), memory_(member) { ++memoryViews[memory_]; }
     ViewBase(CBaseNode* node, std::string attribute) : node_(node), attribute_(std::move(attribute))
     {
         ++attributeViews[node][attribute_];
@@ -26,8 +29,8 @@ public:
     ViewBase& operator=(const ViewBase&) = delete;
     ~ViewBase()
     {
-        if (store_.get() != nullptr) {
-            if (--storeViews[store_.get()] == 0) storeViews.erase(store_.get());
+        if (memory_ != nullptr) {
+            if (--memoryViews[memory_] == 0) memoryViews.erase(memory_);
             return;
         }
         auto& names = attributeViews[node_.get()];
@@ -36,11 +39,12 @@ public:
     }
 
     int RefCount() const { return store_.get() != nullptr ? store_->RefCount() : node_->RefCount(); }
-    py::object Attribute() const { return store_.get() != nullptr ? py::none() : py::object(py::str(attribute_)); }
+    py::object Attribute() const { return memory_ != nullptr ? py::none() : py::object(py::str(attribute_)); }
 
 private:
     Held<CRef> store_;
     Held<CBaseNode> node_;
+    const void* memory_ = nullptr;
     std::string attribute_;
 };
 
@@ -78,6 +82,17 @@ py::array StoreView(CRef* store, void* data, py::ssize_t count, const py::dtype&
     return ViewOver(std::make_unique<ViewBase>(store), data, count, dtype, rowShape);
 }
 
+py::array MemberView(CBaseNode* node, const CRef* store, void* data, py::ssize_t count, const py::dtype& dtype,
+                     const std::vector<py::ssize_t>& rowShape)
+{
+    return ViewOver(std::make_unique<ViewBase>(node, static_cast<const void*>(store)), data, count, dtype, rowShape);
+}
+
+py::array RecordView(CBaseNode* node, void* record, const py::dtype& dtype)
+{
+    return py::array(dtype, std::vector<py::ssize_t>{}, record, py::cast(std::make_unique<ViewBase>(node, record)));
+}
+
 py::object AttributeView(CBaseNode* node, const std::string& name, const py::dtype& dtype,
                          const std::vector<py::ssize_t>& rowShape)
 {
@@ -93,9 +108,9 @@ py::object AttributeView(CBaseNode* node, const std::string& name, const py::dty
     return ViewOver(std::make_unique<ViewBase>(node, name), bytes, size / rowBytes, dtype, rowShape);
 }
 
-void RefuseResizeWhileViewed(const CRef* store, const char* what)
+void RefuseResizeWhileViewed(const void* memory, const char* what)
 {
-    if (storeViews.count(store) != 0)
+    if (memoryViews.count(memory) != 0)
         throw py::buffer_error(std::string("cannot change the size of ") + what +
                                " while numpy views of it exist: drop them first");
 }
@@ -118,6 +133,15 @@ void SetAttributeValue(CBaseNode* node, const std::string& name, const void* dat
     node->SetAttribute(name.c_str(), const_cast<void*>(data), static_cast<int>(size), type);
 }
 
+void DeleteAttribute(CBaseNode* node, const std::string& name)
+{
+    if (node->QueryAttribute(name.c_str(), nullptr, nullptr) == nullptr) throw py::key_error(name);
+    if (attributeViews.count(node) != 0)
+        throw py::buffer_error("cannot delete attribute \"" + name +
+                               "\" while numpy views of this node's attributes exist: drop them first");
+    node->DelAttribute(name.c_str());
+}
+
 py::buffer_info ContiguousBytes(const py::buffer& data)
 {
     py::buffer_info info = data.request();
@@ -128,15 +152,16 @@ py::buffer_info ContiguousBytes(const py::buffer& data)
 
 void BindViews(py::module_& module)
 {
-    py::class_<ViewBase>(module, "ViewBase", R"(The base object of numpy views of a store or an attribute.
+    py::class_<ViewBase>(module, "ViewBase", R"(The base object of numpy views of the library's memory.
 
 Every array the module hands out over the library's memory (vertices,
-polygons, texture coordinates, pixels, attributes) has one as its ``base``:
-it holds one reference on the store or node whose memory the array shows, so
-the array stays valid when the node is released. While one lives, the module
-refuses (BufferError) whatever would move that memory.)")
+polygons, lines, pixels, normals, attributes, camera and light records) has
+one as its ``base``: it holds one reference on the store, or on the node whose
+memory the array shows, so the array stays valid when the node is released.
+While one lives, the module refuses (BufferError) whatever would move that
+memory.)")
         .def_property_readonly("ref_count", &ViewBase::RefCount,
-                               "The reference count of the store or node the views show (C++ RefCount()).")
+                               "The reference count of the store or node the views keep alive (C++ RefCount()).")
         .def_property_readonly("attribute", &ViewBase::Attribute,
                                "The attribute's name for a view of an attribute; None for a view of a store.");
 }

@@ -32,6 +32,20 @@ def test_a_shot_written_from_python_reads_back_the_same(tmp_path, layout, header
     assert np.array_equal(again.data_3d, written.data_3d) and np.array_equal(again.data_2d, written.data_2d)
 
 
+@pytest.mark.parametrize("layout", ["first", "second"])
+def test_a_file_read_without_a_layout_is_read_in_the_layout_it_has(tmp_path, layout):
+    path = str(tmp_path / "shot.cam")
+    brelldata.write_camera_file(shot(layout), path)
+    assert brelldata.read_camera_file(path).layout == layout
+
+
+def test_a_file_of_neither_layout_read_without_one_raises_file_error(tmp_path):
+    path = tmp_path / "noise.cam"
+    path.write_bytes(b"\xff" * 2048)
+    with pytest.raises(brelldata.FileError, match="fit neither layout"):
+        brelldata.read_camera_file(str(path))
+
+
 def test_the_header_is_a_view_a_write_changes_the_shot():
     made = shot("first")
     made.header["focalLength"] = 12.5
@@ -47,7 +61,7 @@ def test_a_file_of_another_layout_is_refused_with_value_error(tmp_path):
     path = tmp_path / "noise.cam"
     path.write_bytes(b"\xff" * 2048)
     with pytest.raises(ValueError, match="not a camera data file of the first layout"):
-        brelldata.read_camera_file(str(path))
+        brelldata.read_camera_file(str(path), "first")
 
 
 def test_a_missing_file_raises_camera_file_error_an_os_error(tmp_path):

@@ -17,19 +17,21 @@ def tree():
     return root
 
 
-@pytest.mark.parametrize("type_name, python_class", [
-    ("CBaseNode", brelldata.Node),
-    ("CElementNode", brelldata.ElementNode),
-    ("CModelNode", brelldata.ModelNode),
-    ("CMeshNode", brelldata.MeshNode),
-    ("CImageNode", brelldata.ImageNode),
-    ("CGeoPointNode", brelldata.GeoPointNode),
-    ("CGeoLightNode", brelldata.GeoBaseNode),
-    ("CRefNode", brelldata.Node),
-])
-def test_create_node_makes_any_registered_type_as_its_nearest_bound_python_class(type_name, python_class):
+REGISTERED_TYPES = [
+    "CBaseNode", "CRefNode", "CObjectNode", "CElementNode", "CLodNode", "CModelNode", "CMeshNode",
+    "CLinearLineNode", "CBezierLineNode", "CCharLineNode", "CImageNode", "CGeoBaseNode", "CGeoRefNode",
+    "CGeoSwitchNode", "CGeoModeNode", "CGeoLightNode", "CGeoCameraNode", "CGeoVertexNode", "CGeoPointNode",
+    "CGeoLineNode", "CGeoPolygonNode", "CGeoNormalNode", "CGeoPolyWireNode", "CGeoVertexNormalNode",
+    "CGeoWireFrameNode", "CGeoPolygonRefNode", "CGeoPolyShadeRefNode", "CGeoPolyWireRefNode",
+]
+
+
+@pytest.mark.parametrize("type_name", REGISTERED_TYPES)
+def test_every_registered_type_created_by_name_comes_as_its_own_python_class(type_name):
+    """Each class's Python name is its C++ name without the C; CBaseNode's is Node."""
     node = brelldata.create_node(type_name, "n")
-    assert type(node) is python_class and node.type_name == type_name and node.name == "n"
+    own_class = brelldata.Node if type_name == "CBaseNode" else getattr(brelldata, type_name[1:])
+    assert type(node) is own_class and node.type_name == type_name and node.name == "n"
 
 
 def test_create_node_refuses_an_unregistered_type():
@@ -106,6 +108,27 @@ def test_attribute_names_iterate_in_name_order():
     for name in ["b", "a", "c"]:
         node.attributes[name] = 1
     assert list(node.attributes) == ["a", "b", "c"] and "a" in node.attributes and "z" not in node.attributes
+
+
+def test_deleting_an_attribute_removes_it_and_a_missing_one_raises_key_error():
+    node = brelldata.Node()
+    node.attributes["a"] = 1
+    del node.attributes["a"]
+    assert "a" not in node.attributes
+    with pytest.raises(KeyError):
+        del node.attributes["a"]
+
+
+def test_deleting_an_attribute_is_refused_while_attribute_views_live():
+    node = brelldata.Node()
+    node.attributes["m"] = np.zeros(3)
+    node.attributes["n"] = 1
+    view = node.attributes.array("m", np.float64)
+    with pytest.raises(BufferError):
+        del node.attributes["n"]
+    del view
+    del node.attributes["n"]
+    assert list(node.attributes) == ["m"]
 
 
 def test_walk_gives_a_node_before_its_children():

@@ -74,6 +74,8 @@ public:
 
     void* QueryAttribute(const char* name, int* size, int* type);
     void SetAttribute(const char* name, void* data, int size, int type);
+    // Removes the attribute and frees its bytes; nothing when there is none.
+    void DelAttribute(const char* name);
     // The typed queries give 1 and the value when the attribute holds that
     // type, else 0 with the value unchanged.
     int QueryAttributeInt(const char* name, int& value);

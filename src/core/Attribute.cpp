@@ -236,7 +236,7 @@ int CStandardAttribute::Write(void* block)
 int CStandardAttribute::Read(void* block)
 {
     if (block == nullptr) return 0;
-    ClearAttribute();
+    if (count_ != 0) ClearAttribute();
     brell::BlockReader in(block);
     int32_t count = in.Int32();
     if (count > 0 && !in.Fits(static_cast<uint64_t>(count), kSmallestEntryBytes, "attributes")) return 0;

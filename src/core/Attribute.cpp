@@ -259,7 +259,7 @@ int CStandardAttribute::Read(void* block)
     brell::BlockReader in(block);
     int32_t count = in.Int32();
     if (count > 0 && !in.Fits(static_cast<uint64_t>(count), kSmallestEntryBytes, "attributes")) return 0;
-    if (count > 0 && !Reserve(count)) return 0;
+    if (count > capacity_ && !Reserve(count)) return 0;
     // The last entry's name as the block holds it: comparing with the copy
     // just made would read bytes still on their way to memory.
     std::string_view lastName;
@@ -274,13 +274,17 @@ int CStandardAttribute::Read(void* block)
         in.Skip(valueBytes);
         if (name.empty()) continue;
         // Blocks hold their entries in name order, so each usually goes last.
-        const bool last = count_ == 0 || lastName < name;
-        Entry* place = last ? end() : LowerBound(name);
+        if (count_ == 0 || lastName < name) {
+            // Room for count entries was made above.
+            Entry* entry = new (end()) Entry(name);
+            ++count_;
+            entry->value.Assign(data, size, type);
+            lastName = name;
+            continue;
+        }
+        Entry* place = LowerBound(name);
         if (place != end() && place->name == name) continue;
-        Entry* entry = InsertAt(place, name);
-        if (entry == nullptr) continue;
-        entry->value.Assign(data, size, type);
-        if (last) lastName = name;
+        if (Entry* entry = InsertAt(place, name)) entry->value.Assign(data, size, type);
     }
     return 1;
 }

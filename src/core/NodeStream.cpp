@@ -93,15 +93,13 @@ struct OpenRecord {
     int32_t childrenLeft;
 };
 
-// The address after a record whose children are all read: the next record is
-// found by measuring what was read, not by stored sizes. Measuring each
-// subtree once as it is read finds it where re-measuring it at every level
-// above would.
-const unsigned char* RecordEnd(const OpenRecord& open, const unsigned char* childrenEnd)
+// The address after the record of node and its children's records: the next
+// record is found by measuring what was read, not by stored sizes. Measuring
+// each subtree once as it is read finds it where re-measuring it at every
+// level above would.
+const unsigned char* RecordEnd(CBaseNode* node, const unsigned char* record, size_t childrenBytes)
 {
-    CBaseNode* node = open.node;
-    return open.record + RecordSize(node->Type().size(), node->Name().size(), node->SizeOfByte()) +
-           (childrenEnd - open.firstChild);
+    return record + RecordSize(node->Type().size(), node->Name().size(), node->SizeOfByte()) + childrenBytes;
 }
 
 // Reads the subtrees of one stream under the bounds that were in force when
@@ -123,7 +121,7 @@ public:
         while (true) {
             OpenRecord& parent = open.Top();
             if (parent.childrenLeft <= 0) {
-                next = RecordEnd(parent, next);
+                next = RecordEnd(parent.node, parent.record, static_cast<size_t>(next - parent.firstChild));
                 open.Pop();
                 if (open.Empty()) break;
                 continue;
@@ -134,8 +132,12 @@ public:
                 top->Release();
                 return nullptr;
             }
-            open.Push({child, next, firstChild, frame.childCount});
-            next = firstChild;
+            if (frame.childCount > 0) {
+                open.Push({child, next, firstChild, frame.childCount});
+                next = firstChild;
+            } else {
+                next = RecordEnd(child, next, 0);
+            }
         }
         end = next;
         return top;

@@ -17,7 +17,11 @@ inline bool InsertOrRelease(CBaseNode& parent, unsigned int index, CBaseNode* ch
 
 inline bool AppendOrRelease(CBaseNode& parent, CBaseNode* child)
 {
-    return InsertOrRelease(parent, parent.GetChildNum(), child);
+    const unsigned int children = parent.GetChildNum();
+    parent.AppendChild(child);
+    if (parent.GetChildNum() != children) return true;
+    child->Release();
+    return false;
 }
 
 }  // namespace brell

@@ -17,6 +17,26 @@ constexpr int32_t kReservedWithData = 1;
 // word, size and type.
 constexpr uint64_t kSmallestEntryBytes = 17;
 
+// size bytes, 1 to 8, as one word with the bytes in memory order, gathered
+// in registers: copied through a buffer, the word would be read right after
+// it was stored in smaller pieces, which stalls the processor. From 4 bytes
+// on, two words that may overlap cover them.
+uint64_t SmallValueWord(const void* data, int size)
+{
+    const auto* bytes = static_cast<const unsigned char*>(data);
+    uint64_t word = 0;
+    if (size >= 4) {
+        uint32_t low = 0;
+        uint32_t high = 0;
+        std::memcpy(&low, bytes, 4);
+        std::memcpy(&high, bytes + size - 4, 4);
+        word = low | uint64_t{high} << 8 * (size - 4);
+    } else {
+        for (int i = 0; i < size; ++i) word |= uint64_t{bytes[i]} << 8 * i;
+    }
+    return word;
+}
+
 }  // namespace
 
 CBaseNodeAttribute::~CBaseNodeAttribute() = default;
@@ -26,10 +46,9 @@ bool CStandardAttribute::Value::Assign(const void* data, int size, int type)
     if (size <= 0) {
         Free();
     } else if (size <= kInline) {
-        unsigned char bytes[kInline];  // data may point into this value
-        std::memcpy(bytes, data, static_cast<size_t>(size));
+        const uint64_t word = SmallValueWord(data, size);  // data may point into this value
         Free();
-        std::memcpy(inline_, bytes, static_cast<size_t>(size));
+        std::memcpy(inline_, &word, kInline);
     } else if (size == size_) {
         std::memmove(heap_, data, static_cast<size_t>(size));
     } else {
@@ -236,11 +255,14 @@ int CStandardAttribute::Write(void* block)
 int CStandardAttribute::Read(void* block)
 {
     if (block == nullptr) return 0;
-    ClearAttribute();
+    if (count_ != 0) ClearAttribute();
     brell::BlockReader in(block);
     int32_t count = in.Int32();
     if (count > 0 && !in.Fits(static_cast<uint64_t>(count), kSmallestEntryBytes, "attributes")) return 0;
-    if (count > 0 && !Reserve(count)) return 0;
+    if (count > capacity_ && !Reserve(count)) return 0;
+    // The last entry's name as the block holds it: comparing with the copy
+    // just made would read bytes still on their way to memory.
+    std::string_view lastName;
     for (int32_t i = 0; i < count; ++i) {
         std::string_view name = in.String();
         in.Skip(4);  // reserved word
@@ -252,7 +274,15 @@ int CStandardAttribute::Read(void* block)
         in.Skip(valueBytes);
         if (name.empty()) continue;
         // Blocks hold their entries in name order, so each usually goes last.
-        Entry* place = count_ > 0 && entries_[count_ - 1].name < name ? end() : LowerBound(name);
+        if (count_ == 0 || lastName < name) {
+            // Room for count entries was made above.
+            Entry* entry = new (end()) Entry(name);
+            ++count_;
+            entry->value.Assign(data, size, type);
+            lastName = name;
+            continue;
+        }
+        Entry* place = LowerBound(name);
         if (place != end() && place->name == name) continue;
         if (Entry* entry = InsertAt(place, name)) entry->value.Assign(data, size, type);
     }

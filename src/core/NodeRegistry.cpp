@@ -5,11 +5,17 @@
 
 #include <string_view>
 
+namespace {
+
+unsigned long nodeTypesVersion = 0;
+
+}  // namespace
+
 void RegisterNodeType(const char* typeName, NodeFactory factory)
 {
     if (typeName == nullptr) return;
     brell::diag::DebugTrace("Register node type %s\n", typeName);
-    brell::NodeTypes().emplace(typeName, factory);
+    if (brell::NodeTypes().emplace(typeName, factory).second) ++nodeTypesVersion;
 }
 
 void UnRegisterNodeType(const char* typeName)
@@ -18,14 +24,30 @@ void UnRegisterNodeType(const char* typeName)
     brell::diag::DebugTrace("Unregister node type %s\n", typeName);
     auto& types = brell::NodeTypes();
     auto found = types.find(std::string_view(typeName));
-    if (found != types.end()) types.erase(found);
+    if (found == types.end()) return;
+    types.erase(found);
+    ++nodeTypesVersion;
 }
 
 CBaseNode* CreateNode(const char* typeName)
 {
     if (typeName == nullptr) return nullptr;
-    const auto& types = brell::NodeTypes();
-    auto found = types.find(std::string_view(typeName));
-    if (found == types.end() || found->second == nullptr) return nullptr;
-    return found->second();
+    NodeFactory factory = brell::FindNodeFactory(typeName);
+    return factory != nullptr ? factory() : nullptr;
 }
+
+namespace brell {
+
+NodeFactory FindNodeFactory(std::string_view typeName)
+{
+    const auto& types = NodeTypes();
+    auto found = types.find(typeName);
+    return found != types.end() ? found->second : nullptr;
+}
+
+unsigned long NodeTypesVersion()
+{
+    return nodeTypesVersion;
+}
+
+}  // namespace brell

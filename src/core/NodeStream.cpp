@@ -5,6 +5,7 @@
 #include <brelldata/core/NodeRegistry.h>
 
 #include "core/Adopt.h"
+#include "core/NodeTypes.h"
 #include "core/WalkStack.h"
 
 #include <algorithm>
@@ -51,26 +52,37 @@ unsigned char* WriteFrame(void* record, const RecordFrame& frame)
     return out.Position();
 }
 
-// Returns the address of the data block.
-const unsigned char* ReadFrame(const void* record, RecordFrame& frame)
-{
-    brell::BlockReader in(record);
-    in.Skip(4);  // record size
-    frame.childCount = in.Int32();
-    frame.type = in.String();
-    frame.name = in.String();
-    frame.dataSize = in.Int32();
-    return in.Position();
-}
+// Streams repeat a few node types over and over, so a reader keeps the
+// factories of the last types it met and asks the registry only for others,
+// or once the registry has changed. The names are the reader's stream's own.
+class RecentTypes {
+public:
+    // A new node of type; null when the type is not registered.
+    CBaseNode* Create(std::string_view type)
+    {
+        if (version_ != brell::NodeTypesVersion()) {
+            version_ = brell::NodeTypesVersion();
+            known_ = 0;
+        }
+        for (size_t i = 0; i < known_; ++i)
+            if (types_[i].name == type) return types_[i].factory();
+        NodeFactory factory = brell::FindNodeFactory(type);
+        if (factory == nullptr) return nullptr;
+        types_[known_ < kTypes ? known_++ : replaced_++ % kTypes] = {type, factory};
+        return factory();
+    }
 
-// A type name read from a stream normally ends in its zero byte inside the
-// stream and is used in place; one stored without it is copied first. The
-// byte after the name is always inside the stream: the name length follows.
-CBaseNode* CreateNamedType(std::string_view type)
-{
-    if (type.data()[type.size()] == '\0') return CreateNode(type.data());
-    return CreateNode(std::string(type).c_str());
-}
+private:
+    struct Known {
+        std::string_view name;
+        NodeFactory factory;
+    };
+    static constexpr size_t kTypes = 4;
+    Known types_[kTypes];
+    size_t known_ = 0;
+    size_t replaced_ = 0;
+    unsigned long version_ = brell::NodeTypesVersion();
+};
 
 // A record read whose children are still being read: where its data block
 // and its first child start, and how many children are left.
@@ -81,83 +93,108 @@ struct OpenRecord {
     int32_t childrenLeft;
 };
 
-// Under the bounds of a checked load, a record must lie whole inside the
-// stream, its data block must be read inside itself, and its type must be
-// known; else nothing of it is kept. frame is set to the record's fields.
-CBaseNode* ReadOneRecord(const unsigned char* record, RecordFrame& frame, const unsigned char*& firstChild)
+// The address after the record of node and its children's records: the next
+// record is found by measuring what was read, not by stored sizes. Measuring
+// each subtree once as it is read finds it where re-measuring it at every
+// level above would.
+const unsigned char* RecordEnd(CBaseNode* node, const unsigned char* record, size_t childrenBytes)
 {
-    const unsigned char* data = ReadFrame(record, frame);
-    brell::BlockBounds* bounds = brell::ActiveBlockBounds();
-    const size_t dataBytes = DataBytes(frame.dataSize);
-    if (bounds != nullptr) {
-        if (frame.childCount < 0) bounds->Refuse(record, "a negative child count");
-        if (!bounds->Check(data, dataBytes, 1, "a data block")) return nullptr;
-    }
-    CBaseNode* node = CreateNamedType(frame.type);
-    if (node == nullptr) {
-        if (bounds != nullptr) bounds->Refuse(record, "unregistered node type \"" + std::string(frame.type) + "\"");
-        return nullptr;
-    }
-    node->Name().assign(frame.name);
-    if (bounds == nullptr) {
-        node->Read(const_cast<unsigned char*>(data));
-    } else {
-        const unsigned char* outerEnd = bounds->end;
-        bounds->end = data + dataBytes;
-        node->Read(const_cast<unsigned char*>(data));
-        bounds->end = outerEnd;
-        if (bounds->Failed()) {
-            node->Release();
-            return nullptr;
-        }
-    }
-    firstChild = data + dataBytes;
-    return node;
+    return record + RecordSize(node->Type().size(), node->Name().size(), node->SizeOfByte()) + childrenBytes;
 }
 
-// The address after a record whose children are all read: the next record is
-// found by measuring what was read, not by stored sizes. Measuring each
-// subtree once as it is read finds it where re-measuring it at every level
-// above would.
-const unsigned char* RecordEnd(const OpenRecord& open, const unsigned char* childrenEnd)
-{
-    CBaseNode* node = open.node;
-    return open.record + RecordSize(node->Type().size(), node->Name().size(), node->SizeOfByte()) +
-           (childrenEnd - open.firstChild);
-}
-
-// Reads the subtree at record, each child appended to its parent as soon as
-// it is made, so that releasing the top node on a failure frees all made so
-// far. The end of the subtree's stream is stored in end.
-CBaseNode* ReadTree(const unsigned char* record, const unsigned char*& end)
-{
-    RecordFrame frame;
-    const unsigned char* firstChild = nullptr;
-    CBaseNode* top = ReadOneRecord(record, frame, firstChild);
-    if (top == nullptr) return nullptr;
-    brell::WalkStack<OpenRecord> open;
-    open.Push({top, record, firstChild, frame.childCount});
-    const unsigned char* next = firstChild;
-    while (true) {
-        OpenRecord& parent = open.Top();
-        if (parent.childrenLeft <= 0) {
-            next = RecordEnd(parent, next);
-            open.Pop();
-            if (open.Empty()) break;
-            continue;
+// Reads the subtrees of one stream under the bounds that were in force when
+// it was made.
+class StreamReader {
+public:
+    // Reads the subtree at record, each child appended to its parent as soon
+    // as it is made, so that releasing the top node on a failure frees all
+    // made so far. The end of the subtree's stream is stored in end.
+    CBaseNode* ReadTree(const unsigned char* record, const unsigned char*& end)
+    {
+        RecordFrame frame;
+        const unsigned char* firstChild = nullptr;
+        CBaseNode* top = ReadRecord(record, frame, firstChild);
+        if (top == nullptr) return nullptr;
+        brell::WalkStack<OpenRecord> open;
+        open.Push({top, record, firstChild, frame.childCount});
+        const unsigned char* next = firstChild;
+        while (true) {
+            OpenRecord& parent = open.Top();
+            if (parent.childrenLeft <= 0) {
+                next = RecordEnd(parent.node, parent.record, static_cast<size_t>(next - parent.firstChild));
+                open.Pop();
+                if (open.Empty()) break;
+                continue;
+            }
+            --parent.childrenLeft;
+            CBaseNode* child = ReadRecord(next, frame, firstChild);
+            if (child == nullptr || !brell::AppendOrRelease(*parent.node, child)) {
+                top->Release();
+                return nullptr;
+            }
+            if (frame.childCount > 0) {
+                open.Push({child, next, firstChild, frame.childCount});
+                next = firstChild;
+            } else {
+                next = RecordEnd(child, next, 0);
+            }
         }
-        --parent.childrenLeft;
-        CBaseNode* child = ReadOneRecord(next, frame, firstChild);
-        if (child == nullptr || !brell::AppendOrRelease(*parent.node, child)) {
-            top->Release();
+        end = next;
+        return top;
+    }
+
+    brell::BlockBounds* Bounds() const { return bounds_; }
+
+private:
+    // Returns the address of the data block.
+    const unsigned char* ReadFrame(const unsigned char* record, RecordFrame& frame) const
+    {
+        brell::BlockReader in(record, bounds_);
+        in.Skip(4);  // record size
+        frame.childCount = in.Int32();
+        frame.type = in.String();
+        frame.name = in.String();
+        frame.dataSize = in.Int32();
+        return in.Position();
+    }
+
+    // Under the bounds of a checked load, a record must lie whole inside the
+    // stream, its data block must be read inside itself, and its type must be
+    // known; else nothing of it is kept. frame is set to the record's fields.
+    CBaseNode* ReadRecord(const unsigned char* record, RecordFrame& frame, const unsigned char*& firstChild)
+    {
+        const unsigned char* data = ReadFrame(record, frame);
+        const size_t dataBytes = DataBytes(frame.dataSize);
+        if (bounds_ != nullptr) {
+            if (frame.childCount < 0) bounds_->Refuse(record, "a negative child count");
+            if (!bounds_->Check(data, dataBytes, 1, "a data block")) return nullptr;
+        }
+        CBaseNode* node = types_.Create(frame.type);
+        if (node == nullptr) {
+            if (bounds_ != nullptr)
+                bounds_->Refuse(record, "unregistered node type \"" + std::string(frame.type) + "\"");
             return nullptr;
         }
-        open.Push({child, next, firstChild, frame.childCount});
-        next = firstChild;
+        node->Name().assign(frame.name);
+        if (bounds_ == nullptr) {
+            node->Read(const_cast<unsigned char*>(data));
+        } else {
+            const unsigned char* outerEnd = bounds_->end;
+            bounds_->end = data + dataBytes;
+            node->Read(const_cast<unsigned char*>(data));
+            bounds_->end = outerEnd;
+            if (bounds_->Failed()) {
+                node->Release();
+                return nullptr;
+            }
+        }
+        firstChild = data + dataBytes;
+        return node;
     }
-    end = next;
-    return top;
-}
+
+    brell::BlockBounds* bounds_ = brell::ActiveBlockBounds();
+    RecentTypes types_;
+};
 
 }  // namespace
 
@@ -211,7 +248,8 @@ CBaseNode* ReadNode(void* block)
     if (block == nullptr) return nullptr;
     const auto* record = static_cast<const unsigned char*>(block);
     const unsigned char* end = record;
-    CBaseNode* node = ReadTree(record, end);
-    if (brell::BlockBounds* bounds = brell::ActiveBlockBounds(); bounds != nullptr) bounds->streamEnd = end;
+    StreamReader reader;
+    CBaseNode* node = reader.ReadTree(record, end);
+    if (reader.Bounds() != nullptr) reader.Bounds()->streamEnd = end;
     return node;
 }

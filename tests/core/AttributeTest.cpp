@@ -159,6 +159,19 @@ TEST(Attributes, SetReplacesAValueOrRefusesAndKeepsTheOlder)
 }
 
 // Strings share the struct type.
+TEST(Attributes, KeepEveryByteOfValuesOfEachSmallSize)
+{
+    const std::vector<uint8_t> pattern = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    CStandardAttribute store;
+    for (int size = 1; size <= 9; ++size) {
+        store.SetAttribute("v", const_cast<uint8_t*>(pattern.data()), size, VALUE_STRUCT);
+        int stored = 0;
+        const auto* bytes = static_cast<uint8_t*>(store.QueryAttribute("v", &stored, nullptr));
+        EXPECT_EQ(std::vector<uint8_t>(bytes, bytes + stored),
+                  std::vector<uint8_t>(pattern.begin(), pattern.begin() + size));
+    }
+}
+
 TEST(NodeAttributes, TypedQueriesMatchOnlyTheirOwnType)
 {
     CBaseNode node;

@@ -100,8 +100,10 @@ class BlockReader {
 public:
     // Takes its limit from the bounds in force once, so that reading rows
     // keeps the limit in a register.
-    explicit BlockReader(const void* block)
-        : cursor_(static_cast<const unsigned char*>(block)), bounds_(ActiveBlockBounds())
+    explicit BlockReader(const void* block) : BlockReader(block, ActiveBlockBounds()) {}
+    // Under the bounds in force given by a caller that makes many readers.
+    BlockReader(const void* block, BlockBounds* bounds)
+        : cursor_(static_cast<const unsigned char*>(block)), bounds_(bounds)
     {
         if (bounds_ != nullptr) limit_ = bounds_->Failed() ? cursor_ : bounds_->end;
     }

@@ -43,6 +43,24 @@ ScanGeometry GridMesh()
     return mesh;
 }
 
+constexpr int kCloudPoints = 5000000;
+
+// A scanned surface as a coloured point cloud: float positions on a height
+// field, each point with its red, green and blue.
+ScanGeometry ColouredCloud()
+{
+    ScanGeometry cloud;
+    cloud.positions.resize(kCloudPoints);
+    cloud.colors.resize(kCloudPoints);
+    for (int i = 0; i < kCloudPoints; ++i) {
+        const float x = static_cast<float>(i % 2000) * 0.37f;
+        const float y = static_cast<float>(i / 2000) * 0.41f;
+        cloud.positions[i] = {x, y, static_cast<float>((i * int64_t{7919}) % 10007) * 0.0013f};
+        cloud.colors[i] = {static_cast<uint8_t>(i), static_cast<uint8_t>(i >> 3), static_cast<uint8_t>(i >> 6), 255};
+    }
+    return cloud;
+}
+
 std::string BenchPath(PlyEncoding encoding)
 {
     return "/tmp/brell-io-bench-" + std::to_string(getpid()) +
@@ -124,6 +142,44 @@ void BM_ImportAsciiPly(benchmark::State& state)
     ImportAgainstPlainRead(state, PlyEncoding::ascii);
 }
 BENCHMARK(BM_ImportAsciiPly)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+std::string CloudPath()
+{
+    return "/tmp/brell-io-bench-" + std::to_string(getpid()) + "-cloud.ply";
+}
+
+// Each iteration imports the coloured cloud as a scene, then reads the file
+// into one buffer that every iteration uses again; "ratio" as above.
+void BM_ImportColouredCloud(benchmark::State& state)
+{
+    const std::string path = CloudPath();
+    WriteScanFile(ColouredCloud(), path);
+    const size_t size = FileSize(path);
+    std::vector<char> buffer(size);
+    double importTime = 0, plainTime = 0;
+    for (auto _ : state) {
+        const Clock::time_point start = Clock::now();
+        CBaseNode* scene = ImportScan(path);
+        scene->AddRef();
+        scene->Release();
+        const Clock::time_point middle = Clock::now();
+        const int descriptor = open(path.c_str(), O_RDONLY);
+        for (size_t done = 0; done < size;) {
+            const ssize_t got = read(descriptor, buffer.data() + done, size - done);
+            if (got <= 0) break;
+            done += static_cast<size_t>(got);
+        }
+        close(descriptor);
+        const Clock::time_point end = Clock::now();
+        importTime += std::chrono::duration<double>(middle - start).count();
+        plainTime += std::chrono::duration<double>(end - middle).count();
+        state.SetIterationTime(std::chrono::duration<double>(middle - start).count());
+    }
+    state.counters["ratio"] = importTime / plainTime;
+    state.counters["file MB"] = static_cast<double>(size) / 1e6;
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * size));
+}
+BENCHMARK(BM_ImportColouredCloud)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 std::string ScenePath(const char* what)
 {
@@ -207,6 +263,43 @@ void BM_LoadSceneCheckedFromMemory(benchmark::State& state)
 }
 BENCHMARK(BM_LoadSceneCheckedFromMemory)->UseManualTime()->Unit(benchmark::kMillisecond);
 
+// Each iteration writes the geometry as a binary PLY file (safely, as every
+// save), then writes as many bytes plainly into the same folder; "ratio" as
+// for the imports.
+void ExportAgainstPlainWrite(benchmark::State& state, const ScanGeometry& geometry)
+{
+    const std::string path = ScenePath("export") + ".ply", plainPath = ScenePath("plain");
+    WriteScanFile(geometry, path);
+    const std::vector<char> bytes(FileSize(path), 'x');
+    double exportTime = 0, plainTime = 0;
+    for (auto _ : state) {
+        const Clock::time_point start = Clock::now();
+        WriteScanFile(geometry, path);
+        const Clock::time_point middle = Clock::now();
+        PlainWrite(plainPath, bytes);
+        const Clock::time_point end = Clock::now();
+        exportTime += std::chrono::duration<double>(middle - start).count();
+        plainTime += std::chrono::duration<double>(end - middle).count();
+        state.SetIterationTime(std::chrono::duration<double>(middle - start).count());
+    }
+    std::remove(path.c_str());
+    state.counters["ratio"] = exportTime / plainTime;
+    state.counters["file MB"] = static_cast<double>(bytes.size()) / 1e6;
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes.size()));
+}
+
+void BM_ExportMeshPly(benchmark::State& state)
+{
+    ExportAgainstPlainWrite(state, GridMesh());
+}
+BENCHMARK(BM_ExportMeshPly)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+void BM_ExportColouredCloudPly(benchmark::State& state)
+{
+    ExportAgainstPlainWrite(state, ColouredCloud());
+}
+BENCHMARK(BM_ExportColouredCloudPly)->UseManualTime()->Unit(benchmark::kMillisecond);
+
 // Removes the files when the program ends.
 struct RemoveFiles {
     ~RemoveFiles()
@@ -215,6 +308,7 @@ struct RemoveFiles {
         std::remove(BenchPath(PlyEncoding::binaryLittleEndian).c_str());
         std::remove(ScenePath("mesh").c_str());
         std::remove(ScenePath("plain").c_str());
+        std::remove(CloudPath().c_str());
     }
 } removeFiles;
 

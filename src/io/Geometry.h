@@ -1,5 +1,6 @@
 #pragma once
 
+#include <brelldata/io/ScanFormats.h>
 #include <brelldata/io/ScanGeometry.h>
 
 #include <charconv>
@@ -20,6 +21,8 @@ namespace brell::io::detail {
 
 // ReadPly of the file in the window, which it slides on as it reads.
 ScanGeometry ReadPly(FileWindow& window, const std::string& name);
+// WritePly saved at path as SaveFile saves, the file written as it is made.
+void SavePly(const ScanGeometry& geometry, const std::string& path, PlyEncoding encoding);
 
 // Appends polygons to a geometry's faces. Three and four corners make one
 // face; more are split into triangles that cover the polygon whatever its

@@ -45,8 +45,7 @@ void WriteScanFile(const ScanGeometry& geometry, const std::string& path, PlyEnc
     std::string bytes;
     switch (FormatOfFileName(path)) {
         case ScanFormat::ply:
-            bytes = WritePly(geometry, path, plyEncoding);
-            break;
+            return detail::SavePly(geometry, path, plyEncoding);
         case ScanFormat::off:
             bytes = WriteOff(geometry, path);
             break;

@@ -5,6 +5,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "ScanShapes.h"
+
 #include <chrono>
 #include <cstdio>
 #include <fcntl.h>
@@ -19,47 +21,6 @@ namespace {
 
 using namespace brell::io;
 using Clock = std::chrono::steady_clock;
-
-constexpr int kVertices = 1000000;
-constexpr int kTriangles = 2000000;
-
-// A scan-like mesh: a 1000 x 1000 grid of float positions with a height
-// field, and 2,000,000 triangles over it.
-ScanGeometry GridMesh()
-{
-    ScanGeometry mesh;
-    mesh.positions.resize(kVertices);
-    for (int i = 0; i < kVertices; ++i) {
-        const float x = static_cast<float>(i % 1000) * 0.37f;
-        const float y = static_cast<float>(i / 1000) * 0.41f;
-        mesh.positions[i] = {x, y, static_cast<float>((i * int64_t{7919}) % 10007) * 0.0013f};
-    }
-    mesh.faces.resize(kTriangles);
-    for (int t = 0; t < kTriangles; ++t) {
-        const int corner = (t / 2) % (kVertices - 1001);
-        mesh.faces[t] = t % 2 == 0 ? CPolygon<int>{{corner, corner + 1, corner + 1000, 0}, 3}
-                                   : CPolygon<int>{{corner + 1, corner + 1001, corner + 1000, 0}, 3};
-    }
-    return mesh;
-}
-
-constexpr int kCloudPoints = 5000000;
-
-// A scanned surface as a coloured point cloud: float positions on a height
-// field, each point with its red, green and blue.
-ScanGeometry ColouredCloud()
-{
-    ScanGeometry cloud;
-    cloud.positions.resize(kCloudPoints);
-    cloud.colors.resize(kCloudPoints);
-    for (int i = 0; i < kCloudPoints; ++i) {
-        const float x = static_cast<float>(i % 2000) * 0.37f;
-        const float y = static_cast<float>(i / 2000) * 0.41f;
-        cloud.positions[i] = {x, y, static_cast<float>((i * int64_t{7919}) % 10007) * 0.0013f};
-        cloud.colors[i] = {static_cast<uint8_t>(i), static_cast<uint8_t>(i >> 3), static_cast<uint8_t>(i >> 6), 255};
-    }
-    return cloud;
-}
 
 std::string BenchPath(PlyEncoding encoding)
 {
@@ -119,7 +80,7 @@ void ImportAgainstPlainRead(benchmark::State& state, PlyEncoding encoding)
         const Clock::time_point middle = Clock::now();
         PlainRead(path, size);
         const Clock::time_point end = Clock::now();
-        if (mesh.positions.size() != kVertices || mesh.faces.size() != kTriangles) state.SkipWithError("wrong mesh");
+        if (mesh.positions.size() != kMeshVertices || mesh.faces.size() != kMeshTriangles) state.SkipWithError("wrong mesh");
         importTime += std::chrono::duration<double>(middle - start).count();
         plainTime += std::chrono::duration<double>(end - middle).count();
         state.SetIterationTime(std::chrono::duration<double>(middle - start).count());
@@ -143,6 +104,8 @@ void BM_ImportAsciiPly(benchmark::State& state)
 }
 BENCHMARK(BM_ImportAsciiPly)->UseManualTime()->Unit(benchmark::kMillisecond);
 
+constexpr int kCloudPoints = 5000000;
+
 std::string CloudPath()
 {
     return "/tmp/brell-io-bench-" + std::to_string(getpid()) + "-cloud.ply";
@@ -153,7 +116,7 @@ std::string CloudPath()
 void BM_ImportColouredCloud(benchmark::State& state)
 {
     const std::string path = CloudPath();
-    WriteScanFile(ColouredCloud(), path);
+    WriteScanFile(PointCloud(kCloudPoints, true), path);
     const size_t size = FileSize(path);
     std::vector<char> buffer(size);
     double importTime = 0, plainTime = 0;
@@ -296,7 +259,7 @@ BENCHMARK(BM_ExportMeshPly)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 void BM_ExportColouredCloudPly(benchmark::State& state)
 {
-    ExportAgainstPlainWrite(state, ColouredCloud());
+    ExportAgainstPlainWrite(state, PointCloud(kCloudPoints, true));
 }
 BENCHMARK(BM_ExportColouredCloudPly)->UseManualTime()->Unit(benchmark::kMillisecond);
 

@@ -4,8 +4,13 @@
 
 #include <brelldata/io/FileError.h>
 
+#include <climits>
 #include <cmath>
 #include <cstdio>
+#include <new>
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace brell::io::detail {
 
@@ -29,7 +34,7 @@ void PolygonSplitter::Triangle(ScanGeometry& geometry, const int* corners, const
 
 // The corners in the plane through the first one across the Newell normal,
 // turning left as the polygon runs; false when the polygon has no normal.
-bool PolygonSplitter::Project(const BulkVector<VERTEX>& positions, const int* vertices, size_t n)
+bool PolygonSplitter::Project(const VERTEX* positions, const int* vertices, size_t n)
 {
     double nx = 0, ny = 0, nz = 0;
     for (size_t k = 0; k < n; ++k) {
@@ -99,7 +104,7 @@ void PolygonSplitter::Add(ScanGeometry& geometry, const int* corners, const int*
         return;
     }
     // A polygon without a plane (its corners on a line) has no inside to keep to.
-    const bool planar = Project(geometry.positions, vertices, n);
+    const bool planar = Project(positions_ != nullptr ? positions_ : geometry.positions.data(), vertices, n);
     bool convex = true;
     for (size_t k = 0; planar && convex && k < n; ++k) {
         const Point a = points_[k], b = points_[(k + 1) % n], c = points_[(k + 2) % n];
@@ -222,6 +227,30 @@ void CheckWritable(const ScanGeometry& geometry, const std::string& name, const 
             throw FileError::InFile(name, "finite coordinates of vertex " + std::to_string(v),
                                     std::to_string(p.x) + ", " + std::to_string(p.y) + ", " + std::to_string(p.z));
     }
+}
+
+void MovePositions(ScanGeometry& geometry, CArrayDataStore<VERTEX>& store, const std::string& name)
+{
+    const size_t count = geometry.positions.size();
+    if (count > INT_MAX) throw FileError::InFile(name, "at most 2147483647 vertices", std::to_string(count));
+    store.Clear();
+    if (!store.Append(static_cast<int>(count))) throw std::bad_alloc();
+    constexpr size_t kPieceBytes = size_t{2} << 20;
+    const uintptr_t page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    const size_t bytes = count * sizeof(VERTEX);
+    const auto from = reinterpret_cast<const char*>(geometry.positions.data());
+    auto* to = reinterpret_cast<char*>(store.Buffer());
+    // Only the whole pages inside the positions are given back.
+    uintptr_t givenBack = (reinterpret_cast<uintptr_t>(from) + page - 1) & ~(page - 1);
+    for (size_t done = 0; done < bytes; done += kPieceBytes) {
+        const size_t piece = std::min(kPieceBytes, bytes - done);
+        std::memcpy(to + done, from + done, piece);
+        const uintptr_t copied = reinterpret_cast<uintptr_t>(from + done + piece) & ~(page - 1);
+        if (copied <= givenBack) continue;
+        madvise(reinterpret_cast<void*>(givenBack), copied - givenBack, MADV_DONTNEED);
+        givenBack = copied;
+    }
+    BulkVector<VERTEX>().swap(geometry.positions);
 }
 
 bool PerVertexTexCoords(const ScanGeometry& geometry, BulkVector<CVector_2<float>>& perVertex)

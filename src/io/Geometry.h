@@ -1,6 +1,7 @@
 #pragma once
 
 #include <brelldata/io/ScanFormats.h>
+#include <brelldata/data/ArrayDataStore.h>
 #include <brelldata/io/ScanGeometry.h>
 
 #include <charconv>
@@ -19,8 +20,19 @@ class FileWindow;
 
 namespace brell::io::detail {
 
-// ReadPly of the file in the window, which it slides on as it reads.
-ScanGeometry ReadPly(FileWindow& window, const std::string& name);
+// ReadPly of the file in the window, which it slides on as it reads. With
+// positionStore, the vertices' positions go into it (what it held before is
+// replaced) and the geometry's positions stay empty.
+ScanGeometry ReadPly(FileWindow& window, const std::string& name,
+                     CArrayDataStore<VERTEX>* positionStore = nullptr);
+// ReadScanFile with the positions in positionStore (what it held before is
+// replaced) and the geometry's positions left empty.
+ScanGeometry ReadScanFile(const std::string& path, CArrayDataStore<VERTEX>& positionStore);
+// Moves the geometry's positions into store, replacing what it held, and
+// leaves them empty: their pages are given back to the system as they are
+// copied, so that the move needs little more memory than the store. FileError
+// naming name for more vertices than a store holds.
+void MovePositions(ScanGeometry& geometry, CArrayDataStore<VERTEX>& store, const std::string& name);
 // WritePly saved at path as SaveFile saves, the file written as it is made.
 void SavePly(const ScanGeometry& geometry, const std::string& path, PlyEncoding encoding);
 
@@ -38,6 +50,9 @@ public:
     // With color, every face made gets it.
     void Add(ScanGeometry& geometry, const int* corners, const int* vertices, const CVector_2<float>* uv, size_t n,
              const RGBA* color = nullptr);
+    // Vertices are found at positions from now on, not in the geometry (for
+    // a reader that puts them in a store of their own).
+    void FindVerticesAt(const VERTEX* positions) { positions_ = positions; }
 
 private:
     struct Point {
@@ -45,9 +60,10 @@ private:
     };
     void Triangle(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv, const RGBA* color, size_t a,
                   size_t b, size_t c);
-    bool Project(const BulkVector<VERTEX>& positions, const int* vertices, size_t n);
+    bool Project(const VERTEX* positions, const int* vertices, size_t n);
     bool IsEar(size_t previous, size_t corner, size_t next);
 
+    const VERTEX* positions_ = nullptr;
     std::vector<Point> points_;
     std::vector<size_t> previous_, next_;
     uint64_t work_ = 0;  // corners tested against ears so far

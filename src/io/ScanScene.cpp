@@ -178,23 +178,19 @@ void AddLines(ScanGeometry& geometry, const std::vector<CLinearLineNode*>& nodes
 
 }  // namespace
 
-CBaseNode* SceneOfGeometry(const ScanGeometry& geometry, const std::string& name)
-{
-    return SceneOfGeometry(ScanGeometry(geometry), name);
-}
+namespace {
 
-CBaseNode* SceneOfGeometry(ScanGeometry&& geometry, const std::string& name)
+// The scene of a geometry whose positions are in vertices, not its own.
+CBaseNode* SceneOfPositions(ScanGeometry& geometry, const CRefData<CArrayDataStore<VERTEX>>& vertices,
+                            const std::string& name)
 {
-    detail::CheckGeometry(geometry, name);
     NewNode root(CBaseNode::Create());
     CBaseNode* element = Adopt(root.Get(), CElementNode::Create());
     const bool isMesh = !geometry.faces.empty();
     auto* model = static_cast<CModelNode*>(Adopt(element, isMesh ? CMeshNode::Create() : CModelNode::Create()));
     element->SetName(name.c_str());
     model->SetName(name.c_str());
-    const int vertices = static_cast<int>(geometry.positions.size());
-    if (!model->AppendVertex(vertices)) throw std::bad_alloc();
-    brell::CopyItems(model->vertices->Buffer(), geometry.positions.data(), geometry.positions.size());
+    model->vertices = vertices;
     SetArrayAttribute(*model, kNormalsAttribute, geometry.normals, name);
     SetArrayAttribute(*model, kColorsAttribute, geometry.colors, name);
     if (isMesh) {
@@ -212,12 +208,27 @@ CBaseNode* SceneOfGeometry(ScanGeometry&& geometry, const std::string& name)
             const auto [from, to] = detail::LineRange(geometry, k);
             store[k].reserve(to - from);
             for (size_t i = from; i < to; ++i) {
-                const VERTEX& p = geometry.positions[geometry.lineVertices[i]];
+                const VERTEX& p = vertices->Buffer()[geometry.lineVertices[i]];
                 store[k].push_back({p.x, p.y, p.z});
             }
         }
     }
     return root.Take();
+}
+
+}  // namespace
+
+CBaseNode* SceneOfGeometry(const ScanGeometry& geometry, const std::string& name)
+{
+    return SceneOfGeometry(ScanGeometry(geometry), name);
+}
+
+CBaseNode* SceneOfGeometry(ScanGeometry&& geometry, const std::string& name)
+{
+    detail::CheckGeometry(geometry, name);
+    const CRefData<CArrayDataStore<VERTEX>> vertices;
+    detail::MovePositions(geometry, *vertices, name);
+    return SceneOfPositions(geometry, vertices, name);
 }
 
 ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
@@ -289,9 +300,11 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
 
 CBaseNode* ImportScan(const std::string& path, std::vector<std::string>* warnings)
 {
-    ScanGeometry geometry = ReadScanFile(path);
+    // The readers check what they give; the positions go straight into the model's store.
+    const CRefData<CArrayDataStore<VERTEX>> vertices;
+    ScanGeometry geometry = detail::ReadScanFile(path, *vertices);
     if (warnings != nullptr) warnings->insert(warnings->end(), geometry.warnings.begin(), geometry.warnings.end());
-    return SceneOfGeometry(std::move(geometry), path.substr(path.find_last_of('/') + 1));
+    return SceneOfPositions(geometry, vertices, path.substr(path.find_last_of('/') + 1));
 }
 
 void ExportScan(CBaseNode* root, const std::string& path, PlyEncoding plyEncoding)

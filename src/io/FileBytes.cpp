@@ -236,6 +236,7 @@ void ByteOutput::Put(const void* bytes, size_t size)
         for (size_t done = 0; done < size; done += kPieceBytes) Take(from + done, std::min(kPieceBytes, size - done));
         return;
     }
+    if (size == 0) return;
     std::memcpy(Room(size), from, size);
     Advance(size);
 }

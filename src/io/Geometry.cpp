@@ -22,6 +22,24 @@ double Turn(double au, double av, double bu, double bv, double cu, double cv)
     return (bu - au) * (cv - av) - (bv - av) * (cu - au);
 }
 
+void CheckCornerCount(const CPolygon<int>& face, size_t f, const std::string& name)
+{
+    if (face.count < 3 || face.count > 4)
+        throw FileError::InFile(name, "3 or 4 corners in face " + std::to_string(f), std::to_string(face.count));
+}
+
+// FileError for the first of count positions that is not finite, numbered
+// from first.
+void CheckFinite(const VERTEX* positions, size_t count, size_t first, const std::string& name)
+{
+    for (size_t v = 0; v < count; ++v) {
+        const VERTEX& p = positions[v];
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z))
+            throw FileError::InFile(name, "finite coordinates of vertex " + std::to_string(first + v),
+                                    std::to_string(p.x) + ", " + std::to_string(p.y) + ", " + std::to_string(p.z));
+    }
+}
+
 }  // namespace
 
 void PolygonSplitter::Triangle(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv,
@@ -202,8 +220,7 @@ void CheckGeometry(const ScanGeometry& geometry, const std::string& name)
         refuse("lines for the " + std::to_string(geometry.lineVertices.size()) + " line vertices", "none");
     for (size_t f = 0; f < geometry.faces.size(); ++f) {
         const CPolygon<int>& face = geometry.faces[f];
-        if (face.count < 3 || face.count > 4)
-            refuse("3 or 4 corners in face " + std::to_string(f), std::to_string(face.count));
+        CheckCornerCount(face, f, name);
         if (!geometry.texCoords.empty() && geometry.texCoords[f].count != face.count)
             refuse("one texture coordinate per corner of face " + std::to_string(f),
                    std::to_string(geometry.texCoords[f].count));
@@ -221,11 +238,20 @@ void CheckWritable(const ScanGeometry& geometry, const std::string& name, const 
     if (formatWithoutEmpty != nullptr && geometry.positions.empty())
         throw FileError::InFile(
             name, std::string("at least one vertex, as ") + formatWithoutEmpty + " cannot hold an empty scan", "none");
-    for (size_t v = 0; v < geometry.positions.size(); ++v) {
-        const VERTEX& p = geometry.positions[v];
-        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z))
-            throw FileError::InFile(name, "finite coordinates of vertex " + std::to_string(v),
-                                    std::to_string(p.x) + ", " + std::to_string(p.y) + ", " + std::to_string(p.z));
+    CheckFinite(geometry.positions.data(), geometry.positions.size(), 0, name);
+}
+
+void CheckWritable(const std::vector<ScanPart>& parts, const std::string& name)
+{
+    size_t before = 0;
+    for (const ScanPart& part : parts) {
+        for (size_t f = 0; f < part.faceCount; ++f) CheckCornerCount(part.faces[f], before + f, name);
+        before += part.faceCount;
+    }
+    before = 0;
+    for (const ScanPart& part : parts) {
+        CheckFinite(part.positions, part.vertices, before, name);
+        before += part.vertices;
     }
 }
 
@@ -272,12 +298,13 @@ bool PerVertexTexCoords(const ScanGeometry& geometry, BulkVector<CVector_2<float
     return true;
 }
 
-bool PositionsFitFloat(const BulkVector<VERTEX>& positions)
+bool PositionsFitFloat(const VERTEX* positions, size_t count)
 {
     auto fits = [](double value) {
         return std::isnan(value) || static_cast<double>(static_cast<float>(value)) == value;
     };
-    for (const VERTEX& v : positions) {
+    for (size_t i = 0; i < count; ++i) {
+        const VERTEX& v = positions[i];
         if (!fits(v.x) || !fits(v.y) || !fits(v.z)) return false;
     }
     return true;

@@ -36,6 +36,24 @@ void MovePositions(ScanGeometry& geometry, CArrayDataStore<VERTEX>& store, const
 // WritePly saved at path as SaveFile saves, the file written as it is made.
 void SavePly(const ScanGeometry& geometry, const std::string& path, PlyEncoding encoding);
 
+// One model's or mesh's arrays, in a scan written part after part straight
+// from its stores; an array is null where the part has none (its vertices
+// then get normal (0, 0, 0) and opaque white, its faces opaque white).
+struct ScanPart {
+    const VERTEX* positions = nullptr;
+    size_t vertices = 0;
+    const CVector_3<float>* normals = nullptr;
+    const RGBA* colors = nullptr;
+    const CPolygon<int>* faces = nullptr;
+    size_t faceCount = 0;
+    const RGBA* faceColors = nullptr;
+};
+// SavePly of the geometry the parts make when joined, each part's faces
+// moved past the vertices of the parts before it. The parts are checked as
+// CheckWritable checks the joined geometry, whose faces' indices must
+// already lie within their own part.
+void SavePly(const std::vector<ScanPart>& parts, const std::string& path, PlyEncoding encoding);
+
 // Appends polygons to a geometry's faces. Three and four corners make one
 // face; more are split into triangles that cover the polygon whatever its
 // shape: ears are cut from the polygon as projected onto the plane of its
@@ -95,12 +113,15 @@ void CheckGeometry(const ScanGeometry& geometry, const std::string& name);
 // (format names it) geometry without vertices.
 void CheckWritable(const ScanGeometry& geometry, const std::string& name, const char* formatWithoutEmpty = nullptr);
 
+// CheckWritable of the geometry the parts make joined (see SavePly).
+void CheckWritable(const std::vector<ScanPart>& parts, const std::string& name);
+
 // The texture coordinate of each vertex when every corner of that vertex
 // agrees (vertices no face uses get (0, 0)); false when any two disagree.
 bool PerVertexTexCoords(const ScanGeometry& geometry, BulkVector<CVector_2<float>>& perVertex);
 
 // True when every coordinate is a float value (or not a number).
-bool PositionsFitFloat(const BulkVector<VERTEX>& positions);
+bool PositionsFitFloat(const VERTEX* positions, size_t count);
 
 // A colour channel of 0 to 1 as 0 to 255, rounded and clamped.
 inline uint8_t UnitToChannel(double value)

@@ -10,14 +10,31 @@
 #include <algorithm>
 #include <charconv>
 #include <cstring>
+#include <vector>
 
 namespace brell::io {
 
 namespace {
 
-// What the file holds, decided from the geometry before a byte is written.
+constexpr RGBA kWhite{255, 255, 255, 255};
+
+// The parts of a geometry: the geometry itself.
+std::vector<detail::ScanPart> PartsOf(const ScanGeometry& geometry)
+{
+    auto orNull = [](const auto& items) { return items.empty() ? nullptr : items.data(); };
+    return {{geometry.positions.data(), geometry.positions.size(), orNull(geometry.normals), orNull(geometry.colors),
+             geometry.faces.data(), geometry.faces.size(), orNull(geometry.faceColors)}};
+}
+
+bool AnyTranslucent(const RGBA* colors, size_t count)
+{
+    return colors != nullptr && std::any_of(colors, colors + count, [](const RGBA& c) { return c.a != 255; });
+}
+
+// What the file holds, decided from its parts before a byte is written;
+// texture coordinates and lines come from a whole geometry, when there is one.
 struct Layout {
-    Layout(const ScanGeometry& geometry, const std::string& name, PlyEncoding encoding);
+    Layout(const std::vector<detail::ScanPart>& parts, const ScanGeometry* whole, PlyEncoding encoding);
 
     size_t VertexBytes() const
     {
@@ -25,51 +42,51 @@ struct Layout {
     }
     // The file's size in a binary encoding, with faces of three corners; what
     // progress is told against.
-    uint64_t ExpectedBytes(const ScanGeometry& geometry) const
+    uint64_t ExpectedBytes() const
     {
         const uint64_t faceBytes = 13 + (uvPerCorner ? 25 : 0) + (faceColors ? (faceAlpha ? 4 : 3) : 0);
-        return header.size() + geometry.positions.size() * VertexBytes() + geometry.faces.size() * faceBytes +
-               edges * 8;
+        return header.size() + vertices * VertexBytes() + faces * faceBytes + edges * 8;
     }
 
     PlyEncoding encoding;
-    bool asFloat, normals, colors, alpha, uvPerVertex, uvPerCorner, faceColors, faceAlpha;
-    size_t edges;
+    size_t vertices = 0, faces = 0, edges = 0;
+    bool asFloat = true, normals = false, colors = false, alpha = false, faceColors = false, faceAlpha = false;
+    bool uvPerVertex = false, uvPerCorner = false;
     BulkVector<CVector_2<float>> vertexUv;
     std::string header;
 };
 
-bool AnyTranslucent(const BulkVector<RGBA>& colors)
+Layout::Layout(const std::vector<detail::ScanPart>& parts, const ScanGeometry* whole, PlyEncoding encoding)
+    : encoding(encoding)
 {
-    return std::any_of(colors.begin(), colors.end(), [](const RGBA& c) { return c.a != 255; });
-}
-
-Layout::Layout(const ScanGeometry& geometry, const std::string& name, PlyEncoding encoding) : encoding(encoding)
-{
-    detail::CheckWritable(geometry, name);
-    asFloat = detail::PositionsFitFloat(geometry.positions);
-    normals = !geometry.normals.empty();
-    colors = !geometry.colors.empty();
-    alpha = AnyTranslucent(geometry.colors);
-    const bool hasUv = !geometry.texCoords.empty();
-    uvPerVertex = hasUv && detail::PerVertexTexCoords(geometry, vertexUv);
-    uvPerCorner = hasUv && !uvPerVertex;
-    const bool mesh = !geometry.faces.empty();
-    faceColors = !geometry.faceColors.empty();
-    faceAlpha = AnyTranslucent(geometry.faceColors);
-    edges = geometry.lineVertices.size() - geometry.lineStarts.size();
+    for (const detail::ScanPart& part : parts) {
+        vertices += part.vertices;
+        faces += part.faceCount;
+        asFloat = asFloat && detail::PositionsFitFloat(part.positions, part.vertices);
+        normals = normals || part.normals != nullptr;
+        colors = colors || part.colors != nullptr;
+        alpha = alpha || AnyTranslucent(part.colors, part.vertices);
+        faceColors = faceColors || part.faceColors != nullptr;
+        faceAlpha = faceAlpha || AnyTranslucent(part.faceColors, part.faceCount);
+    }
+    if (whole != nullptr) {
+        const bool hasUv = !whole->texCoords.empty();
+        uvPerVertex = hasUv && detail::PerVertexTexCoords(*whole, vertexUv);
+        uvPerCorner = hasUv && !uvPerVertex;
+        edges = whole->lineVertices.size() - whole->lineStarts.size();
+    }
 
     static const char* formats[] = {"ascii", "binary_little_endian", "binary_big_endian"};
     header = "ply\nformat " + std::string(formats[static_cast<int>(encoding)]) + " 1.0\n";
-    header += "element vertex " + std::to_string(geometry.positions.size()) + "\n";
+    header += "element vertex " + std::to_string(vertices) + "\n";
     for (const char* axis : {"x", "y", "z"})
         header += std::string("property ") + (asFloat ? "float " : "double ") + axis + "\n";
     if (normals) header += "property float nx\nproperty float ny\nproperty float nz\n";
     if (colors) header += "property uchar red\nproperty uchar green\nproperty uchar blue\n";
     if (alpha) header += "property uchar alpha\n";
     if (uvPerVertex) header += "property float u\nproperty float v\n";
-    if (mesh) {
-        header += "element face " + std::to_string(geometry.faces.size()) + "\n";
+    if (faces > 0) {
+        header += "element face " + std::to_string(faces) + "\n";
         header += "property list uchar int vertex_indices\n";
         if (uvPerCorner) header += "property list uchar float texcoord\n";
         if (faceColors) header += "property uchar red\nproperty uchar green\nproperty uchar blue\n";
@@ -140,52 +157,57 @@ private:
 constexpr size_t kMostRowBytes = 1024;
 
 template <class Row>
-void WriteBody(ByteOutput& out, const ScanGeometry& geometry, const Layout& layout)
+void WriteVertices(ByteOutput& out, const detail::ScanPart& part, size_t first, const Layout& layout)
 {
-    const size_t vertices = geometry.positions.size();
     if (std::is_same_v<Row, BinaryRow<false>> && !layout.asFloat && layout.VertexBytes() == sizeof(VERTEX)) {
         // Rows of three doubles in the machine's order are the positions as they lie.
-        out.Put(geometry.positions.data(), vertices * sizeof(VERTEX));
-    } else {
-        for (size_t i = 0; i < vertices; ++i) {
-            Row row(out.Room(kMostRowBytes));
-            const VERTEX& p = geometry.positions[i];
-            if (layout.asFloat) {
-                row.Value(static_cast<float>(p.x));
-                row.Value(static_cast<float>(p.y));
-                row.Value(static_cast<float>(p.z));
-            } else {
-                row.Value(p.x);
-                row.Value(p.y);
-                row.Value(p.z);
-            }
-            if (layout.normals) {
-                const CVector_3<float>& n = geometry.normals[i];
-                row.Value(n.x);
-                row.Value(n.y);
-                row.Value(n.z);
-            }
-            if (layout.colors) {
-                const RGBA& c = geometry.colors[i];
-                row.Value(c.r);
-                row.Value(c.g);
-                row.Value(c.b);
-                if (layout.alpha) row.Value(c.a);
-            }
-            if (layout.uvPerVertex) {
-                row.Value(layout.vertexUv[i].x);
-                row.Value(layout.vertexUv[i].y);
-            }
-            out.Advance(row.End());
-        }
+        out.Put(part.positions, part.vertices * sizeof(VERTEX));
+        return;
     }
-    for (size_t f = 0; f < geometry.faces.size(); ++f) {
+    for (size_t i = 0; i < part.vertices; ++i) {
         Row row(out.Room(kMostRowBytes));
-        const CPolygon<int>& face = geometry.faces[f];
+        const VERTEX& p = part.positions[i];
+        if (layout.asFloat) {
+            row.Value(static_cast<float>(p.x));
+            row.Value(static_cast<float>(p.y));
+            row.Value(static_cast<float>(p.z));
+        } else {
+            row.Value(p.x);
+            row.Value(p.y);
+            row.Value(p.z);
+        }
+        if (layout.normals) {
+            const CVector_3<float> n = part.normals != nullptr ? part.normals[i] : CVector_3<float>{0, 0, 0};
+            row.Value(n.x);
+            row.Value(n.y);
+            row.Value(n.z);
+        }
+        if (layout.colors) {
+            const RGBA c = part.colors != nullptr ? part.colors[i] : kWhite;
+            row.Value(c.r);
+            row.Value(c.g);
+            row.Value(c.b);
+            if (layout.alpha) row.Value(c.a);
+        }
+        if (layout.uvPerVertex) {
+            row.Value(layout.vertexUv[first + i].x);
+            row.Value(layout.vertexUv[first + i].y);
+        }
+        out.Advance(row.End());
+    }
+}
+
+template <class Row>
+void WriteFaces(ByteOutput& out, const detail::ScanPart& part, int firstVertex, size_t first,
+                const ScanGeometry* whole, const Layout& layout)
+{
+    for (size_t f = 0; f < part.faceCount; ++f) {
+        Row row(out.Room(kMostRowBytes));
+        const CPolygon<int>& face = part.faces[f];
         row.Value(static_cast<uint8_t>(face.count));
-        for (int k = 0; k < face.count; ++k) row.Value(static_cast<int32_t>(face.items[k]));
+        for (int k = 0; k < face.count; ++k) row.Value(static_cast<int32_t>(face.items[k] + firstVertex));
         if (layout.uvPerCorner) {
-            const CPolygon<CVector_2<float>>& uv = geometry.texCoords[f];
+            const CPolygon<CVector_2<float>>& uv = whole->texCoords[first + f];
             row.Value(static_cast<uint8_t>(2 * uv.count));
             for (int k = 0; k < uv.count; ++k) {
                 row.Value(uv.items[k].x);
@@ -193,7 +215,7 @@ void WriteBody(ByteOutput& out, const ScanGeometry& geometry, const Layout& layo
             }
         }
         if (layout.faceColors) {
-            const RGBA& c = geometry.faceColors[f];
+            const RGBA c = part.faceColors != nullptr ? part.faceColors[f] : kWhite;
             row.Value(c.r);
             row.Value(c.g);
             row.Value(c.b);
@@ -201,29 +223,59 @@ void WriteBody(ByteOutput& out, const ScanGeometry& geometry, const Layout& layo
         }
         out.Advance(row.End());
     }
-    for (size_t k = 0; k < geometry.lineStarts.size(); ++k) {
-        const auto [from, to] = detail::LineRange(geometry, k);
+}
+
+template <class Row>
+void WriteBody(ByteOutput& out, const std::vector<detail::ScanPart>& parts, const ScanGeometry* whole,
+               const Layout& layout)
+{
+    size_t vertices = 0, faces = 0;
+    for (const detail::ScanPart& part : parts) {
+        WriteVertices<Row>(out, part, vertices, layout);
+        vertices += part.vertices;
+    }
+    vertices = 0;
+    for (const detail::ScanPart& part : parts) {
+        WriteFaces<Row>(out, part, static_cast<int>(vertices), faces, whole, layout);
+        vertices += part.vertices;
+        faces += part.faceCount;
+    }
+    for (size_t k = 0; whole != nullptr && k < whole->lineStarts.size(); ++k) {
+        const auto [from, to] = detail::LineRange(*whole, k);
         for (size_t i = from; i + 1 < to; ++i) {
             Row row(out.Room(kMostRowBytes));
-            row.Value(static_cast<int32_t>(geometry.lineVertices[i]));
-            row.Value(static_cast<int32_t>(geometry.lineVertices[i + 1]));
+            row.Value(static_cast<int32_t>(whole->lineVertices[i]));
+            row.Value(static_cast<int32_t>(whole->lineVertices[i + 1]));
             out.Advance(row.End());
         }
     }
 }
 
-void WriteFile(ByteOutput& out, const ScanGeometry& geometry, const Layout& layout)
+void WriteFile(ByteOutput& out, const std::vector<detail::ScanPart>& parts, const ScanGeometry* whole,
+               const Layout& layout)
 {
     out.Put(layout.header.data(), layout.header.size());
     const bool swap = (layout.encoding == PlyEncoding::binaryBigEndian) == (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
     if (layout.encoding == PlyEncoding::ascii) {
-        WriteBody<TextRow>(out, geometry, layout);
+        WriteBody<TextRow>(out, parts, whole, layout);
     } else if (swap) {
-        WriteBody<BinaryRow<true>>(out, geometry, layout);
+        WriteBody<BinaryRow<true>>(out, parts, whole, layout);
     } else {
-        WriteBody<BinaryRow<false>>(out, geometry, layout);
+        WriteBody<BinaryRow<false>>(out, parts, whole, layout);
     }
     out.Drain();
+}
+
+// Saves the parts (and what the whole geometry adds) at path.
+void Save(const std::vector<detail::ScanPart>& parts, const ScanGeometry* whole, const std::string& path,
+          PlyEncoding encoding)
+{
+    const Layout layout(parts, whole, encoding);
+    // Text takes about twice the bytes of binary values.
+    const uint64_t binaryBytes = layout.ExpectedBytes();
+    FileSaver file(path, encoding == PlyEncoding::ascii ? 2 * binaryBytes : binaryBytes);
+    WriteFile(file, parts, whole, layout);
+    file.Commit();
 }
 
 class StringOutput : public ByteOutput {
@@ -238,21 +290,25 @@ private:
 
 std::string WritePly(const ScanGeometry& geometry, const std::string& name, PlyEncoding encoding)
 {
-    const Layout layout(geometry, name, encoding);
+    detail::CheckWritable(geometry, name);
+    const std::vector<detail::ScanPart> parts = PartsOf(geometry);
+    const Layout layout(parts, &geometry, encoding);
     StringOutput out;
-    if (encoding != PlyEncoding::ascii) out.text.reserve(layout.ExpectedBytes(geometry));
-    WriteFile(out, geometry, layout);
+    if (encoding != PlyEncoding::ascii) out.text.reserve(layout.ExpectedBytes());
+    WriteFile(out, parts, &geometry, layout);
     return std::move(out.text);
 }
 
 void detail::SavePly(const ScanGeometry& geometry, const std::string& path, PlyEncoding encoding)
 {
-    const Layout layout(geometry, path, encoding);
-    // Text takes about twice the bytes of binary values.
-    const uint64_t binaryBytes = layout.ExpectedBytes(geometry);
-    FileSaver file(path, encoding == PlyEncoding::ascii ? 2 * binaryBytes : binaryBytes);
-    WriteFile(file, geometry, layout);
-    file.Commit();
+    CheckWritable(geometry, path);
+    Save(PartsOf(geometry), &geometry, path, encoding);
+}
+
+void detail::SavePly(const std::vector<ScanPart>& parts, const std::string& path, PlyEncoding encoding)
+{
+    CheckWritable(parts, path);
+    Save(parts, nullptr, path, encoding);
 }
 
 }  // namespace brell::io

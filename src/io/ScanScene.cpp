@@ -126,6 +126,30 @@ std::vector<Part> PartsOf(CBaseNode* root, const std::string& name, std::vector<
     return parts;
 }
 
+// FileError naming name unless every corner of the mesh's polygons names
+// one of its vertices.
+void CheckCorners(const Part& part, const std::string& name)
+{
+    const int count = part.model->VertexNumber();
+    const auto& rows = part.mesh->polygons->rows;
+    for (size_t f = 0; f < rows.size(); ++f) {
+        const CPolygon<int>& face = rows[f];
+        for (int k = 0; k < std::clamp(face.count, 0, 4); ++k) {
+            if (face.items[k] < 0 || face.items[k] >= count)
+                throw FileError::InFile(name,
+                                        "vertex indices below " + std::to_string(count) + " in polygon " +
+                                            std::to_string(f) + " of mesh \"" + part.mesh->Name() + "\"",
+                                        std::to_string(face.items[k]));
+        }
+    }
+}
+
+void CheckVertexTotal(size_t vertices, const std::string& name)
+{
+    if (vertices > INT_MAX)
+        throw FileError::InFile(name, "at most 2147483647 vertices in all models", std::to_string(vertices));
+}
+
 // A point's place as a key: the bits of its coordinates.
 struct PointKey {
     uint64_t bits[3];
@@ -176,9 +200,27 @@ void AddLines(ScanGeometry& geometry, const std::vector<CLinearLineNode*>& nodes
     }
 }
 
-}  // namespace
-
-namespace {
+// The parts' stores as GeometryOfScene checks them, to be written one after another.
+std::vector<detail::ScanPart> ScanParts(const std::vector<Part>& parts, const std::string& name)
+{
+    size_t vertices = 0;
+    for (const Part& part : parts) vertices += static_cast<size_t>(part.model->VertexNumber());
+    CheckVertexTotal(vertices, name);
+    std::vector<detail::ScanPart> scanParts;
+    for (const Part& part : parts) {
+        detail::ScanPart& scanPart = scanParts.emplace_back();
+        scanPart.positions = part.model->vertices->Buffer();
+        scanPart.vertices = static_cast<size_t>(part.model->VertexNumber());
+        scanPart.normals = part.normals;
+        scanPart.colors = part.colors;
+        if (part.mesh == nullptr) continue;
+        CheckCorners(part, name);
+        scanPart.faces = part.mesh->polygons->rows.data();
+        scanPart.faceCount = part.mesh->polygons->rows.size();
+        scanPart.faceColors = part.faceColors;
+    }
+    return scanParts;
+}
 
 // The scene of a geometry whose positions are in vertices, not its own.
 CBaseNode* SceneOfPositions(ScanGeometry& geometry, const CRefData<CArrayDataStore<VERTEX>>& vertices,
@@ -245,8 +287,7 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
         vertices += static_cast<size_t>(part.model->VertexNumber());
         if (part.mesh != nullptr) faces += static_cast<size_t>(part.mesh->polygons->Number());
     }
-    if (vertices > INT_MAX)
-        throw FileError::InFile(name, "at most 2147483647 vertices in all models", std::to_string(vertices));
+    CheckVertexTotal(vertices, name);
     ScanGeometry geometry;
     geometry.positions.reserve(vertices);
     geometry.faces.reserve(faces);
@@ -271,16 +312,10 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
         }
         if (part.mesh == nullptr) continue;
         const auto& rows = part.mesh->polygons->rows;
+        CheckCorners(part, name);
         for (size_t f = 0; f < rows.size(); ++f) {
             CPolygon<int> face = rows[f];
-            for (int k = 0; k < std::clamp(face.count, 0, 4); ++k) {
-                if (face.items[k] < 0 || face.items[k] >= count)
-                    throw FileError::InFile(name,
-                                            "vertex indices below " + std::to_string(count) + " in polygon " +
-                                                std::to_string(f) + " of mesh \"" + part.mesh->Name() + "\"",
-                                            std::to_string(face.items[k]));
-                face.items[k] += offset;
-            }
+            for (int k = 0; k < std::clamp(face.count, 0, 4); ++k) face.items[k] += offset;
             geometry.faces.push_back(face);
             if (texCoords && !part.texCoords) geometry.texCoords.push_back({{}, face.count});
         }
@@ -310,6 +345,14 @@ CBaseNode* ImportScan(const std::string& path, std::vector<std::string>* warning
 void ExportScan(CBaseNode* root, const std::string& path, PlyEncoding plyEncoding)
 {
     if (root == nullptr) throw FileError::InFile(path, "a scene to export", "none");
+    if (FormatOfFileName(path) == ScanFormat::ply) {
+        // Written straight from the stores, unless lines or texture
+        // coordinates need the scene joined first.
+        std::vector<CLinearLineNode*> lineNodes;
+        const std::vector<Part> parts = PartsOf(root, path, lineNodes);
+        if (lineNodes.empty() && std::none_of(parts.begin(), parts.end(), [](const Part& p) { return p.texCoords; }))
+            return detail::SavePly(ScanParts(parts, path), path, plyEncoding);
+    }
     WriteScanFile(GeometryOfScene(root, path), path, plyEncoding);
 }
 

@@ -157,6 +157,15 @@ private:
 constexpr size_t kMostRowBytes = 1024;
 
 template <class Row>
+void WriteColour(Row& row, RGBA c, bool alpha)
+{
+    row.Value(c.r);
+    row.Value(c.g);
+    row.Value(c.b);
+    if (alpha) row.Value(c.a);
+}
+
+template <class Row>
 void WriteVertices(ByteOutput& out, const detail::ScanPart& part, size_t first, const Layout& layout)
 {
     if (std::is_same_v<Row, BinaryRow<false>> && !layout.asFloat && layout.VertexBytes() == sizeof(VERTEX)) {
@@ -182,13 +191,7 @@ void WriteVertices(ByteOutput& out, const detail::ScanPart& part, size_t first, 
             row.Value(n.y);
             row.Value(n.z);
         }
-        if (layout.colors) {
-            const RGBA c = part.colors != nullptr ? part.colors[i] : kWhite;
-            row.Value(c.r);
-            row.Value(c.g);
-            row.Value(c.b);
-            if (layout.alpha) row.Value(c.a);
-        }
+        if (layout.colors) WriteColour(row, part.colors != nullptr ? part.colors[i] : kWhite, layout.alpha);
         if (layout.uvPerVertex) {
             row.Value(layout.vertexUv[first + i].x);
             row.Value(layout.vertexUv[first + i].y);
@@ -214,13 +217,8 @@ void WriteFaces(ByteOutput& out, const detail::ScanPart& part, int firstVertex, 
                 row.Value(uv.items[k].y);
             }
         }
-        if (layout.faceColors) {
-            const RGBA c = part.faceColors != nullptr ? part.faceColors[f] : kWhite;
-            row.Value(c.r);
-            row.Value(c.g);
-            row.Value(c.b);
-            if (layout.faceAlpha) row.Value(c.a);
-        }
+        if (layout.faceColors)
+            WriteColour(row, part.faceColors != nullptr ? part.faceColors[f] : kWhite, layout.faceAlpha);
         out.Advance(row.End());
     }
 }

@@ -35,18 +35,25 @@ struct VertexSink {
     }
     // At least count vertices made, with their defaults. Growing a block at a
     // time writes the defaults in the cache just before the values replace
-    // them, rather than in a pass of their own over the whole arrays.
-    void Grow(size_t count)
+    // them, rather than in a pass of their own over the whole arrays. Room
+    // for positions gets none when the vertices' values follow, as a vertex
+    // element always holds x, y and z.
+    void Grow(size_t count, bool valuesFollow = true)
     {
         if (count <= made) return;
         if (positionRoom != nullptr) {
-            std::fill(positionRoom + made, positionRoom + count, VERTEX{});
+            if (!valuesFollow) std::fill(positionRoom + made, positionRoom + count, VERTEX{});
         } else {
             geometry.positions.resize(count);
         }
-        if (normals) geometry.normals.resize(count, CVector_3<float>{});
-        if (colors) geometry.colors.resize(count, RGBA{0, 0, 0, 255});
-        if (texture) uv.resize(count, CVector_2<float>{});
+        // Growing to a value fills element by element through the allocator,
+        // many times slower than growing zeroed and setting what is not zero.
+        if (normals) geometry.normals.resize(count);
+        if (colors) {
+            geometry.colors.resize(count);
+            for (size_t i = made; i < count; ++i) geometry.colors[i].a = 255;
+        }
+        if (texture) uv.resize(count);
         made = count;
     }
 
@@ -224,7 +231,7 @@ ScanGeometry ReadBody(Source& source, const Header& header, CArrayDataStore<VERT
         if (&element == vertexElement) {
             ReadVertices(source, element, sink);
         } else if (element.name == "face") {
-            sink.Grow(vertices);  // faces ahead of their vertices see the defaults
+            sink.Grow(vertices, false);  // faces ahead of their vertices see the defaults
             geometry.faces.reserve(element.count);
             ReadFaces(source, element, vertices, vertexUv, geometry, splitter);
         } else if (IsEdgeElement(element)) {

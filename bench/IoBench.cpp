@@ -5,6 +5,8 @@
 
 #include <benchmark/benchmark.h>
 
+#include "ScanShapes.h"
+
 #include <chrono>
 #include <cstdio>
 #include <fcntl.h>
@@ -19,29 +21,6 @@ namespace {
 
 using namespace brell::io;
 using Clock = std::chrono::steady_clock;
-
-constexpr int kVertices = 1000000;
-constexpr int kTriangles = 2000000;
-
-// A scan-like mesh: a 1000 x 1000 grid of float positions with a height
-// field, and 2,000,000 triangles over it.
-ScanGeometry GridMesh()
-{
-    ScanGeometry mesh;
-    mesh.positions.resize(kVertices);
-    for (int i = 0; i < kVertices; ++i) {
-        const float x = static_cast<float>(i % 1000) * 0.37f;
-        const float y = static_cast<float>(i / 1000) * 0.41f;
-        mesh.positions[i] = {x, y, static_cast<float>((i * int64_t{7919}) % 10007) * 0.0013f};
-    }
-    mesh.faces.resize(kTriangles);
-    for (int t = 0; t < kTriangles; ++t) {
-        const int corner = (t / 2) % (kVertices - 1001);
-        mesh.faces[t] = t % 2 == 0 ? CPolygon<int>{{corner, corner + 1, corner + 1000, 0}, 3}
-                                   : CPolygon<int>{{corner + 1, corner + 1001, corner + 1000, 0}, 3};
-    }
-    return mesh;
-}
 
 std::string BenchPath(PlyEncoding encoding)
 {
@@ -101,7 +80,7 @@ void ImportAgainstPlainRead(benchmark::State& state, PlyEncoding encoding)
         const Clock::time_point middle = Clock::now();
         PlainRead(path, size);
         const Clock::time_point end = Clock::now();
-        if (mesh.positions.size() != kVertices || mesh.faces.size() != kTriangles) state.SkipWithError("wrong mesh");
+        if (mesh.positions.size() != kMeshVertices || mesh.faces.size() != kMeshTriangles) state.SkipWithError("wrong mesh");
         importTime += std::chrono::duration<double>(middle - start).count();
         plainTime += std::chrono::duration<double>(end - middle).count();
         state.SetIterationTime(std::chrono::duration<double>(middle - start).count());
@@ -124,6 +103,46 @@ void BM_ImportAsciiPly(benchmark::State& state)
     ImportAgainstPlainRead(state, PlyEncoding::ascii);
 }
 BENCHMARK(BM_ImportAsciiPly)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+constexpr int kCloudPoints = 5000000;
+
+std::string CloudPath()
+{
+    return "/tmp/brell-io-bench-" + std::to_string(getpid()) + "-cloud.ply";
+}
+
+// Each iteration imports the coloured cloud as a scene, then reads the file
+// into one buffer that every iteration uses again; "ratio" as above.
+void BM_ImportColouredCloud(benchmark::State& state)
+{
+    const std::string path = CloudPath();
+    WriteScanFile(PointCloud(kCloudPoints, true), path);
+    const size_t size = FileSize(path);
+    std::vector<char> buffer(size);
+    double importTime = 0, plainTime = 0;
+    for (auto _ : state) {
+        const Clock::time_point start = Clock::now();
+        CBaseNode* scene = ImportScan(path);
+        scene->AddRef();
+        scene->Release();
+        const Clock::time_point middle = Clock::now();
+        const int descriptor = open(path.c_str(), O_RDONLY);
+        for (size_t done = 0; done < size;) {
+            const ssize_t got = read(descriptor, buffer.data() + done, size - done);
+            if (got <= 0) break;
+            done += static_cast<size_t>(got);
+        }
+        close(descriptor);
+        const Clock::time_point end = Clock::now();
+        importTime += std::chrono::duration<double>(middle - start).count();
+        plainTime += std::chrono::duration<double>(end - middle).count();
+        state.SetIterationTime(std::chrono::duration<double>(middle - start).count());
+    }
+    state.counters["ratio"] = importTime / plainTime;
+    state.counters["file MB"] = static_cast<double>(size) / 1e6;
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * size));
+}
+BENCHMARK(BM_ImportColouredCloud)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 std::string ScenePath(const char* what)
 {
@@ -207,6 +226,43 @@ void BM_LoadSceneCheckedFromMemory(benchmark::State& state)
 }
 BENCHMARK(BM_LoadSceneCheckedFromMemory)->UseManualTime()->Unit(benchmark::kMillisecond);
 
+// Each iteration writes the geometry as a binary PLY file (safely, as every
+// save), then writes as many bytes plainly into the same folder; "ratio" as
+// for the imports.
+void ExportAgainstPlainWrite(benchmark::State& state, const ScanGeometry& geometry)
+{
+    const std::string path = ScenePath("export") + ".ply", plainPath = ScenePath("plain");
+    WriteScanFile(geometry, path);
+    const std::vector<char> bytes(FileSize(path), 'x');
+    double exportTime = 0, plainTime = 0;
+    for (auto _ : state) {
+        const Clock::time_point start = Clock::now();
+        WriteScanFile(geometry, path);
+        const Clock::time_point middle = Clock::now();
+        PlainWrite(plainPath, bytes);
+        const Clock::time_point end = Clock::now();
+        exportTime += std::chrono::duration<double>(middle - start).count();
+        plainTime += std::chrono::duration<double>(end - middle).count();
+        state.SetIterationTime(std::chrono::duration<double>(middle - start).count());
+    }
+    std::remove(path.c_str());
+    state.counters["ratio"] = exportTime / plainTime;
+    state.counters["file MB"] = static_cast<double>(bytes.size()) / 1e6;
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes.size()));
+}
+
+void BM_ExportMeshPly(benchmark::State& state)
+{
+    ExportAgainstPlainWrite(state, GridMesh());
+}
+BENCHMARK(BM_ExportMeshPly)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+void BM_ExportColouredCloudPly(benchmark::State& state)
+{
+    ExportAgainstPlainWrite(state, PointCloud(kCloudPoints, true));
+}
+BENCHMARK(BM_ExportColouredCloudPly)->UseManualTime()->Unit(benchmark::kMillisecond);
+
 // Removes the files when the program ends.
 struct RemoveFiles {
     ~RemoveFiles()
@@ -215,6 +271,7 @@ struct RemoveFiles {
         std::remove(BenchPath(PlyEncoding::binaryLittleEndian).c_str());
         std::remove(ScenePath("mesh").c_str());
         std::remove(ScenePath("plain").c_str());
+        std::remove(CloudPath().c_str());
     }
 } removeFiles;
 

@@ -95,57 +95,6 @@ void CheckSaveTarget(const std::string& path, const std::string& target)
         throw FileError::InFile(path, "a folder \"" + folder + "\"", KindOfFile(status.st_mode));
 }
 
-// Closes a descriptor and, unless kept, removes the temporary file it wrote.
-class TemporaryFile {
-public:
-    // Beside target, under a name no other save uses; path is the name errors carry.
-    TemporaryFile(const std::string& path, const std::string& target) : path_(path), target_(target)
-    {
-        for (int attempt = 0; descriptor_ < 0; ++attempt) {
-            temporary_ = target + ".saving." + std::to_string(getpid()) + "." + std::to_string(attempt);
-            descriptor_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-            if (descriptor_ < 0 && (errno != EEXIST || attempt == 100))
-                throw FileError::InFile(path, "a folder \"" + FolderOf(target) + "\" to save in", SystemReason());
-        }
-    }
-    ~TemporaryFile()
-    {
-        if (descriptor_ >= 0) close(descriptor_);
-        if (!kept_) unlink(temporary_.c_str());
-    }
-    TemporaryFile(const TemporaryFile&) = delete;
-    TemporaryFile& operator=(const TemporaryFile&) = delete;
-
-    void WriteAll(const unsigned char* bytes, size_t size)
-    {
-        for (size_t done = 0; done < size;) {
-            const ssize_t written = write(descriptor_, bytes + done, std::min(size - done, kPieceBytes));
-            if (written < 0 && errno == EINTR) continue;
-            if (written <= 0)
-                throw FileError::AtByte(path_, done, "room to write " + std::to_string(size) + " bytes",
-                                        SystemReason());
-            done += static_cast<size_t>(written);
-            ReportProgress(done, size);
-        }
-    }
-    // Makes the file durable, then puts it in place of the target.
-    void Replace()
-    {
-        if (fsync(descriptor_) != 0 || close(std::exchange(descriptor_, -1)) != 0)
-            throw FileError::InFile(path_, "the file written to disk", SystemReason());
-        if (rename(temporary_.c_str(), target_.c_str()) != 0)
-            throw FileError::InFile(path_, "the saved file moved into place", SystemReason());
-        kept_ = true;
-    }
-
-private:
-    std::string path_;
-    std::string target_;
-    std::string temporary_;
-    int descriptor_ = -1;
-    bool kept_ = false;
-};
-
 class Descriptor {
 public:
     explicit Descriptor(int descriptor) : descriptor_(descriptor) {}
@@ -270,11 +219,77 @@ void RequireRegularFile(const std::string& path)
 
 void SaveFile(const std::string& path, const void* bytes, size_t size)
 {
-    const std::string target = FollowLinks(path);
-    CheckSaveTarget(path, target);
-    TemporaryFile temporary(path, target);
-    temporary.WriteAll(static_cast<const unsigned char*>(bytes), size);
-    temporary.Replace();
+    FileSaver saver(path, size);
+    saver.Put(bytes, size);
+    saver.Commit();
+}
+
+ByteOutput::ByteOutput() : buffer_(new char[kBufferBytes]), at_(buffer_.get()), end_(at_ + kBufferBytes) {}
+
+ByteOutput::~ByteOutput() = default;
+
+void ByteOutput::Put(const void* bytes, size_t size)
+{
+    const char* from = static_cast<const char*>(bytes);
+    if (size >= kBufferBytes) {
+        Drain();
+        for (size_t done = 0; done < size; done += kPieceBytes) Take(from + done, std::min(kPieceBytes, size - done));
+        return;
+    }
+    if (size == 0) return;
+    std::memcpy(Room(size), from, size);
+    Advance(size);
+}
+
+void ByteOutput::Drain()
+{
+    if (at_ != buffer_.get()) Take(buffer_.get(), static_cast<size_t>(at_ - buffer_.get()));
+    at_ = buffer_.get();
+}
+
+FileSaver::FileSaver(const std::string& path, uint64_t expected)
+    : path_(path), target_(FollowLinks(path)), expected_(expected)
+{
+    CheckSaveTarget(path, target_);
+    // Beside the target, under a name no other save uses.
+    for (int attempt = 0; descriptor_ < 0; ++attempt) {
+        temporary_ = target_ + ".saving." + std::to_string(getpid()) + "." + std::to_string(attempt);
+        descriptor_ = open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        if (descriptor_ < 0 && (errno != EEXIST || attempt == 100))
+            throw FileError::InFile(path, "a folder \"" + FolderOf(target_) + "\" to save in", SystemReason());
+    }
+}
+
+FileSaver::~FileSaver()
+{
+    if (descriptor_ >= 0) close(descriptor_);
+    if (!committed_) unlink(temporary_.c_str());
+}
+
+void FileSaver::Take(const char* bytes, size_t size)
+{
+    for (size_t done = 0; done < size;) {
+        const ssize_t written = write(descriptor_, bytes + done, size - done);
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0)
+            throw FileError::AtByte(path_, written_, "room to write " + std::to_string(size - done) + " more bytes",
+                                    SystemReason());
+        done += static_cast<size_t>(written);
+        written_ += static_cast<size_t>(written);
+    }
+    const uint64_t told = std::min(written_, expected_);
+    if (told > told_) ReportProgress(told_ = told, expected_);
+}
+
+void FileSaver::Commit()
+{
+    Drain();
+    if (told_ < expected_) ReportProgress(told_ = expected_, expected_);
+    if (fsync(descriptor_) != 0 || close(std::exchange(descriptor_, -1)) != 0)
+        throw FileError::InFile(path_, "the file written to disk", SystemReason());
+    if (rename(temporary_.c_str(), target_.c_str()) != 0)
+        throw FileError::InFile(path_, "the saved file moved into place", SystemReason());
+    committed_ = true;
 }
 
 void ReportFileProgress(uint64_t done, uint64_t total)

@@ -1,13 +1,15 @@
 #pragma once
 
-// Files in: read whole into bulk memory or a window at a time. Saving is
-// SaveFile of brelldata/io/Files.h.
+// Files in: read whole into bulk memory or a window at a time. Files out:
+// SaveFile of brelldata/io/Files.h, or a FileSaver for bytes made a piece at
+// a time.
 
 #include <brelldata/io/Files.h>
 
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -96,6 +98,65 @@ private:
     size_t size_ = 0;
     size_t offset_ = 0;
     size_t fileSize_ = 0;
+};
+
+// Bytes put a piece at a time through a bounded buffer, which is handed on
+// (Take) whenever it is full and at the end, so that a writer makes a file of
+// any size in the memory of one buffer that stays in the cache.
+class ByteOutput {
+public:
+    static constexpr size_t kBufferBytes = size_t{1} << 20;
+
+    ByteOutput(const ByteOutput&) = delete;
+    ByteOutput& operator=(const ByteOutput&) = delete;
+    virtual ~ByteOutput();
+
+    // Room for bytes (at most kBufferBytes) at the cursor; Advance moves the
+    // cursor past what was written there.
+    char* Room(size_t bytes)
+    {
+        if (static_cast<size_t>(end_ - at_) < bytes) Drain();
+        return at_;
+    }
+    void Advance(size_t bytes) { at_ += bytes; }
+    // Any number of bytes; large runs go on without passing the buffer.
+    void Put(const void* bytes, size_t size);
+    // Hands on what the buffer holds.
+    void Drain();
+
+protected:
+    ByteOutput();
+    virtual void Take(const char* bytes, size_t size) = 0;
+
+private:
+    std::unique_ptr<char[]> buffer_;
+    char* at_;
+    char* end_;
+};
+
+// A file saved as SaveFile saves one (the same checks, the same temporary
+// file beside the target), its bytes put a piece at a time: they reach the
+// temporary file as the buffer fills, and Commit puts it in place. Destroyed
+// without Commit, it leaves nothing behind. Progress is told against
+// expected bytes, which may be an estimate: what passes it is told as it.
+class FileSaver : public ByteOutput {
+public:
+    FileSaver(const std::string& path, uint64_t expected);
+    ~FileSaver() override;
+    // Drains the buffer, makes the file durable and renames it over the target.
+    void Commit();
+
+private:
+    void Take(const char* bytes, size_t size) override;
+
+    std::string path_;
+    std::string target_;
+    std::string temporary_;
+    int descriptor_ = -1;
+    bool committed_ = false;
+    uint64_t written_ = 0;
+    uint64_t expected_;
+    uint64_t told_ = 0;
 };
 
 }  // namespace brell::io

@@ -4,8 +4,13 @@
 
 #include <brelldata/io/FileError.h>
 
+#include <climits>
 #include <cmath>
 #include <cstdio>
+#include <new>
+
+#include <sys/mman.h>
+#include <unistd.h>
 
 namespace brell::io::detail {
 
@@ -15,6 +20,24 @@ namespace {
 double Turn(double au, double av, double bu, double bv, double cu, double cv)
 {
     return (bu - au) * (cv - av) - (bv - av) * (cu - au);
+}
+
+void CheckCornerCount(const CPolygon<int>& face, size_t f, const std::string& name)
+{
+    if (face.count < 3 || face.count > 4)
+        throw FileError::InFile(name, "3 or 4 corners in face " + std::to_string(f), std::to_string(face.count));
+}
+
+// FileError for the first of count positions that is not finite, numbered
+// from first.
+void CheckFinite(const VERTEX* positions, size_t count, size_t first, const std::string& name)
+{
+    for (size_t v = 0; v < count; ++v) {
+        const VERTEX& p = positions[v];
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z))
+            throw FileError::InFile(name, "finite coordinates of vertex " + std::to_string(first + v),
+                                    std::to_string(p.x) + ", " + std::to_string(p.y) + ", " + std::to_string(p.z));
+    }
 }
 
 }  // namespace
@@ -29,7 +52,7 @@ void PolygonSplitter::Triangle(ScanGeometry& geometry, const int* corners, const
 
 // The corners in the plane through the first one across the Newell normal,
 // turning left as the polygon runs; false when the polygon has no normal.
-bool PolygonSplitter::Project(const BulkVector<VERTEX>& positions, const int* vertices, size_t n)
+bool PolygonSplitter::Project(const VERTEX* positions, const int* vertices, size_t n)
 {
     double nx = 0, ny = 0, nz = 0;
     for (size_t k = 0; k < n; ++k) {
@@ -99,7 +122,7 @@ void PolygonSplitter::Add(ScanGeometry& geometry, const int* corners, const int*
         return;
     }
     // A polygon without a plane (its corners on a line) has no inside to keep to.
-    const bool planar = Project(geometry.positions, vertices, n);
+    const bool planar = Project(positions_ != nullptr ? positions_ : geometry.positions.data(), vertices, n);
     bool convex = true;
     for (size_t k = 0; planar && convex && k < n; ++k) {
         const Point a = points_[k], b = points_[(k + 1) % n], c = points_[(k + 2) % n];
@@ -197,8 +220,7 @@ void CheckGeometry(const ScanGeometry& geometry, const std::string& name)
         refuse("lines for the " + std::to_string(geometry.lineVertices.size()) + " line vertices", "none");
     for (size_t f = 0; f < geometry.faces.size(); ++f) {
         const CPolygon<int>& face = geometry.faces[f];
-        if (face.count < 3 || face.count > 4)
-            refuse("3 or 4 corners in face " + std::to_string(f), std::to_string(face.count));
+        CheckCornerCount(face, f, name);
         if (!geometry.texCoords.empty() && geometry.texCoords[f].count != face.count)
             refuse("one texture coordinate per corner of face " + std::to_string(f),
                    std::to_string(geometry.texCoords[f].count));
@@ -216,12 +238,45 @@ void CheckWritable(const ScanGeometry& geometry, const std::string& name, const 
     if (formatWithoutEmpty != nullptr && geometry.positions.empty())
         throw FileError::InFile(
             name, std::string("at least one vertex, as ") + formatWithoutEmpty + " cannot hold an empty scan", "none");
-    for (size_t v = 0; v < geometry.positions.size(); ++v) {
-        const VERTEX& p = geometry.positions[v];
-        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z))
-            throw FileError::InFile(name, "finite coordinates of vertex " + std::to_string(v),
-                                    std::to_string(p.x) + ", " + std::to_string(p.y) + ", " + std::to_string(p.z));
+    CheckFinite(geometry.positions.data(), geometry.positions.size(), 0, name);
+}
+
+void CheckWritable(const std::vector<ScanPart>& parts, const std::string& name)
+{
+    size_t before = 0;
+    for (const ScanPart& part : parts) {
+        for (size_t f = 0; f < part.faceCount; ++f) CheckCornerCount(part.faces[f], before + f, name);
+        before += part.faceCount;
     }
+    before = 0;
+    for (const ScanPart& part : parts) {
+        CheckFinite(part.positions, part.vertices, before, name);
+        before += part.vertices;
+    }
+}
+
+void MovePositions(ScanGeometry& geometry, CArrayDataStore<VERTEX>& store, const std::string& name)
+{
+    const size_t count = geometry.positions.size();
+    if (count > INT_MAX) throw FileError::InFile(name, "at most 2147483647 vertices", std::to_string(count));
+    store.Clear();
+    if (!store.Append(static_cast<int>(count))) throw std::bad_alloc();
+    constexpr size_t kPieceBytes = size_t{2} << 20;
+    const uintptr_t page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    const size_t bytes = count * sizeof(VERTEX);
+    const auto from = reinterpret_cast<const char*>(geometry.positions.data());
+    auto* to = reinterpret_cast<char*>(store.Buffer());
+    // Only the whole pages inside the positions are given back.
+    uintptr_t givenBack = (reinterpret_cast<uintptr_t>(from) + page - 1) & ~(page - 1);
+    for (size_t done = 0; done < bytes; done += kPieceBytes) {
+        const size_t piece = std::min(kPieceBytes, bytes - done);
+        std::memcpy(to + done, from + done, piece);
+        const uintptr_t copied = reinterpret_cast<uintptr_t>(from + done + piece) & ~(page - 1);
+        if (copied <= givenBack) continue;
+        madvise(reinterpret_cast<void*>(givenBack), copied - givenBack, MADV_DONTNEED);
+        givenBack = copied;
+    }
+    BulkVector<VERTEX>().swap(geometry.positions);
 }
 
 bool PerVertexTexCoords(const ScanGeometry& geometry, BulkVector<CVector_2<float>>& perVertex)
@@ -243,12 +298,13 @@ bool PerVertexTexCoords(const ScanGeometry& geometry, BulkVector<CVector_2<float
     return true;
 }
 
-bool PositionsFitFloat(const BulkVector<VERTEX>& positions)
+bool PositionsFitFloat(const VERTEX* positions, size_t count)
 {
     auto fits = [](double value) {
         return std::isnan(value) || static_cast<double>(static_cast<float>(value)) == value;
     };
-    for (const VERTEX& v : positions) {
+    for (size_t i = 0; i < count; ++i) {
+        const VERTEX& v = positions[i];
         if (!fits(v.x) || !fits(v.y) || !fits(v.z)) return false;
     }
     return true;

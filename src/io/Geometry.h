@@ -1,5 +1,7 @@
 #pragma once
 
+#include <brelldata/io/ScanFormats.h>
+#include <brelldata/data/ArrayDataStore.h>
 #include <brelldata/io/ScanGeometry.h>
 
 #include <charconv>
@@ -18,8 +20,39 @@ class FileWindow;
 
 namespace brell::io::detail {
 
-// ReadPly of the file in the window, which it slides on as it reads.
-ScanGeometry ReadPly(FileWindow& window, const std::string& name);
+// ReadPly of the file in the window, which it slides on as it reads. With
+// positionStore, the vertices' positions go into it (what it held before is
+// replaced) and the geometry's positions stay empty.
+ScanGeometry ReadPly(FileWindow& window, const std::string& name,
+                     CArrayDataStore<VERTEX>* positionStore = nullptr);
+// ReadScanFile with the positions in positionStore (what it held before is
+// replaced) and the geometry's positions left empty.
+ScanGeometry ReadScanFile(const std::string& path, CArrayDataStore<VERTEX>& positionStore);
+// Moves the geometry's positions into store, replacing what it held, and
+// leaves them empty: their pages are given back to the system as they are
+// copied, so that the move needs little more memory than the store. FileError
+// naming name for more vertices than a store holds.
+void MovePositions(ScanGeometry& geometry, CArrayDataStore<VERTEX>& store, const std::string& name);
+// WritePly saved at path as SaveFile saves, the file written as it is made.
+void SavePly(const ScanGeometry& geometry, const std::string& path, PlyEncoding encoding);
+
+// One model's or mesh's arrays, in a scan written part after part straight
+// from its stores; an array is null where the part has none (its vertices
+// then get normal (0, 0, 0) and opaque white, its faces opaque white).
+struct ScanPart {
+    const VERTEX* positions = nullptr;
+    size_t vertices = 0;
+    const CVector_3<float>* normals = nullptr;
+    const RGBA* colors = nullptr;
+    const CPolygon<int>* faces = nullptr;
+    size_t faceCount = 0;
+    const RGBA* faceColors = nullptr;
+};
+// SavePly of the geometry the parts make when joined, each part's faces
+// moved past the vertices of the parts before it. The parts are checked as
+// CheckWritable checks the joined geometry, whose faces' indices must
+// already lie within their own part.
+void SavePly(const std::vector<ScanPart>& parts, const std::string& path, PlyEncoding encoding);
 
 // Appends polygons to a geometry's faces. Three and four corners make one
 // face; more are split into triangles that cover the polygon whatever its
@@ -35,6 +68,9 @@ public:
     // With color, every face made gets it.
     void Add(ScanGeometry& geometry, const int* corners, const int* vertices, const CVector_2<float>* uv, size_t n,
              const RGBA* color = nullptr);
+    // Vertices are found at positions from now on, not in the geometry (for
+    // a reader that puts them in a store of their own).
+    void FindVerticesAt(const VERTEX* positions) { positions_ = positions; }
 
 private:
     struct Point {
@@ -42,9 +78,10 @@ private:
     };
     void Triangle(ScanGeometry& geometry, const int* corners, const CVector_2<float>* uv, const RGBA* color, size_t a,
                   size_t b, size_t c);
-    bool Project(const BulkVector<VERTEX>& positions, const int* vertices, size_t n);
+    bool Project(const VERTEX* positions, const int* vertices, size_t n);
     bool IsEar(size_t previous, size_t corner, size_t next);
 
+    const VERTEX* positions_ = nullptr;
     std::vector<Point> points_;
     std::vector<size_t> previous_, next_;
     uint64_t work_ = 0;  // corners tested against ears so far
@@ -76,12 +113,15 @@ void CheckGeometry(const ScanGeometry& geometry, const std::string& name);
 // (format names it) geometry without vertices.
 void CheckWritable(const ScanGeometry& geometry, const std::string& name, const char* formatWithoutEmpty = nullptr);
 
+// CheckWritable of the geometry the parts make joined (see SavePly).
+void CheckWritable(const std::vector<ScanPart>& parts, const std::string& name);
+
 // The texture coordinate of each vertex when every corner of that vertex
 // agrees (vertices no face uses get (0, 0)); false when any two disagree.
 bool PerVertexTexCoords(const ScanGeometry& geometry, BulkVector<CVector_2<float>>& perVertex);
 
 // True when every coordinate is a float value (or not a number).
-bool PositionsFitFloat(const BulkVector<VERTEX>& positions);
+bool PositionsFitFloat(const VERTEX* positions, size_t count);
 
 // A colour channel of 0 to 1 as 0 to 255, rounded and clamped.
 inline uint8_t UnitToChannel(double value)

@@ -14,7 +14,7 @@ ScanGeometry ReadPly(std::string_view bytes, const std::string& name)
     return detail::ReadPly(window, name);
 }
 
-ScanGeometry detail::ReadPly(FileWindow& window, const std::string& name)
+ScanGeometry detail::ReadPly(FileWindow& window, const std::string& name, CArrayDataStore<VERTEX>* positionStore)
 {
     const ply::Header header = ply::ReadHeader(window, name);
     if (header.encoding == PlyEncoding::ascii) {
@@ -25,9 +25,9 @@ ScanGeometry detail::ReadPly(FileWindow& window, const std::string& name)
             window.Slide(0, window.FileSize());
         }
         const ProgressPart parsing(1, 2);
-        return ply::ReadAsciiBody(window.View(), header, name);
+        return ply::ReadAsciiBody(window.View(), header, name, positionStore);
     }
-    return ply::ReadBinaryBody(window, header, name);
+    return ply::ReadBinaryBody(window, header, name, positionStore);
 }
 
 }  // namespace brell::io

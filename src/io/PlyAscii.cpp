@@ -95,10 +95,11 @@ private:
 
 }  // namespace
 
-ScanGeometry ReadAsciiBody(std::string_view bytes, const Header& header, const std::string& name)
+ScanGeometry ReadAsciiBody(std::string_view bytes, const Header& header, const std::string& name,
+                           CArrayDataStore<VERTEX>* positionStore)
 {
     AsciiSource source(bytes, header.size, header.lines, name);
-    return ReadBody(source, header);
+    return ReadBody(source, header, positionStore);
 }
 
 }  // namespace brell::io::ply

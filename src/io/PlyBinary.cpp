@@ -251,15 +251,16 @@ private:
 
 }  // namespace
 
-ScanGeometry ReadBinaryBody(FileWindow& window, const Header& header, const std::string& name)
+ScanGeometry ReadBinaryBody(FileWindow& window, const Header& header, const std::string& name,
+                            CArrayDataStore<VERTEX>* positionStore)
 {
     const bool swap = (header.encoding == PlyEncoding::binaryBigEndian) == (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
     if (swap) {
         BinarySource<true> source(window, header.size, name);
-        return ReadBody(source, header);
+        return ReadBody(source, header, positionStore);
     }
     BinarySource<false> source(window, header.size, name);
-    return ReadBody(source, header);
+    return ReadBody(source, header, positionStore);
 }
 
 }  // namespace brell::io::ply

@@ -7,6 +7,8 @@
 #include "io/Geometry.h"
 #include "io/PlyFormat.h"
 
+#include <algorithm>
+#include <new>
 #include <vector>
 
 namespace brell::io::ply {
@@ -16,41 +18,59 @@ struct VertexSink {
     ScanGeometry& geometry;
     BulkVector<CVector_2<float>>& uv;
     bool normals, colors, texture;
+    // Room for every vertex's position, when they go there rather than into
+    // the geometry.
+    VERTEX* positionRoom = nullptr;
+    VERTEX* positions = nullptr;
+    size_t made = 0;
 
     // Room reserved for count vertices; none of them made yet.
     void Reserve(size_t count)
     {
-        geometry.positions.reserve(count);
+        if (positionRoom == nullptr) geometry.positions.reserve(count);
+        positions = positionRoom != nullptr ? positionRoom : geometry.positions.data();
         if (normals) geometry.normals.reserve(count);
         if (colors) geometry.colors.reserve(count);
         if (texture) uv.reserve(count);
     }
     // At least count vertices made, with their defaults. Growing a block at a
     // time writes the defaults in the cache just before the values replace
-    // them, rather than in a pass of their own over the whole arrays.
-    void Grow(size_t count)
+    // them, rather than in a pass of their own over the whole arrays. Room
+    // for positions gets none when the vertices' values follow, as a vertex
+    // element always holds x, y and z.
+    void Grow(size_t count, bool valuesFollow = true)
     {
-        if (count <= geometry.positions.size()) return;
-        geometry.positions.resize(count);
-        if (normals) geometry.normals.resize(count, CVector_3<float>{});
-        if (colors) geometry.colors.resize(count, RGBA{0, 0, 0, 255});
-        if (texture) uv.resize(count, CVector_2<float>{});
+        if (count <= made) return;
+        if (positionRoom != nullptr) {
+            if (!valuesFollow) std::fill(positionRoom + made, positionRoom + count, VERTEX{});
+        } else {
+            geometry.positions.resize(count);
+        }
+        // Growing to a value fills element by element through the allocator,
+        // many times slower than growing zeroed and setting what is not zero.
+        if (normals) geometry.normals.resize(count);
+        if (colors) {
+            geometry.colors.resize(count);
+            for (size_t i = made; i < count; ++i) geometry.colors[i].a = 255;
+        }
+        if (texture) uv.resize(count);
+        made = count;
     }
 
     template <class Each>
     void ForSlot(Slot slot, bool floatColor, Each each)
     {
         auto channel = [floatColor](double value) { return Channel(value, floatColor); };
-        auto& p = geometry.positions;
+        VERTEX* const p = positions;
         auto& n = geometry.normals;
         auto& c = geometry.colors;
         switch (slot) {
             case Slot::x:
-                return each([&p](size_t i, double value) { p[i].x = value; });
+                return each([p](size_t i, double value) { p[i].x = value; });
             case Slot::y:
-                return each([&p](size_t i, double value) { p[i].y = value; });
+                return each([p](size_t i, double value) { p[i].y = value; });
             case Slot::z:
-                return each([&p](size_t i, double value) { p[i].z = value; });
+                return each([p](size_t i, double value) { p[i].z = value; });
             case Slot::nx:
                 return each([&n](size_t i, double value) { n[i].x = static_cast<float>(value); });
             case Slot::ny:
@@ -184,7 +204,7 @@ void SkipElement(Source& source, const Element& element)
 }
 
 template <class Source>
-ScanGeometry ReadBody(Source& source, const Header& header)
+ScanGeometry ReadBody(Source& source, const Header& header, CArrayDataStore<VERTEX>* positionStore)
 {
     ScanGeometry geometry;
     geometry.warnings = DroppedParts(header);
@@ -199,13 +219,19 @@ ScanGeometry ReadBody(Source& source, const Header& header)
                     vertexElement->Find(Slot::red) || vertexElement->Find(Slot::green) ||
                         vertexElement->Find(Slot::blue) || vertexElement->Find(Slot::alpha),
                     vertexElement->Find(Slot::u) || vertexElement->Find(Slot::v)};
-    sink.Reserve(vertices);
     detail::PolygonSplitter splitter;
+    if (positionStore != nullptr) {
+        positionStore->Clear();
+        if (!positionStore->Append(vertices)) throw std::bad_alloc();
+        sink.positionRoom = positionStore->Buffer();
+        splitter.FindVerticesAt(sink.positionRoom);
+    }
+    sink.Reserve(vertices);
     for (const Element& element : header.elements) {
         if (&element == vertexElement) {
             ReadVertices(source, element, sink);
         } else if (element.name == "face") {
-            sink.Grow(vertices);  // faces ahead of their vertices see the defaults
+            sink.Grow(vertices, false);  // faces ahead of their vertices see the defaults
             geometry.faces.reserve(element.count);
             ReadFaces(source, element, vertices, vertexUv, geometry, splitter);
         } else if (IsEdgeElement(element)) {

@@ -144,7 +144,10 @@ std::vector<std::string> DroppedParts(const Header& header);
 bool IsEdgeElement(const Element& element);
 
 // The bodies in each encoding, from the header's end.
-ScanGeometry ReadAsciiBody(std::string_view bytes, const Header& header, const std::string& name);
-ScanGeometry ReadBinaryBody(FileWindow& window, const Header& header, const std::string& name);
+// With positionStore, the positions go there (see detail::ReadPly).
+ScanGeometry ReadAsciiBody(std::string_view bytes, const Header& header, const std::string& name,
+                           CArrayDataStore<VERTEX>* positionStore);
+ScanGeometry ReadBinaryBody(FileWindow& window, const Header& header, const std::string& name,
+                            CArrayDataStore<VERTEX>* positionStore);
 
 }  // namespace brell::io::ply

@@ -7,6 +7,25 @@
 
 namespace brell::io {
 
+namespace {
+
+// A text scan is read whole, then parsed: each is half of the progress told.
+ScanGeometry ReadText(const std::string& path, ScanFormat format)
+{
+    const FileBytes bytes = [&] {
+        const ProgressPart reading(0, 2);
+        return ReadWholeFile(path);
+    }();
+    const ProgressPart parsing(1, 2);
+    ScanGeometry geometry = format == ScanFormat::off   ? ReadOff(bytes.View(), path)
+                            : format == ScanFormat::obj ? ReadObj(bytes.View(), path)
+                                                        : ReadXyz(bytes.View(), path);
+    ReportFileProgress(bytes.Size(), bytes.Size());
+    return geometry;
+}
+
+}  // namespace
+
 ScanFormat FormatOfFileName(const std::string& path)
 {
     const size_t dot = path.find_last_of("./");
@@ -27,16 +46,18 @@ ScanGeometry ReadScanFile(const std::string& path)
         FileWindow window(path);
         return detail::ReadPly(window, path);
     }
-    // Text is read whole, then parsed: each is half of the progress told.
-    const FileBytes bytes = [&] {
-        const ProgressPart reading(0, 2);
-        return ReadWholeFile(path);
-    }();
-    const ProgressPart parsing(1, 2);
-    ScanGeometry geometry = format == ScanFormat::off   ? ReadOff(bytes.View(), path)
-                            : format == ScanFormat::obj ? ReadObj(bytes.View(), path)
-                                                        : ReadXyz(bytes.View(), path);
-    ReportFileProgress(bytes.Size(), bytes.Size());
+    return ReadText(path, format);
+}
+
+ScanGeometry detail::ReadScanFile(const std::string& path, CArrayDataStore<VERTEX>& positionStore)
+{
+    const ScanFormat format = FormatOfFileName(path);
+    if (format == ScanFormat::ply) {
+        FileWindow window(path);
+        return detail::ReadPly(window, path, &positionStore);
+    }
+    ScanGeometry geometry = ReadText(path, format);
+    MovePositions(geometry, positionStore, path);
     return geometry;
 }
 
@@ -45,8 +66,7 @@ void WriteScanFile(const ScanGeometry& geometry, const std::string& path, PlyEnc
     std::string bytes;
     switch (FormatOfFileName(path)) {
         case ScanFormat::ply:
-            bytes = WritePly(geometry, path, plyEncoding);
-            break;
+            return detail::SavePly(geometry, path, plyEncoding);
         case ScanFormat::off:
             bytes = WriteOff(geometry, path);
             break;

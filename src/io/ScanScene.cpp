@@ -126,6 +126,30 @@ std::vector<Part> PartsOf(CBaseNode* root, const std::string& name, std::vector<
     return parts;
 }
 
+// FileError naming name unless every corner of the mesh's polygons names
+// one of its vertices.
+void CheckCorners(const Part& part, const std::string& name)
+{
+    const int count = part.model->VertexNumber();
+    const auto& rows = part.mesh->polygons->rows;
+    for (size_t f = 0; f < rows.size(); ++f) {
+        const CPolygon<int>& face = rows[f];
+        for (int k = 0; k < std::clamp(face.count, 0, 4); ++k) {
+            if (face.items[k] < 0 || face.items[k] >= count)
+                throw FileError::InFile(name,
+                                        "vertex indices below " + std::to_string(count) + " in polygon " +
+                                            std::to_string(f) + " of mesh \"" + part.mesh->Name() + "\"",
+                                        std::to_string(face.items[k]));
+        }
+    }
+}
+
+void CheckVertexTotal(size_t vertices, const std::string& name)
+{
+    if (vertices > INT_MAX)
+        throw FileError::InFile(name, "at most 2147483647 vertices in all models", std::to_string(vertices));
+}
+
 // A point's place as a key: the bits of its coordinates.
 struct PointKey {
     uint64_t bits[3];
@@ -176,25 +200,39 @@ void AddLines(ScanGeometry& geometry, const std::vector<CLinearLineNode*>& nodes
     }
 }
 
-}  // namespace
-
-CBaseNode* SceneOfGeometry(const ScanGeometry& geometry, const std::string& name)
+// The parts' stores as GeometryOfScene checks them, to be written one after another.
+std::vector<detail::ScanPart> ScanParts(const std::vector<Part>& parts, const std::string& name)
 {
-    return SceneOfGeometry(ScanGeometry(geometry), name);
+    size_t vertices = 0;
+    for (const Part& part : parts) vertices += static_cast<size_t>(part.model->VertexNumber());
+    CheckVertexTotal(vertices, name);
+    std::vector<detail::ScanPart> scanParts;
+    for (const Part& part : parts) {
+        detail::ScanPart& scanPart = scanParts.emplace_back();
+        scanPart.positions = part.model->vertices->Buffer();
+        scanPart.vertices = static_cast<size_t>(part.model->VertexNumber());
+        scanPart.normals = part.normals;
+        scanPart.colors = part.colors;
+        if (part.mesh == nullptr) continue;
+        CheckCorners(part, name);
+        scanPart.faces = part.mesh->polygons->rows.data();
+        scanPart.faceCount = part.mesh->polygons->rows.size();
+        scanPart.faceColors = part.faceColors;
+    }
+    return scanParts;
 }
 
-CBaseNode* SceneOfGeometry(ScanGeometry&& geometry, const std::string& name)
+// The scene of a geometry whose positions are in vertices, not its own.
+CBaseNode* SceneOfPositions(ScanGeometry& geometry, const CRefData<CArrayDataStore<VERTEX>>& vertices,
+                            const std::string& name)
 {
-    detail::CheckGeometry(geometry, name);
     NewNode root(CBaseNode::Create());
     CBaseNode* element = Adopt(root.Get(), CElementNode::Create());
     const bool isMesh = !geometry.faces.empty();
     auto* model = static_cast<CModelNode*>(Adopt(element, isMesh ? CMeshNode::Create() : CModelNode::Create()));
     element->SetName(name.c_str());
     model->SetName(name.c_str());
-    const int vertices = static_cast<int>(geometry.positions.size());
-    if (!model->AppendVertex(vertices)) throw std::bad_alloc();
-    brell::CopyItems(model->vertices->Buffer(), geometry.positions.data(), geometry.positions.size());
+    model->vertices = vertices;
     SetArrayAttribute(*model, kNormalsAttribute, geometry.normals, name);
     SetArrayAttribute(*model, kColorsAttribute, geometry.colors, name);
     if (isMesh) {
@@ -212,12 +250,27 @@ CBaseNode* SceneOfGeometry(ScanGeometry&& geometry, const std::string& name)
             const auto [from, to] = detail::LineRange(geometry, k);
             store[k].reserve(to - from);
             for (size_t i = from; i < to; ++i) {
-                const VERTEX& p = geometry.positions[geometry.lineVertices[i]];
+                const VERTEX& p = vertices->Buffer()[geometry.lineVertices[i]];
                 store[k].push_back({p.x, p.y, p.z});
             }
         }
     }
     return root.Take();
+}
+
+}  // namespace
+
+CBaseNode* SceneOfGeometry(const ScanGeometry& geometry, const std::string& name)
+{
+    return SceneOfGeometry(ScanGeometry(geometry), name);
+}
+
+CBaseNode* SceneOfGeometry(ScanGeometry&& geometry, const std::string& name)
+{
+    detail::CheckGeometry(geometry, name);
+    const CRefData<CArrayDataStore<VERTEX>> vertices;
+    detail::MovePositions(geometry, *vertices, name);
+    return SceneOfPositions(geometry, vertices, name);
 }
 
 ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
@@ -234,8 +287,7 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
         vertices += static_cast<size_t>(part.model->VertexNumber());
         if (part.mesh != nullptr) faces += static_cast<size_t>(part.mesh->polygons->Number());
     }
-    if (vertices > INT_MAX)
-        throw FileError::InFile(name, "at most 2147483647 vertices in all models", std::to_string(vertices));
+    CheckVertexTotal(vertices, name);
     ScanGeometry geometry;
     geometry.positions.reserve(vertices);
     geometry.faces.reserve(faces);
@@ -260,16 +312,10 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
         }
         if (part.mesh == nullptr) continue;
         const auto& rows = part.mesh->polygons->rows;
+        CheckCorners(part, name);
         for (size_t f = 0; f < rows.size(); ++f) {
             CPolygon<int> face = rows[f];
-            for (int k = 0; k < std::clamp(face.count, 0, 4); ++k) {
-                if (face.items[k] < 0 || face.items[k] >= count)
-                    throw FileError::InFile(name,
-                                            "vertex indices below " + std::to_string(count) + " in polygon " +
-                                                std::to_string(f) + " of mesh \"" + part.mesh->Name() + "\"",
-                                            std::to_string(face.items[k]));
-                face.items[k] += offset;
-            }
+            for (int k = 0; k < std::clamp(face.count, 0, 4); ++k) face.items[k] += offset;
             geometry.faces.push_back(face);
             if (texCoords && !part.texCoords) geometry.texCoords.push_back({{}, face.count});
         }
@@ -289,14 +335,24 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
 
 CBaseNode* ImportScan(const std::string& path, std::vector<std::string>* warnings)
 {
-    ScanGeometry geometry = ReadScanFile(path);
+    // The readers check what they give; the positions go straight into the model's store.
+    const CRefData<CArrayDataStore<VERTEX>> vertices;
+    ScanGeometry geometry = detail::ReadScanFile(path, *vertices);
     if (warnings != nullptr) warnings->insert(warnings->end(), geometry.warnings.begin(), geometry.warnings.end());
-    return SceneOfGeometry(std::move(geometry), path.substr(path.find_last_of('/') + 1));
+    return SceneOfPositions(geometry, vertices, path.substr(path.find_last_of('/') + 1));
 }
 
 void ExportScan(CBaseNode* root, const std::string& path, PlyEncoding plyEncoding)
 {
     if (root == nullptr) throw FileError::InFile(path, "a scene to export", "none");
+    if (FormatOfFileName(path) == ScanFormat::ply) {
+        // Written straight from the stores, unless lines or texture
+        // coordinates need the scene joined first.
+        std::vector<CLinearLineNode*> lineNodes;
+        const std::vector<Part> parts = PartsOf(root, path, lineNodes);
+        if (lineNodes.empty() && std::none_of(parts.begin(), parts.end(), [](const Part& p) { return p.texCoords; }))
+            return detail::SavePly(ScanParts(parts, path), path, plyEncoding);
+    }
     WriteScanFile(GeometryOfScene(root, path), path, plyEncoding);
 }
 

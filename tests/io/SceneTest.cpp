@@ -11,12 +11,15 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <string>
+#include <utility>
 #include <vector>
 
 namespace {
 
 using namespace brell::io;
 using brell::test::ExpectSameGeometry;
+using brell::test::FirstDifference;
 using brell::test::TexturedMesh;
 
 // The scene's one model or mesh: the element's only child.
@@ -147,6 +150,76 @@ TEST(ScanScenes, MadeFromAGeometryGivenUpTakeItsRowsWithoutACopy)
     EXPECT_EQ(mesh->polygons->rows.data(), faces);
     EXPECT_EQ(mesh->texCoords->rows.data(), texCoords);
     ExpectSameGeometry(GeometryOfScene(scene.Root(), "m"), expected);
+}
+
+// Enough points, with normals, colours and triangles, for files and stores
+// many buffers and pages long; every coordinate a double that no float holds.
+ScanGeometry LargeMesh(bool faces)
+{
+    constexpr int kPoints = 200000;
+    ScanGeometry g;
+    for (int i = 0; i < kPoints; ++i) {
+        g.positions.push_back({i * 0.1, (i % 977) / 3.0, -i / 7.0});
+        g.normals.push_back({0, static_cast<float>(i % 2), 1});
+        g.colors.push_back({static_cast<uint8_t>(i), static_cast<uint8_t>(i >> 8), 7, static_cast<uint8_t>(i % 3 + 253)});
+        if (faces && i >= 2) g.faces.push_back({{i - 2, i - 1, i, 0}, 3});
+    }
+    return g;
+}
+
+using EncodingCase = std::pair<const char*, PlyEncoding>;
+
+class PlyEncodings : public testing::TestWithParam<EncodingCase> {};
+
+TEST_P(PlyEncodings, CarryAFileManyBuffersLongWhole)
+{
+    const ScanGeometry mesh = LargeMesh(true);
+    const std::string path = testing::TempDir() + "large-" + GetParam().first + ".ply";
+    WriteScanFile(mesh, path, GetParam().second);
+    ExpectSameGeometry(ReadScanFile(path), mesh);
+    std::remove(path.c_str());
+}
+
+// Export writes a scene's models and meshes straight from their stores, as
+// GeometryOfScene joins them: a part without normals, colours or face colours
+// gets the defaults.
+TEST_P(PlyEncodings, CarryAnExportedSceneOfManyPartsAsItJoins)
+{
+    ScanGeometry withFaceColours = TexturedMesh();
+    withFaceColours.texCoords.clear();
+    withFaceColours.faceColors = {{1, 2, 3, 4}, {5, 6, 7, 8}};
+    CTree scene(SceneOfGeometry(withFaceColours, "a"));
+    ScanGeometry bare = TexturedMesh();
+    bare.texCoords.clear();
+    bare.normals.clear();
+    bare.colors.clear();
+    scene.Root()->AppendChild(SceneOfGeometry(bare, "b"));
+    const std::string path = testing::TempDir() + "parts-" + GetParam().first + ".ply";
+    ExportScan(scene.Root(), path, GetParam().second);
+    ExpectSameGeometry(ReadScanFile(path), GeometryOfScene(scene.Root(), "parts"));
+    std::remove(path.c_str());
+}
+
+INSTANTIATE_TEST_SUITE_P(Each, PlyEncodings,
+                         testing::Values(EncodingCase{"ascii", PlyEncoding::ascii},
+                                         EncodingCase{"little", PlyEncoding::binaryLittleEndian},
+                                         EncodingCase{"big", PlyEncoding::binaryBigEndian}),
+                         [](const auto& info) { return std::string(info.param.first); });
+
+// A scan's positions reach its model's store whole, whether read straight
+// into it (PLY) or moved there from the reader's array (the text formats).
+TEST(ScanScenes, ImportedFromAnyFormatHoldEveryPosition)
+{
+    const ScanGeometry cloud = LargeMesh(false);
+    for (const char* name : {"large.ply", "large.xyz"}) {
+        const std::string path = testing::TempDir() + name;
+        WriteScanFile(cloud, path);
+        brell::ReleaseKeptBulk();  // no freed store may hold these positions already
+        CTree scene(ImportScan(path));
+        const ScanGeometry imported = GeometryOfScene(scene.Root(), name);
+        EXPECT_EQ(FirstDifference(imported.positions, cloud.positions), "") << name;
+        std::remove(path.c_str());
+    }
 }
 
 }  // namespace

@@ -116,16 +116,17 @@ public:
     TemporaryFile(const TemporaryFile&) = delete;
     TemporaryFile& operator=(const TemporaryFile&) = delete;
 
-    void WriteAll(const unsigned char* bytes, size_t size)
+    // Writes the bytes at offset of a file of total bytes.
+    void WriteAll(const unsigned char* bytes, size_t size, uint64_t offset, uint64_t total)
     {
         for (size_t done = 0; done < size;) {
             const ssize_t written = write(descriptor_, bytes + done, std::min(size - done, kPieceBytes));
             if (written < 0 && errno == EINTR) continue;
             if (written <= 0)
-                throw FileError::AtByte(path_, done, "room to write " + std::to_string(size) + " bytes",
+                throw FileError::AtByte(path_, offset + done, "room to write " + std::to_string(total) + " bytes",
                                         SystemReason());
             done += static_cast<size_t>(written);
-            ReportProgress(done, size);
+            ReportProgress(offset + done, total);
         }
     }
     // Makes the file durable, then puts it in place of the target.
@@ -273,7 +274,23 @@ void SaveFile(const std::string& path, const void* bytes, size_t size)
     const std::string target = FollowLinks(path);
     CheckSaveTarget(path, target);
     TemporaryFile temporary(path, target);
-    temporary.WriteAll(static_cast<const unsigned char*>(bytes), size);
+    temporary.WriteAll(static_cast<const unsigned char*>(bytes), size, 0, size);
+    temporary.Replace();
+}
+
+void SaveFileInPieces(const std::string& path, uint64_t size, const std::function<void(const FileSink&)>& fill)
+{
+    const std::string target = FollowLinks(path);
+    CheckSaveTarget(path, target);
+    TemporaryFile temporary(path, target);
+    uint64_t done = 0;
+    fill([&](const void* bytes, size_t count) {
+        if (count > size - done)
+            throw FileError::AtByte(path, done, std::to_string(size) + " bytes to save", "more");
+        temporary.WriteAll(static_cast<const unsigned char*>(bytes), count, done, size);
+        done += count;
+    });
+    if (done != size) throw FileError::AtByte(path, done, std::to_string(size) + " bytes to save", "fewer");
     temporary.Replace();
 }
 

@@ -1,7 +1,8 @@
 #pragma once
 
 // Files in: read whole into bulk memory or a window at a time. Saving is
-// SaveFile of brelldata/io/Files.h.
+// SaveFile of brelldata/io/Files.h, or SaveFileInPieces for a file too large
+// to hold in memory.
 
 #include <brelldata/io/Files.h>
 
@@ -31,6 +32,13 @@ private:
     char* data_;
     size_t size_;
 };
+
+// Takes the bytes of a file being saved, in order.
+using FileSink = std::function<void(const void* bytes, size_t size)>;
+
+// Saves as SaveFile does the size bytes that fill hands to its sink, in
+// order, piece by piece. FileError when fill hands over another number of bytes.
+void SaveFileInPieces(const std::string& path, uint64_t size, const std::function<void(const FileSink&)>& fill);
 
 // Tells this thread's observer (FileProgressScope) that done of total is done.
 void ReportFileProgress(uint64_t done, uint64_t total);

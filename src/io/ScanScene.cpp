@@ -5,11 +5,15 @@
 #include <brelldata/scan/ObjectNodes.h>
 
 #include "io/Geometry.h"
+#include "io/StreamLimit.h"
 
 #include <algorithm>
 #include <climits>
 #include <cstring>
 #include <new>
+#include <optional>
+#include <sys/mman.h>
+#include <unistd.h>
 #include <unordered_map>
 #include <utility>
 #include <vector>
@@ -48,17 +52,66 @@ CBaseNode* Adopt(CBaseNode* parent, CBaseNode* child)
     return child;
 }
 
+// Sets node's struct attribute to count items; nothing when count is 0.
+template <class T>
+void SetArrayAttribute(CBaseNode& node, const char* attribute, const T* items, size_t count, const std::string& name)
+{
+    if (count == 0) return;
+    if (count > INT_MAX / sizeof(T))
+        throw FileError::InFile(name, std::string("at most 2 GiB of ") + attribute, std::to_string(count) + " entries");
+    const int size = static_cast<int>(count * sizeof(T));
+    node.SetAttributeStruct(attribute, const_cast<T*>(items), size);
+    int stored = 0;
+    if (node.QueryAttributeStruct(attribute, &stored) == nullptr || stored != size) throw std::bad_alloc();
+}
+
 template <class T>
 void SetArrayAttribute(CBaseNode& node, const char* attribute, const BulkVector<T>& items, const std::string& name)
 {
-    if (items.empty()) return;
-    if (items.size() > INT_MAX / sizeof(T))
-        throw FileError::InFile(name, std::string("at most 2 GiB of ") + attribute,
-                                std::to_string(items.size()) + " entries");
-    const int size = static_cast<int>(items.size() * sizeof(T));
-    node.SetAttributeStruct(attribute, const_cast<T*>(items.data()), size);
-    int stored = 0;
-    if (node.QueryAttributeStruct(attribute, &stored) == nullptr || stored != size) throw std::bad_alloc();
+    SetArrayAttribute(node, attribute, items.data(), items.size(), name);
+}
+
+// Bytes a model's block spends besides its per-vertex arrays: its vertex
+// count and store length, and its attribute block's count and entry headers.
+constexpr uint64_t kModelBlockSlack = 128;
+
+// Gives the whole pages in [from, to) back to the system, their contents no
+// longer needed; the start of the first of them.
+const char* ReleasePages(const void* from, const void* to)
+{
+    const auto page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    const uintptr_t begin = (reinterpret_cast<uintptr_t>(from) + page - 1) / page * page;
+    const uintptr_t end = reinterpret_cast<uintptr_t>(to) / page * page;
+    if (begin < end) madvise(reinterpret_cast<void*>(begin), end - begin, MADV_DONTNEED);
+    return reinterpret_cast<const char*>(begin);
+}
+
+// Moves source's items from `from` on into destination, the last slice
+// first, and gives back each slice's pages as it goes: a scan and the parts
+// made of it together hold little more than the scan. source then ends at from.
+template <class T>
+void MoveTail(BulkVector<T>& source, size_t from, T* destination)
+{
+    constexpr size_t kSliceItems = (size_t{16} << 20) / sizeof(T);
+    const char* released = reinterpret_cast<const char*>(source.data() + source.size());
+    for (size_t end = source.size(); end > from;) {
+        const size_t begin = end - std::min(kSliceItems, end - from);
+        std::memcpy(destination + (begin - from), source.data() + begin, (end - begin) * sizeof(T));
+        released = ReleasePages(source.data() + begin, released);
+        end = begin;
+    }
+    source.resize(from);
+}
+
+// The same into a struct attribute of node; nothing when source is empty.
+template <class T>
+void MoveTailIntoAttribute(CBaseNode& node, const char* attribute, BulkVector<T>& source, size_t from,
+                           const std::string& name)
+{
+    if (source.empty()) return;
+    SetArrayAttribute(node, attribute, source.data() + from, source.size() - from, name);
+    ReleasePages(source.data() + from, source.data() + source.size());
+    source.resize(from);
 }
 
 // A model's attribute when it holds one T per item (count of them, what
@@ -176,6 +229,58 @@ void AddLines(ScanGeometry& geometry, const std::vector<CLinearLineNode*>& nodes
     }
 }
 
+// The scan's points as models under element, in file order: one model, or,
+// when one model's block would pass the node stream's limit, parts of at
+// most detail::PieceBytes(), so that every part streams. The positions,
+// normals and colours move out of geometry.
+void AddModels(CBaseNode& element, ScanGeometry& geometry, const std::string& name)
+{
+    const uint64_t vertices = geometry.positions.size();
+    const uint64_t vertexBytes = sizeof(VERTEX) + (geometry.normals.empty() ? 0 : sizeof(CVector_3<float>)) +
+                                 (geometry.colors.empty() ? 0 : sizeof(RGBA));
+    uint64_t parts = 1;
+    if (kModelBlockSlack + vertices * vertexBytes > detail::NodeStreamLimit()) {
+        const uint64_t room = detail::PieceBytes() > kModelBlockSlack ? detail::PieceBytes() - kModelBlockSlack : 0;
+        const uint64_t most = std::max<uint64_t>(room / vertexBytes, 1);
+        parts = (vertices + most - 1) / most;
+    }
+    const uint64_t perPart = (vertices + parts - 1) / parts;
+    std::vector<CModelNode*> models;
+    for (uint64_t k = 0; k < parts; ++k) {
+        models.push_back(static_cast<CModelNode*>(Adopt(&element, CModelNode::Create())));
+        models.back()->SetName(name.c_str());
+    }
+    // The last part first: each takes its vertices off the end of the scan's arrays.
+    for (uint64_t k = parts; k-- > 0;) {
+        const size_t from = std::min(k * perPart, vertices);
+        CModelNode* model = models[k];
+        if (!model->AppendVertex(static_cast<int>(geometry.positions.size() - from))) throw std::bad_alloc();
+        MoveTail(geometry.positions, from, model->vertices->Buffer());
+        MoveTailIntoAttribute(*model, kNormalsAttribute, geometry.normals, from, name);
+        MoveTailIntoAttribute(*model, kColorsAttribute, geometry.colors, from, name);
+    }
+}
+
+// The polylines through the geometry's vertices as a line node; null when it has none.
+CBaseNode* LinesOf(const ScanGeometry& geometry, const std::string& name)
+{
+    if (geometry.lineStarts.empty()) return nullptr;
+    NewNode node(CLinearLineNode::Create());
+    auto* lines = static_cast<CLinearLineNode*>(node.Get());
+    lines->SetName(name.c_str());
+    auto& store = lines->lines->lines;
+    store.resize(geometry.lineStarts.size());
+    for (size_t k = 0; k < store.size(); ++k) {
+        const auto [from, to] = detail::LineRange(geometry, k);
+        store[k].reserve(to - from);
+        for (size_t i = from; i < to; ++i) {
+            const VERTEX& p = geometry.positions[geometry.lineVertices[i]];
+            store[k].push_back({p.x, p.y, p.z});
+        }
+    }
+    return node.Take();
+}
+
 }  // namespace
 
 CBaseNode* SceneOfGeometry(const ScanGeometry& geometry, const std::string& name)
@@ -188,35 +293,25 @@ CBaseNode* SceneOfGeometry(ScanGeometry&& geometry, const std::string& name)
     detail::CheckGeometry(geometry, name);
     NewNode root(CBaseNode::Create());
     CBaseNode* element = Adopt(root.Get(), CElementNode::Create());
-    const bool isMesh = !geometry.faces.empty();
-    auto* model = static_cast<CModelNode*>(Adopt(element, isMesh ? CMeshNode::Create() : CModelNode::Create()));
     element->SetName(name.c_str());
-    model->SetName(name.c_str());
-    const int vertices = static_cast<int>(geometry.positions.size());
-    if (!model->AppendVertex(vertices)) throw std::bad_alloc();
-    brell::CopyItems(model->vertices->Buffer(), geometry.positions.data(), geometry.positions.size());
-    SetArrayAttribute(*model, kNormalsAttribute, geometry.normals, name);
-    SetArrayAttribute(*model, kColorsAttribute, geometry.colors, name);
-    if (isMesh) {
-        auto* mesh = static_cast<CMeshNode*>(model);
+    // Made first, as the models take the positions away.
+    std::optional<NewNode> lines;
+    if (CBaseNode* made = LinesOf(geometry, name)) lines.emplace(made);
+    if (geometry.faces.empty()) {
+        AddModels(*element, geometry, name);
+    } else {
+        auto* mesh = static_cast<CMeshNode*>(Adopt(element, CMeshNode::Create()));
+        mesh->SetName(name.c_str());
+        const int vertices = static_cast<int>(geometry.positions.size());
+        if (!mesh->AppendVertex(vertices)) throw std::bad_alloc();
+        brell::CopyItems(mesh->vertices->Buffer(), geometry.positions.data(), geometry.positions.size());
+        SetArrayAttribute(*mesh, kNormalsAttribute, geometry.normals, name);
+        SetArrayAttribute(*mesh, kColorsAttribute, geometry.colors, name);
         mesh->polygons->rows.swap(geometry.faces);
         mesh->texCoords->rows.swap(geometry.texCoords);
-        SetArrayAttribute(*model, kFaceColorsAttribute, geometry.faceColors, name);
+        SetArrayAttribute(*mesh, kFaceColorsAttribute, geometry.faceColors, name);
     }
-    if (!geometry.lineStarts.empty()) {
-        auto* lines = static_cast<CLinearLineNode*>(Adopt(element, CLinearLineNode::Create()));
-        lines->SetName(name.c_str());
-        auto& store = lines->lines->lines;
-        store.resize(geometry.lineStarts.size());
-        for (size_t k = 0; k < store.size(); ++k) {
-            const auto [from, to] = detail::LineRange(geometry, k);
-            store[k].reserve(to - from);
-            for (size_t i = from; i < to; ++i) {
-                const VERTEX& p = geometry.positions[geometry.lineVertices[i]];
-                store[k].push_back({p.x, p.y, p.z});
-            }
-        }
-    }
+    if (lines) element->AppendChild(lines->Take());
     return root.Take();
 }
 

@@ -6,11 +6,14 @@
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
 
+#include "io/StreamLimit.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <filesystem>
 
 namespace {
@@ -71,6 +74,49 @@ TEST(ExportScan, RefusesANullSceneAndWritesNoFile)
                                                         testing::Property(&FileError::File, path),
                                                         testing::Property(&FileError::Expected, "a scene to export"))));
     EXPECT_FALSE(std::filesystem::exists(path));
+}
+
+}  // namespace
+
+namespace {
+
+// 1000 points of 28 bytes, each with a colour that tells it apart.
+ScanGeometry ColouredCloud()
+{
+    ScanGeometry cloud;
+    for (int i = 0; i < 1000; ++i) {
+        cloud.positions.push_back({double(i), 2.0 * i, 0.5});
+        cloud.colors.push_back({uint8_t(i % 256), 7, 9, 255});
+    }
+    return cloud;
+}
+
+// Under a limit of 16 KB the points are split into pieces of 2 KB.
+TEST(SplitScans, AScanPastOneNodesLimitBecomesModelsThatEachStreamInFileOrder)
+{
+    brell::io::detail::NodeStreamLimitScope limit(16 << 10);
+    const ScanGeometry cloud = ColouredCloud();
+    CTree scene(SceneOfGeometry(cloud, "cloud"));
+    CBaseNode* element = scene.Root()->GetChild(0);
+    ASSERT_GT(element->GetChildNum(), 1u);
+    for (unsigned int i = 0; i < element->GetChildNum(); ++i) {
+        EXPECT_TRUE(element->GetChild(i)->IsKindOf("CModelNode"));
+        EXPECT_LE(element->GetChild(i)->SizeOfByte(), 2 << 10);
+    }
+    const ScanGeometry joined = GeometryOfScene(scene.Root(), "cloud");
+    EXPECT_TRUE(std::equal(joined.positions.begin(), joined.positions.end(), cloud.positions.begin(),
+                           cloud.positions.end(), [](const VERTEX& a, const VERTEX& b) {
+                               return a.x == b.x && a.y == b.y && a.z == b.z;
+                           }));
+    EXPECT_TRUE(std::equal(joined.colors.begin(), joined.colors.end(), cloud.colors.begin(), cloud.colors.end(),
+                           [](const RGBA& a, const RGBA& b) { return std::memcmp(&a, &b, sizeof a) == 0; }));
+}
+
+TEST(SplitScans, AScanWithinTheLimitStaysOneModel)
+{
+    brell::io::detail::NodeStreamLimitScope limit(32 << 10);
+    CTree scene(SceneOfGeometry(ColouredCloud(), "cloud"));
+    EXPECT_EQ(scene.Root()->GetChild(0)->GetChildNum(), 1u);
 }
 
 }  // namespace

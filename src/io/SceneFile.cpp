@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <climits>
 #include <deque>
+#include <functional>
 #include <cstring>
 #include <new>
 #include <optional>
@@ -304,20 +305,51 @@ std::vector<StreamPlan> PlanStreams(const std::vector<MeasuredNode>& nodes)
     return plans;
 }
 
-// Writes one record, frame and data block, into record, which holds its bytes.
-void WriteRecord(unsigned char* record, const MeasuredNode& node, uint32_t children)
+// The model whose vertices a record of node leaves out of memory: its
+// vertex store goes to the file straight from the store; null for others.
+CModelNode* ModelWrittenInPlace(const MeasuredNode& node)
 {
-    BlockWriter out(record);
+    return node.node->Type() == CModelNode::TypeId() ? static_cast<CModelNode*>(node.node) : nullptr;
+}
+
+// The bytes of node's record that are made in memory before they are saved.
+uint64_t HeldBytes(const MeasuredNode& node)
+{
+    CModelNode* model = ModelWrittenInPlace(node);
+    return model == nullptr ? node.recordBytes : node.recordBytes - 24 * uint64_t(model->VertexNumber());
+}
+
+// Hands one record to sink, frame and data block, made in buffer, which
+// holds its HeldBytes. A model's block, its vertex store's block (length,
+// count, vertices) and then its attribute block, gets its vertices straight
+// from the store.
+void PutRecord(const MeasuredNode& node, uint32_t children, unsigned char* buffer,
+               const std::function<void(const void*, size_t)>& sink)
+{
+    BlockWriter out(buffer);
     out.UInt32(static_cast<uint32_t>(node.recordBytes));
     out.Int32(static_cast<int32_t>(children));
     out.String(node.node->Type());
     out.String(node.node->Name());
     out.Int32(node.dataBytes);
-    node.node->Write(out.Position());
+    CModelNode* model = ModelWrittenInPlace(node);
+    if (model == nullptr) {
+        node.node->Write(out.Position());
+        sink(buffer, node.recordBytes);
+        return;
+    }
+    const int vertices = model->VertexNumber();
+    out.Int32(4 + 24 * vertices);
+    out.Int32(vertices);
+    sink(buffer, static_cast<size_t>(out.Position() - buffer));
+    sink(model->vertices->Buffer(), 24 * size_t(vertices));
+    const int attributes = model->CBaseNode::SizeOfByte();
+    model->CBaseNode::Write(buffer);
+    sink(buffer, static_cast<size_t>(attributes));
 }
 
-// Saves the planned streams, a record at a time: the largest record is all
-// that is held in memory beside the tree.
+// Saves the planned streams a record at a time: the largest record, less a
+// model's vertices, is all that is held in memory beside the tree.
 void SaveStreams(const std::vector<MeasuredNode>& nodes, const std::vector<StreamPlan>& plans,
                  const std::string& path)
 {
@@ -336,26 +368,25 @@ void SaveStreams(const std::vector<MeasuredNode>& nodes, const std::vector<Strea
     header.hash = XXH3_64bits(table.data(), table.size());
 
     uint64_t largest = 0;
-    for (const MeasuredNode& node : nodes) largest = std::max(largest, node.recordBytes);
-    FileBytes record(largest);
-    auto* bytes = reinterpret_cast<unsigned char*>(record.Data());
+    for (const MeasuredNode& node : nodes) largest = std::max(largest, HeldBytes(node));
+    FileBytes buffer(largest);
+    auto* bytes = reinterpret_cast<unsigned char*>(buffer.Data());
     SaveFileInPieces(path, kSceneHeaderBytes + length, [&](const FileSink& sink) {
         sink(&header, sizeof header);
         sink(table.data(), table.size());
         for (const StreamPlan& plan : plans) {
             StreamHash hash;
-            auto put = [&](const MeasuredNode& node, uint32_t children) {
-                WriteRecord(bytes, node, children);
-                sink(bytes, node.recordBytes);
-                hash.Add(kSceneHeaderBytes, {record.Data(), node.recordBytes});
+            auto hashed = [&](const void* piece, size_t size) {
+                sink(piece, size);
+                hash.Add(kSceneHeaderBytes, {static_cast<const char*>(piece), size});
             };
             for (const StreamPlan::Record& planned : plan.records) {
                 if (!planned.wholeSubtree) {
-                    put(nodes[planned.node], planned.children);
+                    PutRecord(nodes[planned.node], planned.children, bytes, hashed);
                     continue;
                 }
                 for (size_t i = planned.node; i < planned.node + nodes[planned.node].subtreeNodes; ++i)
-                    put(nodes[i], nodes[i].node->GetChildNum());
+                    PutRecord(nodes[i], nodes[i].node->GetChildNum(), bytes, hashed);
             }
             const uint64_t value = hash.Value();
             sink(&value, sizeof value);

@@ -27,11 +27,11 @@ private:
 
 // What a scan split into parts puts in one part, and a scene file too large
 // for one stream in one stream (a node larger than this goes alone): an
-// eighth of the limit, so that importing, saving and loading hold one such
+// sixteenth of the limit, so that importing, saving and loading hold one such
 // piece beside the scene's stores, not a second copy of them.
 inline uint64_t PieceBytes()
 {
-    return NodeStreamLimit() / 8;
+    return NodeStreamLimit() / 16;
 }
 
 }  // namespace brell::io::detail

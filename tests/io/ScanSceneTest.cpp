@@ -91,7 +91,7 @@ ScanGeometry ColouredCloud()
     return cloud;
 }
 
-// Under a limit of 16 KB the points are split into pieces of 2 KB.
+// Under a limit of 16 KB the points are split into pieces of 1 KB.
 TEST(SplitScans, AScanPastOneNodesLimitBecomesModelsThatEachStreamInFileOrder)
 {
     brell::io::detail::NodeStreamLimitScope limit(16 << 10);
@@ -101,7 +101,7 @@ TEST(SplitScans, AScanPastOneNodesLimitBecomesModelsThatEachStreamInFileOrder)
     ASSERT_GT(element->GetChildNum(), 1u);
     for (unsigned int i = 0; i < element->GetChildNum(); ++i) {
         EXPECT_TRUE(element->GetChild(i)->IsKindOf("CModelNode"));
-        EXPECT_LE(element->GetChild(i)->SizeOfByte(), 2 << 10);
+        EXPECT_LE(element->GetChild(i)->SizeOfByte(), 1 << 10);
     }
     const ScanGeometry joined = GeometryOfScene(scene.Root(), "cloud");
     EXPECT_TRUE(std::equal(joined.positions.begin(), joined.positions.end(), cloud.positions.begin(),

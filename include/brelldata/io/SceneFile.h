@@ -15,8 +15,8 @@ class CTree;
 // format version (32 bits), 32 zero bits, the stream's length (64 bits) and
 // the XXH3 64-bit hash of the stream.
 //
-// A tree whose stream would pass 256 MB (an eighth of a node stream's 2 GB
-// limit) is saved as several streams, each of at most 256 MB or one node
+// A tree whose stream would pass 128 MB (a sixteenth of a node stream's 2 GB
+// limit) is saved as several streams, each of at most 128 MB or one node
 // (format version 2), so that a tree of any size fits and saving and loading
 // hold one stream in memory beside the tree. Every node's own record must
 // stay within 2 GB.

@@ -12,6 +12,7 @@
 #include <cstring>
 #include <new>
 #include <optional>
+#include <tuple>
 #include <sys/mman.h>
 #include <unistd.h>
 #include <unordered_map>
@@ -136,9 +137,11 @@ const T* ArrayAttribute(CModelNode& model, const char* attribute, int count, con
 struct Part {
     CModelNode* model;
     CMeshNode* mesh;
+    CBaseNode* parent;
     const CVector_3<float>* normals;
     const RGBA* colors;
     const RGBA* faceColors;
+    const int* scanVertices;
     bool texCoords;
 };
 
@@ -146,12 +149,12 @@ struct Part {
 std::vector<Part> PartsOf(CBaseNode* root, const std::string& name, std::vector<CLinearLineNode*>& lines)
 {
     std::vector<Part> parts;
-    std::vector<CBaseNode*> pending;
-    if (root != nullptr) pending.push_back(root);
+    std::vector<std::pair<CBaseNode*, CBaseNode*>> pending;  // a node and its parent
+    if (root != nullptr) pending.emplace_back(root, nullptr);
     while (!pending.empty()) {
-        CBaseNode* node = pending.back();
+        auto [node, parent] = pending.back();
         pending.pop_back();
-        for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.push_back(node->GetChild(i));
+        for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.emplace_back(node->GetChild(i), node);
         if (auto* line = brell::AsKindOf<CLinearLineNode>(node)) lines.push_back(line);
         auto* model = brell::AsKindOf<CModelNode>(node);
         if (model == nullptr) continue;
@@ -159,11 +162,13 @@ std::vector<Part> PartsOf(CBaseNode* root, const std::string& name, std::vector<
         const int vertices = model->VertexNumber();
         Part part{model,
                   mesh,
+                  parent,
                   ArrayAttribute<CVector_3<float>>(*model, kNormalsAttribute, vertices, "vertices", name),
                   ArrayAttribute<RGBA>(*model, kColorsAttribute, vertices, "vertices", name),
                   mesh == nullptr
                       ? nullptr
                       : ArrayAttribute<RGBA>(*model, kFaceColorsAttribute, mesh->polygons->Number(), "polygons", name),
+                  ArrayAttribute<int>(*model, kScanVerticesAttribute, vertices, "vertices", name),
                   false};
         if (mesh != nullptr && mesh->texCoords->Number() != 0) {
             if (mesh->texCoords->Number() != mesh->polygons->Number())
@@ -177,6 +182,33 @@ std::vector<Part> PartsOf(CBaseNode* root, const std::string& name, std::vector<
         parts.push_back(part);
     }
     return parts;
+}
+
+// Puts a split scan's part's vertices, with their normals and colours, at
+// base plus their scan indices, growing the geometry to hold them.
+void PlaceScanVertices(ScanGeometry& geometry, const Part& part, size_t base, bool normals, bool colors,
+                       const std::string& name)
+{
+    const int count = part.model->VertexNumber();
+    size_t end = geometry.positions.size();
+    for (int i = 0; i < count; ++i) {
+        const int index = part.scanVertices[i];
+        if (index < 0 || base + static_cast<size_t>(index) >= INT_MAX)
+            throw FileError::InFile(name,
+                                    "scan vertex indices from 0 below " + std::to_string(INT_MAX - base) +
+                                        " in model \"" + part.model->Name() + "\"",
+                                    std::to_string(index));
+        end = std::max(end, base + static_cast<size_t>(index) + 1);
+    }
+    geometry.positions.resize(end, VERTEX{0, 0, 0});
+    if (normals) geometry.normals.resize(end, CVector_3<float>{0, 0, 0});
+    if (colors) geometry.colors.resize(end, RGBA{255, 255, 255, 255});
+    for (int i = 0; i < count; ++i) {
+        const size_t at = base + static_cast<size_t>(part.scanVertices[i]);
+        geometry.positions[at] = part.model->vertices->Buffer()[i];
+        if (normals && part.normals != nullptr) geometry.normals[at] = part.normals[i];
+        if (colors && part.colors != nullptr) geometry.colors[at] = part.colors[i];
+    }
 }
 
 // A point's place as a key: the bits of its coordinates.
@@ -261,6 +293,111 @@ void AddModels(CBaseNode& element, ScanGeometry& geometry, const std::string& na
     }
 }
 
+// Gives model the scan's vertices scanVertices, in that order, with their
+// normals and colours and, as kScanVerticesAttribute, their scan indices.
+void AddScanVertices(CModelNode& model, const ScanGeometry& geometry, const std::vector<int>& scanVertices,
+                     const std::string& name)
+{
+    if (!model.AppendVertex(static_cast<int>(scanVertices.size()))) throw std::bad_alloc();
+    VERTEX* vertices = model.vertices->Buffer();
+    for (size_t i = 0; i < scanVertices.size(); ++i) vertices[i] = geometry.positions[scanVertices[i]];
+    const auto gathered = [&](const char* attribute, const auto& items) {
+        using Item = typename std::decay_t<decltype(items)>::value_type;
+        if (items.empty()) return;
+        BulkVector<Item> part(scanVertices.size());
+        for (size_t i = 0; i < scanVertices.size(); ++i) part[i] = items[scanVertices[i]];
+        SetArrayAttribute(model, attribute, part, name);
+    };
+    gathered(kNormalsAttribute, geometry.normals);
+    gathered(kColorsAttribute, geometry.colors);
+    SetArrayAttribute(model, kScanVerticesAttribute, scanVertices.data(), scanVertices.size(), name);
+}
+
+// Bytes a mesh's block spends besides its rows and per-vertex arrays: its
+// five length prefixes and three list counts, and what a model's block spends.
+constexpr uint64_t kMeshBlockSlack = 32 + kModelBlockSlack;
+
+// A mesh part of the faces from first to end, with the vertices they use
+// (scanVertices, in order of first use; localOf gives their place in it).
+void AddMeshPart(CBaseNode& element, const ScanGeometry& geometry, const std::vector<int>& scanVertices,
+                 const std::vector<int>& localOf, size_t first, size_t end, const std::string& name)
+{
+    auto* mesh = static_cast<CMeshNode*>(Adopt(&element, CMeshNode::Create()));
+    mesh->SetName(name.c_str());
+    AddScanVertices(*mesh, geometry, scanVertices, name);
+    auto& rows = mesh->polygons->rows;
+    rows.assign(geometry.faces.begin() + first, geometry.faces.begin() + end);
+    for (CPolygon<int>& face : rows)
+        for (int k = 0; k < std::clamp(face.count, 0, 4); ++k) face.items[k] = localOf[face.items[k]];
+    if (!geometry.texCoords.empty())
+        mesh->texCoords->rows.assign(geometry.texCoords.begin() + first, geometry.texCoords.begin() + end);
+    if (!geometry.faceColors.empty())
+        SetArrayAttribute(*mesh, kFaceColorsAttribute, geometry.faceColors.data() + first, end - first, name);
+}
+
+// The scan's mesh under element: one mesh, or, when its block would pass the
+// node stream's limit, meshes of runs of faces of at most
+// detail::PieceBytes(), each with the vertices its faces use, and a model of
+// the vertices that no face uses.
+void AddMeshes(CBaseNode& element, ScanGeometry& geometry, const std::string& name)
+{
+    const bool texCoords = !geometry.texCoords.empty(), faceColors = !geometry.faceColors.empty();
+    const uint64_t vertexBytes = sizeof(VERTEX) + (geometry.normals.empty() ? 0 : sizeof(CVector_3<float>)) +
+                                 (geometry.colors.empty() ? 0 : sizeof(RGBA));
+    const auto faceBytes = [&](const CPolygon<int>& face) {
+        const uint64_t corners = static_cast<uint64_t>(std::clamp(face.count, 0, 4));
+        return 4 + 4 * corners + (texCoords ? 4 + 8 * corners : 0) + (faceColors ? sizeof(RGBA) : 0);
+    };
+    uint64_t bytes = kMeshBlockSlack + geometry.positions.size() * vertexBytes;
+    for (const CPolygon<int>& face : geometry.faces) bytes += faceBytes(face);
+    if (bytes <= detail::NodeStreamLimit()) {
+        auto* mesh = static_cast<CMeshNode*>(Adopt(&element, CMeshNode::Create()));
+        mesh->SetName(name.c_str());
+        const int vertices = static_cast<int>(geometry.positions.size());
+        if (!mesh->AppendVertex(vertices)) throw std::bad_alloc();
+        brell::CopyItems(mesh->vertices->Buffer(), geometry.positions.data(), geometry.positions.size());
+        SetArrayAttribute(*mesh, kNormalsAttribute, geometry.normals, name);
+        SetArrayAttribute(*mesh, kColorsAttribute, geometry.colors, name);
+        mesh->polygons->rows.swap(geometry.faces);
+        mesh->texCoords->rows.swap(geometry.texCoords);
+        SetArrayAttribute(*mesh, kFaceColorsAttribute, geometry.faceColors, name);
+        return;
+    }
+    // A vertex v is in the part being made when localOf[v] names its own place in scanVertices.
+    std::vector<int> localOf(geometry.positions.size(), -1), scanVertices;
+    const auto inPart = [&](int v) {
+        return localOf[v] >= 0 && static_cast<size_t>(localOf[v]) < scanVertices.size() &&
+               scanVertices[localOf[v]] == v;
+    };
+    for (size_t first = 0, end = 0; first < geometry.faces.size(); first = end) {
+        scanVertices.clear();
+        uint64_t partBytes = kMeshBlockSlack;
+        for (end = first; end < geometry.faces.size(); ++end) {
+            const CPolygon<int>& face = geometry.faces[end];
+            int fresh[4];
+            int freshCount = 0;
+            for (int k = 0; k < std::clamp(face.count, 0, 4); ++k)
+                if (!inPart(face.items[k]) && std::find(fresh, fresh + freshCount, face.items[k]) == fresh + freshCount)
+                    fresh[freshCount++] = face.items[k];
+            const uint64_t added = faceBytes(face) + freshCount * (vertexBytes + sizeof(int));
+            if (end > first && partBytes + added > detail::PieceBytes()) break;
+            partBytes += added;
+            for (int i = 0; i < freshCount; ++i) {
+                localOf[fresh[i]] = static_cast<int>(scanVertices.size());
+                scanVertices.push_back(fresh[i]);
+            }
+        }
+        AddMeshPart(element, geometry, scanVertices, localOf, first, end, name);
+    }
+    scanVertices.clear();
+    for (size_t v = 0; v < localOf.size(); ++v)
+        if (localOf[v] < 0) scanVertices.push_back(static_cast<int>(v));
+    if (scanVertices.empty()) return;
+    auto* model = static_cast<CModelNode*>(Adopt(&element, CModelNode::Create()));
+    model->SetName(name.c_str());
+    AddScanVertices(*model, geometry, scanVertices, name);
+}
+
 // The polylines through the geometry's vertices as a line node; null when it has none.
 CBaseNode* LinesOf(const ScanGeometry& geometry, const std::string& name)
 {
@@ -300,16 +437,7 @@ CBaseNode* SceneOfGeometry(ScanGeometry&& geometry, const std::string& name)
     if (geometry.faces.empty()) {
         AddModels(*element, geometry, name);
     } else {
-        auto* mesh = static_cast<CMeshNode*>(Adopt(element, CMeshNode::Create()));
-        mesh->SetName(name.c_str());
-        const int vertices = static_cast<int>(geometry.positions.size());
-        if (!mesh->AppendVertex(vertices)) throw std::bad_alloc();
-        brell::CopyItems(mesh->vertices->Buffer(), geometry.positions.data(), geometry.positions.size());
-        SetArrayAttribute(*mesh, kNormalsAttribute, geometry.normals, name);
-        SetArrayAttribute(*mesh, kColorsAttribute, geometry.colors, name);
-        mesh->polygons->rows.swap(geometry.faces);
-        mesh->texCoords->rows.swap(geometry.texCoords);
-        SetArrayAttribute(*mesh, kFaceColorsAttribute, geometry.faceColors, name);
+        AddMeshes(*element, geometry, name);
     }
     if (lines) element->AppendChild(lines->Take());
     return root.Take();
@@ -334,25 +462,38 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
     ScanGeometry geometry;
     geometry.positions.reserve(vertices);
     geometry.faces.reserve(faces);
+    size_t splitBase = 0;
+    CBaseNode* splitParent = nullptr;  // the element of the split scan being joined
     for (const Part& part : parts) {
-        const int offset = static_cast<int>(geometry.positions.size());
         const int count = part.model->VertexNumber();
         const VERTEX* first = part.model->vertices->Buffer();
-        geometry.positions.insert(geometry.positions.end(), first, first + count);
-        if (normals) {
-            if (part.normals != nullptr) {
-                geometry.normals.insert(geometry.normals.end(), part.normals, part.normals + count);
-            } else {
-                geometry.normals.resize(geometry.normals.size() + count, CVector_3<float>{0, 0, 0});
+        // Vertex i goes to base + i, or, in a part of a split scan, to base + its scan index.
+        size_t base = geometry.positions.size();
+        if (part.scanVertices == nullptr) {
+            splitParent = nullptr;
+            geometry.positions.insert(geometry.positions.end(), first, first + count);
+            if (normals) {
+                if (part.normals != nullptr) {
+                    geometry.normals.insert(geometry.normals.end(), part.normals, part.normals + count);
+                } else {
+                    geometry.normals.resize(geometry.normals.size() + count, CVector_3<float>{0, 0, 0});
+                }
             }
-        }
-        if (colors) {
-            if (part.colors != nullptr) {
-                geometry.colors.insert(geometry.colors.end(), part.colors, part.colors + count);
-            } else {
-                geometry.colors.resize(geometry.colors.size() + count, RGBA{255, 255, 255, 255});
+            if (colors) {
+                if (part.colors != nullptr) {
+                    geometry.colors.insert(geometry.colors.end(), part.colors, part.colors + count);
+                } else {
+                    geometry.colors.resize(geometry.colors.size() + count, RGBA{255, 255, 255, 255});
+                }
             }
+        } else {
+            if (part.parent != splitParent) std::tie(splitBase, splitParent) = std::pair(base, part.parent);
+            base = splitBase;
+            PlaceScanVertices(geometry, part, base, normals, colors, name);
         }
+        const auto placed = [&](int i) {
+            return static_cast<int>(base + static_cast<size_t>(part.scanVertices ? part.scanVertices[i] : i));
+        };
         if (part.mesh == nullptr) continue;
         const auto& rows = part.mesh->polygons->rows;
         for (size_t f = 0; f < rows.size(); ++f) {
@@ -363,7 +504,7 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
                                             "vertex indices below " + std::to_string(count) + " in polygon " +
                                                 std::to_string(f) + " of mesh \"" + part.mesh->Name() + "\"",
                                             std::to_string(face.items[k]));
-                face.items[k] += offset;
+                face.items[k] = placed(face.items[k]);
             }
             geometry.faces.push_back(face);
             if (texCoords && !part.texCoords) geometry.texCoords.push_back({{}, face.count});

@@ -14,7 +14,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <filesystem>
 
 namespace {
@@ -104,13 +103,7 @@ TEST(SplitScans, AScanPastOneNodesLimitBecomesModelsThatEachStreamInFileOrder)
         EXPECT_TRUE(element->GetChild(i)->IsKindOf("CModelNode"));
         EXPECT_LE(element->GetChild(i)->SizeOfByte(), 1 << 10);
     }
-    const ScanGeometry joined = GeometryOfScene(scene.Root(), "cloud");
-    EXPECT_TRUE(std::equal(joined.positions.begin(), joined.positions.end(), cloud.positions.begin(),
-                           cloud.positions.end(), [](const VERTEX& a, const VERTEX& b) {
-                               return a.x == b.x && a.y == b.y && a.z == b.z;
-                           }));
-    EXPECT_TRUE(std::equal(joined.colors.begin(), joined.colors.end(), cloud.colors.begin(), cloud.colors.end(),
-                           [](const RGBA& a, const RGBA& b) { return std::memcmp(&a, &b, sizeof a) == 0; }));
+    brell::test::ExpectSameGeometry(GeometryOfScene(scene.Root(), "cloud"), cloud);
 }
 
 TEST(SplitScans, AScanWithinTheLimitStaysOneModel)

@@ -150,7 +150,6 @@ void CheckLoadable(CBaseNode* root, const std::string& path)
     }
 }
 
-
 // A scene file of several streams (format version 2), for a tree whose
 // stream would pass detail::PieceBytes(): after the header (whose length
 // counts every byte after it and whose hash is the stream table's), the
@@ -242,6 +241,7 @@ std::vector<MeasuredNode> MeasureTree(CBaseNode* root, const std::string& path)
 // stream order: a measured node with how many of its children follow it in
 // this stream, or a whole subtree.
 struct StreamPlan {
+    size_t top;  // measured index
     StreamEntry entry;
     struct Record {
         size_t node;
@@ -260,12 +260,12 @@ std::vector<StreamPlan> PlanStreams(const std::vector<MeasuredNode>& nodes)
 {
     std::vector<StreamPlan> plans;
     std::deque<StreamPlan> tops;
-    tops.push_back({{0, kNoParent, 0}, {}});
+    tops.push_back({0, {0, kNoParent, 0}, {}});
     uint64_t nodesBefore = 0;
     while (!tops.empty()) {
         StreamPlan plan = std::move(tops.front());
         tops.pop_front();
-        const size_t top = plan.entry.length;  // the top's measured index, until the length replaces it
+        const size_t top = plan.top;
         const uint64_t room = std::max(detail::PieceBytes(), nodes[top].recordBytes);
         uint64_t remaining = room - nodes[top].recordBytes;
         uint64_t made = 0;
@@ -291,7 +291,7 @@ std::vector<StreamPlan> PlanStreams(const std::vector<MeasuredNode>& nodes)
                     remaining -= measured.recordBytes;
                     kept.emplace_back(child, false);
                 } else {
-                    tops.push_back({{child, self, k}, {}});
+                    tops.push_back({child, {0, self, k}, {}});
                 }
                 child += measured.subtreeNodes;
             }

@@ -144,8 +144,8 @@ void PlainWrite(const std::string& path, const std::vector<char>& bytes)
     close(descriptor);
 }
 
-// read() of the whole file into a buffer that is used again and again.
-void PlainReadInto(const std::string& path, std::vector<char>& buffer)
+// read() of the whole file into a buffer of bulk memory that is used again and again.
+void PlainReadInto(const std::string& path, brell::BulkVector<char>& buffer)
 {
     const int descriptor = open(path.c_str(), O_RDONLY);
     for (size_t done = 0; done < buffer.size();) {
@@ -174,7 +174,7 @@ void SceneAgainstPlainFile(benchmark::State& state, SceneTransfer transfer)
     const std::vector<char> bytes(size, 'x');
     std::string file;
     if (transfer == SceneTransfer::loadFromMemory) file = ReadFile(path);
-    std::vector<char> reused(transfer == SceneTransfer::loadAgain ? size : 0);
+    brell::BulkVector<char> reused(transfer == SceneTransfer::loadAgain ? size : 0);
     double sceneTime = 0, plainTime = 0;
     for (auto _ : state) {
         const Clock::time_point start = Clock::now();

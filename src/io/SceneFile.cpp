@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <climits>
 #include <deque>
-#include <functional>
 #include <cstring>
 #include <new>
 #include <optional>
@@ -324,7 +323,7 @@ uint64_t HeldBytes(const MeasuredNode& node)
 // count, vertices) and then its attribute block, gets its vertices straight
 // from the store.
 void PutRecord(const MeasuredNode& node, uint32_t children, unsigned char* buffer,
-               const std::function<void(const void*, size_t)>& sink)
+               const FileSink& sink)
 {
     BlockWriter out(buffer);
     out.UInt32(static_cast<uint32_t>(node.recordBytes));

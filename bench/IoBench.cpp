@@ -163,7 +163,20 @@ void PlainWrite(const std::string& path, const std::vector<char>& bytes)
     close(descriptor);
 }
 
-enum class SceneTransfer { save, load, loadFromMemory };
+// read() of the whole file into a buffer of bulk memory that is used again and again.
+void PlainReadInto(const std::string& path, brell::BulkVector<char>& buffer)
+{
+    const int descriptor = open(path.c_str(), O_RDONLY);
+    for (size_t done = 0; done < buffer.size();) {
+        const ssize_t got = read(descriptor, buffer.data() + done, buffer.size() - done);
+        if (got <= 0) break;
+        done += static_cast<size_t>(got);
+    }
+    close(descriptor);
+    benchmark::DoNotOptimize(buffer.data());
+}
+
+enum class SceneTransfer { save, load, loadAgain, loadFromMemory };
 
 // Saving (to a temporary file, made durable, renamed into place) and checked
 // loading of the mesh as a scene, each beside its plain counterpart; "ratio"
@@ -180,6 +193,7 @@ void SceneAgainstPlainFile(benchmark::State& state, SceneTransfer transfer)
     const std::vector<char> bytes(size, 'x');
     std::string file;
     if (transfer == SceneTransfer::loadFromMemory) file = ReadFile(path);
+    brell::BulkVector<char> reused(transfer == SceneTransfer::loadAgain ? size : 0);
     double sceneTime = 0, plainTime = 0;
     for (auto _ : state) {
         const Clock::time_point start = Clock::now();
@@ -187,13 +201,15 @@ void SceneAgainstPlainFile(benchmark::State& state, SceneTransfer transfer)
             SaveScene(scene, path);
         } else {
             CBaseNode* loaded =
-                transfer == SceneTransfer::load ? LoadScene(path) : LoadSceneFromMemory(file, "mesh");
+                transfer == SceneTransfer::loadFromMemory ? LoadSceneFromMemory(file, "mesh") : LoadScene(path);
             loaded->AddRef();
             loaded->Release();
         }
         const Clock::time_point middle = Clock::now();
         if (transfer == SceneTransfer::save) {
             PlainWrite(plainPath, bytes);
+        } else if (transfer == SceneTransfer::loadAgain) {
+            PlainReadInto(path, reused);
         } else {
             PlainRead(path, size);
         }
@@ -219,6 +235,14 @@ void BM_LoadSceneChecked(benchmark::State& state)
     SceneAgainstPlainFile(state, SceneTransfer::load);
 }
 BENCHMARK(BM_LoadSceneChecked)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+// The same file loaded again and again in one process, as a host loads scene
+// after scene, beside a plain read into one buffer used again and again.
+void BM_LoadSceneCheckedAgain(benchmark::State& state)
+{
+    SceneAgainstPlainFile(state, SceneTransfer::loadAgain);
+}
+BENCHMARK(BM_LoadSceneCheckedAgain)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 void BM_LoadSceneCheckedFromMemory(benchmark::State& state)
 {

@@ -1,15 +1,19 @@
 #include "io/FileBytes.h"
+#include "io/StreamLimit.h"
 
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/Block.h>
 #include <brelldata/core/NodeStream.h>
 #include <brelldata/core/Tree.h>
 #include <brelldata/io/SceneFile.h>
+#include <brelldata/scan/ModelNodes.h>
 
 #include <xxhash.h>
 
 #include <algorithm>
 #include <climits>
+#include <deque>
+#include <functional>
 #include <cstring>
 #include <new>
 #include <optional>
@@ -77,6 +81,34 @@ private:
     XXH3_state_t* state_;
 };
 
+// The nodes of a node stream of length bytes that starts offset bytes into
+// the file name, read under bounds: FileError at the first byte that does not
+// read, and unless the stream ends exactly at its length.
+CBaseNode* ReadStream(const unsigned char* stream, uint64_t length, uint64_t offset, const std::string& name)
+{
+    CBaseNode* root = nullptr;
+    BlockBounds bounds;
+    {
+        CheckedRead checked(stream, stream + length);
+        root = ReadNode(const_cast<unsigned char*>(stream));
+        bounds = checked.Bounds();
+    }
+    if (root == nullptr) {
+        const std::string found = bounds.Failed() ? bounds.failure : "a stream that does not read";
+        throw FileError::AtByte(name, offset + bounds.failureOffset, "a node stream", found);
+    }
+    const auto used = static_cast<uint64_t>(bounds.streamEnd - stream);
+    if (used != length) {
+        root->Release();
+        if (used < length)
+            throw FileError::AtByte(name, offset + used, "the end of the stream",
+                                    Number(length - used) + " more bytes");
+        throw FileError::AtByte(name, offset + length, "the rest of a tree that measures " + Number(used) + " bytes",
+                                "the end of the stream");
+    }
+    return root;
+}
+
 // Loads the scene in a scene file's bytes; streamHash is the hash of its
 // stream when the caller took it while reading the file.
 CBaseNode* LoadChecked(std::string_view bytes, const std::string& name, std::optional<uint64_t> streamHash)
@@ -88,7 +120,8 @@ CBaseNode* LoadChecked(std::string_view bytes, const std::string& name, std::opt
     if (std::memcmp(header.magic, kMagic, sizeof kMagic) != 0)
         throw FileError::AtByte(name, 0, "a scene file", "another kind of file");
     if (header.version != kSceneFormatVersion)
-        throw FileError::AtByte(name, 8, "format version 1", "version " + Number(header.version));
+        throw FileError::AtByte(name, 8, "format version 1 or " + Number(kSceneStreamsFormatVersion),
+                                "version " + Number(header.version));
     const uint64_t streamBytes = bytes.size() - kSceneHeaderBytes;
     if (header.length != streamBytes)
         throw FileError::AtByte(name, 16, "a stream of " + Number(header.length) + " bytes, as this length says",
@@ -99,27 +132,7 @@ CBaseNode* LoadChecked(std::string_view bytes, const std::string& name, std::opt
     if ((streamHash ? *streamHash : XXH3_64bits(stream, header.length)) != header.hash)
         throw FileError::AtByte(name, 24, "the hash of the stream", "a different hash");
 
-    CBaseNode* root = nullptr;
-    BlockBounds bounds;
-    {
-        CheckedRead checked(file, file + bytes.size());
-        root = ReadNode(const_cast<unsigned char*>(stream));
-        bounds = checked.Bounds();
-    }
-    if (root == nullptr) {
-        const std::string found = bounds.Failed() ? bounds.failure : "a stream that does not read";
-        throw FileError::AtByte(name, bounds.failureOffset, "a node stream", found);
-    }
-    const auto used = static_cast<uint64_t>(bounds.streamEnd - stream);
-    if (used != header.length) {
-        root->Release();
-        if (used < header.length)
-            throw FileError::AtByte(name, kSceneHeaderBytes + used, "the end of the stream",
-                                    Number(header.length - used) + " more bytes");
-        throw FileError::AtByte(name, bytes.size(), "the rest of a tree that measures " + Number(used) + " bytes",
-                                "the end of the stream");
-    }
-    return root;
+    return ReadStream(stream, header.length, kSceneHeaderBytes, name);
 }
 
 // FileError naming the first node under root that a load would not give
@@ -139,6 +152,365 @@ void CheckLoadable(CBaseNode* root, const std::string& path)
     }
 }
 
+// A scene file of several streams (format version 2), for a tree whose
+// stream would pass detail::PieceBytes(): after the header (whose length
+// counts every byte after it and whose hash is the stream table's), the
+// stream table, a 64-bit count and per stream its length, the index of the
+// node its top is inserted under (counting the nodes of the streams before
+// it, each stream a node before its children) and the child index it takes
+// there; then each stream followed by its hash. The first stream holds the
+// root and has no parent. Each stream is one piece or a single node of up to
+// the limit, so saving and loading hold one stream beside the tree.
+constexpr uint64_t kNoParent = UINT64_MAX;
+
+struct StreamEntry {
+    uint64_t length;
+    uint64_t parent;
+    uint64_t position;
+};
+static_assert(sizeof(StreamEntry) == 24);
+constexpr uint64_t kStreamHashBytes = sizeof(uint64_t);
+
+// The record size, child count, both string lengths and the data block size.
+constexpr uint64_t kRecordFrameBytes = 20;
+
+uint64_t RecordBytes(CBaseNode* node, int dataBytes)
+{
+    return kRecordFrameBytes + node->Type().size() + 1 + node->Name().size() + 1 + static_cast<uint64_t>(dataBytes);
+}
+
+// The bytes of a node's block, also past the limit, where its class says
+// how to count them; 0 where it does not.
+uint64_t BlockBytes(CBaseNode* node)
+{
+    const int attributes = node->CBaseNode::SizeOfByte();
+    if (attributes < 0) return 0;
+    if (auto* image = brell::AsKindOf<CImageNode>(node))
+        return 12 + 4 * uint64_t(image->image->width) * uint64_t(image->image->height) + attributes;
+    auto* model = brell::AsKindOf<CModelNode>(node);
+    if (model == nullptr) return 0;
+    uint64_t bytes = 8 + 24 * uint64_t(model->VertexNumber()) + attributes;
+    if (auto* mesh = brell::AsKindOf<CMeshNode>(node)) {
+        bytes += 32 + 4 * (uint64_t(mesh->intList1->Number()) + mesh->intList2->Number() + mesh->intList3->Number());
+        bytes += 4;
+        for (const auto& row : mesh->polygons->rows) bytes += 4 + 4 * uint64_t(std::clamp(row.count, 0, 4));
+        bytes += 4;
+        for (const auto& row : mesh->texCoords->rows) bytes += 4 + 8 * uint64_t(std::clamp(row.count, 0, 4));
+    }
+    return bytes;
+}
+
+// A node of the tree being saved, depth first, a node before its children,
+// so that a subtree is the range of its node and its subtreeNodes - 1 next.
+struct MeasuredNode {
+    CBaseNode* node;
+    int dataBytes;
+    uint64_t recordBytes;
+    uint64_t subtreeBytes;
+    uint64_t subtreeNodes;
+};
+
+// root's subtree measured; FileError naming the first node whose record
+// alone passes the limit, as no stream can hold it.
+std::vector<MeasuredNode> MeasureTree(CBaseNode* root, const std::string& path)
+{
+    std::vector<MeasuredNode> nodes;
+    std::vector<size_t> parents;
+    std::vector<std::pair<CBaseNode*, size_t>> pending{{root, SIZE_MAX}};
+    while (!pending.empty()) {
+        auto [node, parent] = pending.back();
+        pending.pop_back();
+        const int dataBytes = node->SizeOfByte();
+        const uint64_t recordBytes = RecordBytes(node, std::max(dataBytes, 0));
+        if (dataBytes < 0 || recordBytes > detail::NodeStreamLimit()) {
+            const uint64_t bytes = dataBytes < 0 ? BlockBytes(node) : recordBytes;
+            throw FileError::InFile(
+                path, "nodes of at most " + Number(detail::NodeStreamLimit()) + " bytes each",
+                node->Type() + " \"" + node->Name() + "\" of " + (bytes == 0 ? "more" : Number(bytes)) + " bytes");
+        }
+        parents.push_back(parent);
+        nodes.push_back({node, dataBytes, recordBytes, recordBytes, 1});
+        for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.emplace_back(node->GetChild(i), nodes.size() - 1);
+    }
+    for (size_t i = nodes.size(); i-- > 1;) {
+        nodes[parents[i]].subtreeBytes += nodes[i].subtreeBytes;
+        nodes[parents[i]].subtreeNodes += nodes[i].subtreeNodes;
+    }
+    return nodes;
+}
+
+// One stream of a file of several: where its top goes, and its records, in
+// stream order: a measured node with how many of its children follow it in
+// this stream, or a whole subtree.
+struct StreamPlan {
+    size_t top;  // measured index
+    StreamEntry entry;
+    struct Record {
+        size_t node;
+        uint32_t children;
+        bool wholeSubtree;
+    };
+    std::vector<Record> records;
+};
+
+// The streams of a measured tree: each takes, from its top down, whole
+// subtrees while they fit in a piece, and the records of larger children
+// while those fit; a child that does not fit becomes the top of a later
+// stream. Streams come in the order in which their tops are found, so a
+// stream's parent, and the siblings before its top, are loaded before it.
+std::vector<StreamPlan> PlanStreams(const std::vector<MeasuredNode>& nodes)
+{
+    std::vector<StreamPlan> plans;
+    std::deque<StreamPlan> tops;
+    tops.push_back({0, {0, kNoParent, 0}, {}});
+    uint64_t nodesBefore = 0;
+    while (!tops.empty()) {
+        StreamPlan plan = std::move(tops.front());
+        tops.pop_front();
+        const size_t top = plan.top;
+        const uint64_t room = std::max(detail::PieceBytes(), nodes[top].recordBytes);
+        uint64_t remaining = room - nodes[top].recordBytes;
+        uint64_t made = 0;
+        std::vector<std::pair<size_t, bool>> pending{{top, false}};
+        while (!pending.empty()) {
+            const auto [index, whole] = pending.back();
+            pending.pop_back();
+            const MeasuredNode& node = nodes[index];
+            if (whole) {
+                plan.records.push_back({index, node.node->GetChildNum(), true});
+                made += node.subtreeNodes;
+                continue;
+            }
+            const uint64_t self = nodesBefore + made++;
+            std::vector<std::pair<size_t, bool>> kept;
+            size_t child = index + 1;
+            for (unsigned int k = 0; k < node.node->GetChildNum(); ++k) {
+                const MeasuredNode& measured = nodes[child];
+                if (measured.subtreeBytes <= remaining) {
+                    remaining -= measured.subtreeBytes;
+                    kept.emplace_back(child, true);
+                } else if (measured.recordBytes <= remaining) {
+                    remaining -= measured.recordBytes;
+                    kept.emplace_back(child, false);
+                } else {
+                    tops.push_back({child, {0, self, k}, {}});
+                }
+                child += measured.subtreeNodes;
+            }
+            plan.records.push_back({index, static_cast<uint32_t>(kept.size()), false});
+            pending.insert(pending.end(), kept.rbegin(), kept.rend());
+        }
+        plan.entry.length = room - remaining;
+        nodesBefore += made;
+        plans.push_back(std::move(plan));
+    }
+    return plans;
+}
+
+// The model whose vertices a record of node leaves out of memory: its
+// vertex store goes to the file straight from the store; null for others.
+CModelNode* ModelWrittenInPlace(const MeasuredNode& node)
+{
+    return node.node->Type() == CModelNode::TypeId() ? static_cast<CModelNode*>(node.node) : nullptr;
+}
+
+// The bytes of node's record that are made in memory before they are saved.
+uint64_t HeldBytes(const MeasuredNode& node)
+{
+    CModelNode* model = ModelWrittenInPlace(node);
+    return model == nullptr ? node.recordBytes : node.recordBytes - 24 * uint64_t(model->VertexNumber());
+}
+
+// Hands one record to sink, frame and data block, made in buffer, which
+// holds its HeldBytes. A model's block, its vertex store's block (length,
+// count, vertices) and then its attribute block, gets its vertices straight
+// from the store.
+// Takes the bytes of the file being saved, in order.
+using FileSink = std::function<void(const void* bytes, size_t size)>;
+
+void PutRecord(const MeasuredNode& node, uint32_t children, unsigned char* buffer, const FileSink& sink)
+{
+    BlockWriter out(buffer);
+    out.UInt32(static_cast<uint32_t>(node.recordBytes));
+    out.Int32(static_cast<int32_t>(children));
+    out.String(node.node->Type());
+    out.String(node.node->Name());
+    out.Int32(node.dataBytes);
+    CModelNode* model = ModelWrittenInPlace(node);
+    if (model == nullptr) {
+        node.node->Write(out.Position());
+        sink(buffer, node.recordBytes);
+        return;
+    }
+    const int vertices = model->VertexNumber();
+    out.Int32(4 + 24 * vertices);
+    out.Int32(vertices);
+    sink(buffer, static_cast<size_t>(out.Position() - buffer));
+    sink(model->vertices->Buffer(), 24 * size_t(vertices));
+    const int attributes = model->CBaseNode::SizeOfByte();
+    model->CBaseNode::Write(buffer);
+    sink(buffer, static_cast<size_t>(attributes));
+}
+
+// Saves the planned streams a record at a time: the largest record, less a
+// model's vertices, is all that is held in memory beside the tree.
+void SaveStreams(const std::vector<MeasuredNode>& nodes, const std::vector<StreamPlan>& plans, const std::string& path)
+{
+    std::vector<unsigned char> table(sizeof(uint64_t) + plans.size() * sizeof(StreamEntry));
+    const uint64_t count = plans.size();
+    std::memcpy(table.data(), &count, sizeof count);
+    uint64_t length = table.size();
+    for (size_t k = 0; k < plans.size(); ++k) {
+        std::memcpy(table.data() + sizeof count + k * sizeof(StreamEntry), &plans[k].entry, sizeof(StreamEntry));
+        length += plans[k].entry.length + kStreamHashBytes;
+    }
+    SceneHeader header{};
+    std::memcpy(header.magic, kMagic, sizeof kMagic);
+    header.version = kSceneStreamsFormatVersion;
+    header.length = length;
+    header.hash = XXH3_64bits(table.data(), table.size());
+
+    uint64_t largest = 0;
+    for (const MeasuredNode& node : nodes) largest = std::max(largest, HeldBytes(node));
+    FileBytes buffer(largest);
+    auto* bytes = reinterpret_cast<unsigned char*>(buffer.Data());
+    const uint64_t total = kSceneHeaderBytes + length;
+    FileSaver saver(path, total);
+    uint64_t saved = 0;
+    const FileSink sink = [&](const void* piece, size_t size) {
+        saver.Put(piece, size);
+        saved += size;
+    };
+    sink(&header, sizeof header);
+    sink(table.data(), table.size());
+    for (const StreamPlan& plan : plans) {
+        StreamHash hash;
+        auto hashed = [&](const void* piece, size_t size) {
+            sink(piece, size);
+            hash.Add(kSceneHeaderBytes, {static_cast<const char*>(piece), size});
+        };
+        for (const StreamPlan::Record& planned : plan.records) {
+            if (!planned.wholeSubtree) {
+                PutRecord(nodes[planned.node], planned.children, bytes, hashed);
+                continue;
+            }
+            for (size_t i = planned.node; i < planned.node + nodes[planned.node].subtreeNodes; ++i)
+                PutRecord(nodes[i], nodes[i].node->GetChildNum(), bytes, hashed);
+        }
+        const uint64_t value = hash.Value();
+        sink(&value, sizeof value);
+    }
+    // The header's lengths were planned from the same measures: a file that
+    // disagrees with them would not load, so it is not put in place.
+    if (saved != total) throw FileError::AtByte(path, saved, std::to_string(total) + " bytes to save", "another count");
+    saver.Commit();
+}
+
+// The header of a scene file of several streams at the start of the
+// window; none for any other file.
+std::optional<SceneHeader> StreamsHeader(const FileWindow& window)
+{
+    SceneHeader header;
+    if (window.Size() < sizeof header) return std::nullopt;
+    std::memcpy(&header, window.Data(), sizeof header);
+    if (std::memcmp(header.magic, kMagic, sizeof kMagic) != 0 || header.version != kSceneStreamsFormatVersion)
+        return std::nullopt;
+    return header;
+}
+
+// The nodes of every stream, each stream's top inserted where its entry
+// says, in the window over a scene file of several streams whose header was
+// checked up to its version. The table is checked against the header's
+// length and hash before any stream is read, and each stream against its
+// hash before its nodes are made.
+CBaseNode* LoadStreams(FileWindow& window, const SceneHeader& header, const std::string& name)
+{
+    const uint64_t rest = window.FileSize() - kSceneHeaderBytes;
+    if (header.length != rest)
+        throw FileError::AtByte(name, 16, Number(header.length) + " bytes after the header, as this length says",
+                                Number(rest));
+    uint64_t count = 0;
+    if (!window.Slide(kSceneHeaderBytes, sizeof count))
+        throw FileError::AtByte(name, kSceneHeaderBytes, "a stream count", "the end of the file");
+    std::memcpy(&count, window.Data(), sizeof count);
+    if (count == 0 || count > (rest - sizeof count) / (sizeof(StreamEntry) + kStreamHashBytes))
+        throw FileError::AtByte(name, kSceneHeaderBytes, "a stream count that the file has room for", Number(count));
+    const uint64_t tableBytes = sizeof count + count * sizeof(StreamEntry);
+    window.Slide(0, tableBytes);
+    if (XXH3_64bits(window.Data(), tableBytes) != header.hash)
+        throw FileError::AtByte(name, 24, "the hash of the stream table", "a different hash");
+    std::vector<StreamEntry> entries(count);
+    std::memcpy(entries.data(), window.Data() + sizeof count, count * sizeof(StreamEntry));
+    uint64_t total = tableBytes;
+    for (uint64_t k = 0; k < count; ++k) {
+        const uint64_t at = kSceneHeaderBytes + sizeof count + k * sizeof(StreamEntry);
+        if (entries[k].length == 0 || entries[k].length > detail::NodeStreamLimit())
+            throw FileError::AtByte(name, at, "a stream of 1 to " + Number(detail::NodeStreamLimit()) + " bytes",
+                                    Number(entries[k].length));
+        if ((k == 0) != (entries[k].parent == kNoParent))
+            throw FileError::AtByte(name, at + 8, k == 0 ? "no parent for the first stream" : "a parent node",
+                                    k == 0 ? "one" : "none");
+        total += entries[k].length + kStreamHashBytes;
+    }
+    if (total != header.length)
+        throw FileError::AtByte(name, kSceneHeaderBytes,
+                                "streams that measure " + Number(header.length - tableBytes) +
+                                    " bytes with their hashes, as the header says",
+                                Number(total - tableBytes));
+
+    CBaseNode* root = nullptr;
+    std::vector<CBaseNode*> made;
+    uint64_t offset = kSceneHeaderBytes + tableBytes;
+    size_t consumed = tableBytes;
+    try {
+        for (uint64_t k = 0; k < count; ++k) {
+            const StreamEntry& entry = entries[k];
+            window.Slide(consumed, entry.length + kStreamHashBytes);
+            consumed = entry.length + kStreamHashBytes;
+            const auto* stream = reinterpret_cast<const unsigned char*>(window.Data());
+            uint64_t hash = 0;
+            std::memcpy(&hash, stream + entry.length, sizeof hash);
+            if (XXH3_64bits(stream, entry.length) != hash)
+                throw FileError::AtByte(name, offset + entry.length, "the hash of stream " + Number(k + 1),
+                                        "a different hash");
+            CBaseNode* top = ReadStream(stream, entry.length, offset, name);
+            const uint64_t at = kSceneHeaderBytes + sizeof count + k * sizeof(StreamEntry);
+            if (k == 0) {
+                root = top;
+            } else if (entry.parent >= made.size() || entry.position > made[entry.parent]->GetChildNum()) {
+                top->AddRef();
+                top->Release();
+                throw FileError::AtByte(name, at + 8, "a place among the nodes loaded before",
+                                        "node " + Number(entry.parent) + ", child " + Number(entry.position));
+            } else {
+                CBaseNode* parent = made[entry.parent];
+                const unsigned int children = parent->GetChildNum();
+                parent->InsertChild(static_cast<unsigned int>(entry.position), top);
+                if (parent->GetChildNum() == children) {
+                    top->AddRef();
+                    top->Release();
+                    throw std::bad_alloc();
+                }
+            }
+            std::vector<CBaseNode*> pending{top};
+            while (!pending.empty()) {
+                CBaseNode* node = pending.back();
+                pending.pop_back();
+                made.push_back(node);
+                for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.push_back(node->GetChild(i));
+            }
+            offset += entry.length + kStreamHashBytes;
+        }
+    } catch (...) {
+        if (root != nullptr) {
+            root->AddRef();
+            root->Release();
+        }
+        throw;
+    }
+    return root;
+}
+
 }  // namespace
 
 void SaveScene(CBaseNode* root, const std::string& path)
@@ -146,7 +518,11 @@ void SaveScene(CBaseNode* root, const std::string& path)
     if (root == nullptr) throw FileError::InFile(path, "a scene to save", "none");
     CheckLoadable(root, path);
     const int streamSize = SizeOfByte(root);
-    if (streamSize < 1) throw FileError::InFile(path, "a scene below 2 GB", "one too large to stream");
+    if (streamSize < 1 || static_cast<uint64_t>(streamSize) > detail::PieceBytes()) {
+        const std::vector<MeasuredNode> nodes = MeasureTree(root, path);
+        SaveStreams(nodes, PlanStreams(nodes), path);
+        return;
+    }
 
     const size_t fileSize = kSceneHeaderBytes + static_cast<size_t>(streamSize);
     FileBytes file(fileSize);
@@ -168,8 +544,20 @@ void SaveScene(CTree& tree, const std::string& path)
     SaveScene(tree.Root(), path);
 }
 
+SceneStreams MeasureSceneStreams(CBaseNode* root, const std::string& name)
+{
+    if (root == nullptr) return {};
+    const std::vector<MeasuredNode> nodes = MeasureTree(root, name);
+    const uint64_t bytes = nodes.front().subtreeBytes;
+    return {bytes, bytes <= detail::PieceBytes() ? 1 : PlanStreams(nodes).size()};
+}
+
 CBaseNode* LoadScene(const std::string& path)
 {
+    {
+        FileWindow window(path);
+        if (std::optional<SceneHeader> header = StreamsHeader(window)) return LoadStreams(window, *header, path);
+    }
     StreamHash hash;
     const FileBytes file =
         ReadWholeFile(path, [&hash](size_t offset, std::string_view piece) { hash.Add(offset, piece); });
@@ -178,6 +566,8 @@ CBaseNode* LoadScene(const std::string& path)
 
 CBaseNode* LoadSceneFromMemory(std::string_view bytes, const std::string& name)
 {
+    FileWindow window = FileWindow::OverMemory(bytes);
+    if (std::optional<SceneHeader> header = StreamsHeader(window)) return LoadStreams(window, *header, name);
     return LoadChecked(bytes, name, std::nullopt);
 }
 

@@ -9,12 +9,15 @@
 #include <brelldata/io/SceneFile.h>
 #include <brelldata/scan/ModelNodes.h>
 
+#include "io/StreamLimit.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <xxhash.h>
 
 #include <algorithm>
+#include <cstring>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
@@ -215,6 +218,105 @@ TEST(SceneFile, AChainAMillionDeepLoadsOrIsRefusedWithoutCrashing)
     EXPECT_EQ(depth, kDepth);
     chain.resize(chain.size() - link.size());
     EXPECT_THROW(CTree(brell::io::LoadSceneFromMemory(SceneFileOf(chain), "deep")), FileError);
+}
+
+
+// R(A(M1, M2, B), M3, C) with models of 100 vertices (about 2.4 KB each).
+CTree WideScene()
+{
+    auto model = [](int first) {
+        auto* made = static_cast<CModelNode*>(CModelNode::Create());
+        made->AppendVertex(100);
+        for (int i = 0; i < 100; ++i) *made->GetVertex(i) = {double(first + i), 1, 2};
+        return made;
+    };
+    auto named = [](const char* name) {
+        CBaseNode* made = CBaseNode::Create();
+        made->SetName(name);
+        return made;
+    };
+    CBaseNode* r = named("R");
+    CBaseNode* a = named("A");
+    a->AppendChild(model(0));
+    a->AppendChild(model(100));
+    a->AppendChild(named("B"));
+    r->AppendChild(a);
+    r->AppendChild(model(200));
+    r->AppendChild(named("C"));
+    return CTree(r);
+}
+
+uint32_t VersionOf(const std::string& file)
+{
+    uint32_t version = 0;
+    std::memcpy(&version, file.data() + 8, sizeof version);
+    return version;
+}
+
+// Under a limit of 48 KB a stream takes 3 KB: R(A(B), M3, C), then M1, then M2.
+TEST_F(SceneFolder, ATreeLargerThanOneStreamIsSavedAsSeveralAndLoadsBackInOrder)
+{
+    brell::io::detail::NodeStreamLimitScope limit(48 << 10);
+    CTree scene = WideScene();
+    const fs::path path = folder / "wide.scene";
+    brell::io::SaveScene(scene, path);
+    const std::string file = ReadAll(path);
+    EXPECT_EQ(VersionOf(file), brell::io::kSceneStreamsFormatVersion);
+    EXPECT_EQ(brell::io::MeasureSceneStreams(scene.Root(), "wide").streams, 3u);
+    CTree loaded(brell::io::LoadScene(path));
+    EXPECT_EQ(StreamOf(loaded.Root()), StreamOf(scene.Root()));
+    CTree fromMemory(brell::io::LoadSceneFromMemory(file, "wide"));
+    EXPECT_EQ(StreamOf(fromMemory.Root()), StreamOf(scene.Root()));
+}
+
+TEST_F(SceneFolder, EveryPrefixAndEveryChangedByteOfAFileOfSeveralStreamsIsRefused)
+{
+    brell::io::detail::NodeStreamLimitScope limit(48 << 10);
+    CTree scene = WideScene();
+    const fs::path path = folder / "wide.scene";
+    brell::io::SaveScene(scene, path);
+    const std::string file = ReadAll(path);
+    for (size_t size = 0; size < file.size(); size += 7) {
+        SCOPED_TRACE(size);
+        EXPECT_THROW(brell::io::LoadSceneFromMemory(std::string_view(file).substr(0, size), "cut"), FileError);
+    }
+    for (size_t at = 0; at < file.size(); at += 11) {
+        SCOPED_TRACE(at);
+        std::string changed = file;
+        changed[at] = char(changed[at] ^ 0x40);
+        EXPECT_THROW(CTree(brell::io::LoadSceneFromMemory(changed, "changed")), FileError);
+    }
+}
+
+// A model whose vertices pass 2 GB, reserved and counted but never touched.
+TEST_F(SceneFolder, ANodeThatNoStreamCanHoldIsRefusedNamingItsSizeBeforeAnythingIsWritten)
+{
+    auto* model = static_cast<CModelNode*>(CModelNode::Create());
+    model->SetName("huge");
+    model->vertices->Reserve(90'000'000);
+    model->vertices->Number() = 90'000'000;
+    CTree scene(model);
+    const fs::path path = folder / "huge.scene";
+    EXPECT_THAT([&] { brell::io::SaveScene(scene, path); },
+                testing::ThrowsMessage<FileError>(path.string() +
+                                                  ": expected nodes of at most 2147483647 bytes each, found "
+                                                  "CModelNode \"huge\" of 2160000012 bytes"));
+    EXPECT_FALSE(fs::exists(path));
+}
+
+// Two models of 1.08 GB each, never touched: each fits a stream, together they do not.
+TEST(SceneFile, AScenePast2GBIsMeasuredInFullAndNeedsSeveralStreams)
+{
+    CTree scene(CBaseNode::Create());
+    for (int i = 0; i < 2; ++i) {
+        auto* model = static_cast<CModelNode*>(CModelNode::Create());
+        model->vertices->Reserve(45'000'000);
+        model->vertices->Number() = 45'000'000;
+        scene.Root()->AppendChild(model);
+    }
+    const brell::io::SceneStreams streams = brell::io::MeasureSceneStreams(scene.Root(), "large");
+    EXPECT_EQ(streams.bytes, 35 + 2 * (32 + 8 + 24 * uint64_t(45'000'000) + 4));  // root, then frame and block
+    EXPECT_EQ(streams.streams, 3u);
 }
 
 }  // namespace

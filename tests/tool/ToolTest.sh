@@ -59,7 +59,7 @@ head -c 530 shot.cam >short.cam
 
 run 0 info square.ply
 says "scan file of"; says "CMeshNode: 1"; says "vertices: 4"; says "polygons: 2"
-says "box: 0 0 0 to 1 1 0"
+says "box: 0 0 0 to 1 1 0"; says " bytes in 1 stream"
 run 0 info points.xyz
 says "CModelNode: 1"; says "vertices: 3"; says "polygons: 0"
 sed 's/^property float z$/property float z\nproperty float confidence/; s/^\([01] [01] 0\)$/\1 1/' square.ply >extra.ply

@@ -10,6 +10,7 @@
 #include <brelldata/gl/Picture.h>
 #include <brelldata/io/Files.h>
 #include <brelldata/io/ScanScene.h>
+#include <brelldata/io/SceneFile.h>
 #include <brelldata/scan/ObjectNodes.h>
 
 #include <cstdio>
@@ -160,10 +161,16 @@ void Info(const Common& common, const std::string& path, CameraLayout layout)
     std::printf("nodes: %lld\n", static_cast<long long>(summary.nodes));
     for (const auto& [type, count] : summary.nodesByType)
         std::printf("  %s: %lld\n", type.c_str(), static_cast<long long>(count));
-    std::printf("vertices: %lld\npolygons: %lld\nimages: %lld (%lld pixels)\nnode stream: %lld bytes\n",
+    std::printf("vertices: %lld\npolygons: %lld\nimages: %lld (%lld pixels)\n",
                 static_cast<long long>(summary.vertices), static_cast<long long>(summary.polygons),
-                static_cast<long long>(summary.images), static_cast<long long>(summary.pixels),
-                static_cast<long long>(summary.streamBytes));
+                static_cast<long long>(summary.images), static_cast<long long>(summary.pixels));
+    try {
+        const io::SceneStreams streams = io::MeasureSceneStreams(scene.Root(), path);
+        std::printf("node stream: %llu bytes in %llu stream%s\n", static_cast<unsigned long long>(streams.bytes),
+                    static_cast<unsigned long long>(streams.streams), streams.streams == 1 ? "" : "s");
+    } catch (const io::FileError& error) {
+        std::printf("node stream: none, as no stream holds %s\n", error.Found().c_str());
+    }
     double box[6];
     if (io::ScanSceneBox(scene.Root(), box))
         std::printf("box: %g %g %g to %g %g %g\n", box[0], box[1], box[2], box[3], box[4], box[5]);

@@ -1,7 +1,6 @@
 #include "Listing.h"
 
 #include <brelldata/core/BaseNode.h>
-#include <brelldata/core/NodeStream.h>
 #include <brelldata/scan/ModelNodes.h>
 
 #include <utility>
@@ -42,7 +41,6 @@ SceneSummary Summarize(CBaseNode* root)
             summary.pixels += int64_t{image.width} * image.height;
         }
     });
-    if (root != nullptr) summary.streamBytes = SizeOfByte(root);
     return summary;
 }
 

@@ -18,8 +18,6 @@ struct SceneSummary {
     int64_t polygons = 0;
     int64_t images = 0;
     int64_t pixels = 0;
-    // The size of the tree's node stream.
-    int64_t streamBytes = 0;
 };
 
 // Nothing counted for a null root.

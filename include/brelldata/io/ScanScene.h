@@ -20,11 +20,19 @@ namespace brell::io {
 inline constexpr const char* kNormalsAttribute = "normals";
 inline constexpr const char* kColorsAttribute = "colors";
 inline constexpr const char* kFaceColorsAttribute = "faceColors";
+// A scan too large for one node is split (SceneOfGeometry). A mesh is split
+// by faces into meshes that each carry the vertices their faces use, and
+// vertices no face uses go to a model of their own; each of these holds, as
+// this struct attribute, one int per vertex: the vertex's index in the scan.
+inline constexpr const char* kScanVerticesAttribute = "scanVertices";
 
 // A new scene root (a CBaseNode, count 0) holding one CElementNode named
 // name, which holds a CModelNode (no faces) or a CMeshNode (faces and their
 // texture coordinate rows) of that name, and a CLinearLineNode of that name
-// when the geometry has lines. FileError naming name when an
+// when the geometry has lines. A model or mesh whose block would pass a node
+// stream's 2 GB is split into parts of at most 128 MB, in the file's order:
+// a point cloud by ranges of points, a mesh by ranges of faces (see
+// kScanVerticesAttribute). FileError naming name when an
 // attribute would exceed 2 GiB; std::bad_alloc when memory runs out. Nothing
 // is left over after either.
 BRELL_IO_API CBaseNode* SceneOfGeometry(const ScanGeometry& geometry, const std::string& name);
@@ -34,7 +42,9 @@ BRELL_IO_API CBaseNode* SceneOfGeometry(ScanGeometry&& geometry, const std::stri
 
 // What the models, meshes and linear line nodes in root's subtree hold, in
 // depth-first child order, as one geometry: their vertices one after another
-// and their faces with indices moved to match. When some models have normals,
+// and their faces with indices moved to match. The parts of a split scan, one
+// after another under one parent, are joined back into the scan: vertices
+// carrying kScanVerticesAttribute go to their scan index. When some models have normals,
 // colours, texture coordinates or face colours, the others get (0, 0, 0),
 // opaque white or (0, 0). A line's point is the first vertex at its place, or
 // a vertex of its own where no vertex is.

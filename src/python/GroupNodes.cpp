@@ -42,7 +42,8 @@ void CopyRecord(const py::handle& values, const py::dtype& dtype, void* record, 
 {
     const py::array copy = ContiguousOf(values, dtype);
     if (copy.size() != 1) throw py::value_error(std::string(what) + " takes one record");
-    std::memcpy(record, copy.data(), static_cast<size_t>(dtype.itemsize()));
+    // memmove: the values may be a view of the record itself.
+    std::memmove(record, copy.data(), static_cast<size_t>(dtype.itemsize()));
 }
 
 py::dtype LightDtype()

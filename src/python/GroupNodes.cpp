@@ -37,12 +37,15 @@ py::object NodeOrNone(CBaseNode* node)
     return node == nullptr ? py::none() : py::cast(HeldNode(node));
 }
 
-// One record of dtype from values (a record array of one element, a tuple, ...), copied to record.
+// Copies one record of dtype, given as such a record or as a tuple of its
+// fields, to record; TypeError for anything else.
 void CopyRecord(const py::handle& values, const py::dtype& dtype, void* record, const char* what)
 {
-    const py::array copy = ContiguousOf(values, dtype);
-    if (copy.size() != 1) throw py::value_error(std::string(what) + " takes one record");
-    std::memcpy(record, copy.data(), static_cast<size_t>(dtype.itemsize()));
+    const py::array copy = py::isinstance<py::tuple>(values) ? ContiguousOf(values, dtype) : py::array::ensure(values);
+    if (!copy || !copy.dtype().equal(dtype) || copy.size() != 1)
+        throw py::type_error(std::string(what) + " takes one record of its dtype, or a tuple of its fields");
+    // memmove: the values may be a view of the record itself.
+    std::memmove(record, copy.data(), static_cast<size_t>(dtype.itemsize()));
 }
 
 py::dtype LightDtype()

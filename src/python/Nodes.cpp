@@ -8,8 +8,10 @@
 
 #include <pybind11/stl.h>
 
+#include <algorithm>
 #include <climits>
 #include <optional>
+#include <unordered_set>
 #include <utility>
 
 namespace brell::python {
@@ -236,12 +238,19 @@ void RecordBoundClass(const std::string& typeName, const std::type_info& type)
 
 const std::type_info& BoundTypeOf(const CBaseNode& node)
 {
+    // Every node handed to Python asks: the C++ types bound themselves are
+    // kept, found by the type's address rather than by hashing its name.
+    static std::unordered_set<const std::type_info*> boundTypes;
     const std::type_info& own = typeid(node);
-    if (py::detail::get_type_info(own) != nullptr) return own;
+    if (boundTypes.count(&own) != 0) return own;
+    if (py::detail::get_type_info(own) != nullptr) {
+        boundTypes.insert(&own);
+        return own;
+    }
     const auto& classes = BoundClasses();
-    for (auto bound = classes.rbegin(); bound != classes.rend(); ++bound)
-        if (node.IsKindOf(*bound->first)) return *bound->second;
-    return typeid(CBaseNode);
+    const auto nearest = std::find_if(classes.rbegin(), classes.rend(),
+                                      [&](const auto& entry) { return node.IsKindOf(*entry.first) != 0; });
+    return nearest != classes.rend() ? *nearest->second : typeid(CBaseNode);
 }
 
 void RefuseCycle(CBaseNode* parent, CBaseNode* child)

@@ -70,7 +70,7 @@ void AssignArrayRows(CArrayDataStore<T>& store, const py::handle& values, const 
 template <class T>
 py::array MatrixView(CMatrixDataStore<T>& store, const py::dtype& dtype, const std::vector<py::ssize_t>& itemShape)
 {
-    std::vector<py::ssize_t> rowShape{store.width};
+    std::vector<py::ssize_t> rowShape{std::max(store.width, 0)};
     rowShape.insert(rowShape.end(), itemShape.begin(), itemShape.end());
     return StoreView(&store, store.Buffer(), store.HeldRows(), dtype, rowShape);
 }

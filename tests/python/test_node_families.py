@@ -87,6 +87,14 @@ def test_the_camera_record_is_a_view_and_its_fields_keep_their_names():
     assert camera.copy().camera["fov"] == 30 and camera.camera["to"].tolist() == [1, 2, 3]
 
 
+def test_a_record_is_assigned_only_from_a_record_or_a_tuple_of_its_fields():
+    camera = brelldata.GeoCameraNode()
+    camera.camera = (0, 1, 2, 3, 4, 5, 6, 7, 8, (1, 2, 3), (4, 5, 6))
+    with pytest.raises(TypeError):
+        camera.camera = 5
+    assert camera.camera["fov"] == 7
+
+
 def test_a_viewed_light_cannot_be_deleted_and_others_can():
     node = brelldata.GeoLightNode()
     first = node.append_light()

@@ -7,6 +7,7 @@
 #include <brelldata/core/Tree.h>
 #include <brelldata/core/Walk.h>
 #include <brelldata/geo/GeoBaseNode.h>
+#include <brelldata/gl/Cut.h>
 #include <brelldata/gl/Picture.h>
 #include <brelldata/io/Files.h>
 #include <brelldata/io/ScanScene.h>
@@ -137,6 +138,13 @@ CTree Calculate(CBaseNode* root, const std::string& procedure, const std::string
     return output;
 }
 
+// Saves root as a scene file or, by out's extension, a scan file.
+void SaveAs(CBaseNode* root, const std::string& out)
+{
+    if (std::filesystem::path(out).extension() == ".scene") SaveSceneFile(root, out);
+    else io::ExportScan(root, out);
+}
+
 }  // namespace
 
 void Info(const Common& common, const std::string& path, CameraLayout layout)
@@ -244,6 +252,50 @@ void Render(const Common& common, const RenderRequest& request)
 
     progress.Step("writing " + request.out);
     gl::WritePng(request.out, request.width, request.height, pixels);
+    progress.End();
+}
+
+void Cut(const Common& common, const CutRequest& request)
+{
+    const FileKind kind = KindOf(request.in, common.kind);
+    Progress progress(ProgressWanted(common.quiet), common.timing, "brell cut", 3);
+    progress.Step("reading " + request.in);
+    CTree scene = Open(request.in, kind);
+    const SceneSummary before = Summarize(scene.Root());
+
+    progress.Step("cutting");
+    // Framed as brell render frames it: its geometry's box, or its camera.
+    gl::RenderOptions options;
+    options.width = request.width;
+    options.height = request.height;
+    options.direction = request.direction;
+    const std::string mode = RenderMode(scene.Root(), "");
+    const CAMERA_PARAM camera = gl::SceneCamera(Calculate(scene.Root(), gl::kPointsProcedure, request.in).Root(), options);
+    CRgn lasso;
+    CDC path;
+    path.BeginPath();
+    path.MoveTo(request.lasso[0].x, request.lasso[0].y);
+    for (size_t i = 1; i < request.lasso.size(); ++i) path.LineTo(request.lasso[i].x, request.lasso[i].y);
+    path.CloseFigure();
+    path.EndPath();
+    lasso.Attach(PathToRegion(path.m_hDC));
+    const gl::CutStep step =
+        gl::CutByRegion(scene.Root(), camera, request.width, request.height, lasso, request.keepInside);
+    // Geometry calculated before the cut no longer fits the scan.
+    bool hadGeometry = false;
+    for (unsigned int i = 0; i < scene.Root()->GetChildNum(); ++i)
+        hadGeometry = hadGeometry || IsGeometryGroup(scene.Root()->GetChild(i));
+    if (hadGeometry) {
+        RemoveGeometry(scene.Root());
+        scene.Root()->AppendChild(Calculate(scene.Root(), mode, request.in).Root());
+    }
+
+    progress.Step("writing " + request.out);
+    SaveAs(scene.Root(), request.out);
+    progress.Finish();
+    std::printf("%s: %d of %lld vertices and %d of %lld polygons cut\n", request.out.c_str(), step.RemovedVertices(),
+                static_cast<long long>(before.vertices), step.RemovedPolygons(),
+                static_cast<long long>(before.polygons));
     progress.End();
 }
 

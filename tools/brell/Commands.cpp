@@ -3,6 +3,7 @@
 #include "Listing.h"
 #include "Progress.h"
 #include "SceneFiles.h"
+#include "Viewer.h"
 
 #include <brelldata/core/Tree.h>
 #include <brelldata/core/Walk.h>
@@ -297,6 +298,22 @@ void Cut(const Common& common, const CutRequest& request)
                 static_cast<long long>(before.vertices), step.RemovedPolygons(),
                 static_cast<long long>(before.polygons));
     progress.End();
+}
+
+int View(const Common& common, const ViewRequest& request)
+{
+    const FileKind kind = KindOf(request.in, common.kind);
+    view::Settings settings;
+    settings.name = std::filesystem::path(request.in).filename().string();
+    settings.open = [&request, kind] { return Open(request.in, kind); };
+    const std::string out = request.out.empty() ? request.in : request.out;
+    settings.save = [out](CBaseNode* root) { SaveAs(root, out); };
+    settings.width = request.width;
+    settings.height = request.height;
+    settings.mode = request.mode;
+    settings.replay = request.replay;
+    settings.timing = common.timing;
+    return view::Run(settings);
 }
 
 }  // namespace brell::tool

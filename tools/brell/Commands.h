@@ -59,6 +59,18 @@ struct CutRequest {
 // saves the rest as a scene or scan file, by out's extension.
 void Cut(const Common& common, const CutRequest& request);
 
+struct ViewRequest {
+    std::string in;
+    // Where Ctrl+S saves, as a scene or scan file by its extension; in by default.
+    std::string out;
+    int width = 1024;
+    int height = 768;
+    std::string mode;
+    std::string replay;
+};
+// Opens the viewer's window on a scene or scan file; its exit status.
+int View(const Common& common, const ViewRequest& request);
+
 // The camera data file at path, a regular file, described on standard output.
 void CameraInfo(const std::string& path, CameraLayout layout);
 

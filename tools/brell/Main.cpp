@@ -194,8 +194,22 @@ int main(int argc, char** argv)
     cut->add_option("--lasso", lasso, "the lasso's corners in window pixels: x1,y1,x2,y2,...")->required();
     cut->add_flag("--keep-inside", cutting.keepInside, "keep what is inside the lasso and cut the rest");
 
+    ViewRequest viewing;
+    std::string viewSize = "1024x768";
+    CLI::App* viewer = app.add_subcommand("view", "a window on a scene or scan file, for looking and cutting");
+    viewer->add_option("FILE", in, "scene or scan file")->required();
+    viewer->add_option("-o,--output", out, "where Ctrl+S saves, a scene or scan file (default: FILE)");
+    viewer->add_option("--size", viewSize, "window size WxH (default 1024x768)");
+    viewer->add_option("--mode", viewing.mode, "geometry of the scan data: " + CLI::detail::join(procedures))
+        ->check(CLI::IsMember(procedures));
+    viewer->add_option("--replay", viewing.replay, "play the input events of this file, then end");
+
     try {
         app.parse(argc, argv);
+        if (viewer->parsed() && !ParseSize(viewSize, viewing.width, viewing.height))
+            throw CLI::ValidationError("--size", "expected WxH between 1x1 and 8192x8192, found \"" + viewSize + "\"");
+        if (viewer->parsed() && !out.empty() && std::filesystem::path(out).extension() != ".scene")
+            CheckOutputName(out, "");
         if (cut->parsed() && !ParseSize(cutSize, cutting.width, cutting.height))
             throw CLI::ValidationError("--size", "expected WxH between 1x1 and 8192x8192, found \"" + cutSize + "\"");
         if (const std::string wanted = cut->parsed() ? ParseView(view, cutting.direction) : ""; !wanted.empty())
@@ -216,7 +230,7 @@ int main(int argc, char** argv)
         const std::vector<std::string> left = app.remaining();
         if (app.get_subcommands().empty() && !left.empty())
             return Fail(kUsage, "unknown subcommand \"" + left.front() +
-                                    "\": expected info, list, import, export, calc, render or cut");
+                                    "\": expected info, list, import, export, calc, render, cut or view");
         return Fail(kUsage, error.what());
     }
     if (verbose) ShowLibraryTrace(argv);
@@ -233,6 +247,11 @@ int main(int argc, char** argv)
             request.out = out;
             request.mode = mode;
             Render(common, request);
+        }
+        if (viewer->parsed()) {
+            viewing.in = in;
+            viewing.out = out;
+            return View(common, viewing);
         }
         if (cut->parsed()) {
             cutting.in = in;

@@ -125,7 +125,9 @@ public:
         display_.SetRoot(nullptr);
         renderer_.reset();
         if (window_ != nullptr) glfwDestroyWindow(window_);
-        glfwTerminate();
+        // No glfwTerminate: it would terminate GLFW's EGL display and so
+        // unload Mesa's driver, which then loses what it allocated, as the
+        // renderer's own display is kept for the process.
     }
 
     int Run();
@@ -211,7 +213,7 @@ private:
     double frameMs_ = 0.0, shownFrameMs_ = 0.0;
     Clock::time_point statusTime_ = Clock::now();
     long long frames_ = 0, quietFrames_ = 0;
-    double frameMsSum_ = 0.0, quietMsSum_ = 0.0;
+    double frameMsSum_ = 0.0, quietMsSum_ = 0.0, frameBytesSum_ = 0.0;
 };
 
 Viewer* ViewerOf(GLFWwindow* window)
@@ -287,8 +289,9 @@ int Viewer::Run()
         DrawFrame();
     }
     if (settings_.timing && frames_ > 0)
-        std::printf("%lld frames of %dx%d: %.1f ms each; %lld uploading nothing: %.1f ms each\n", frames_, width_,
-                    height_, frameMsSum_ / frames_, quietFrames_, quietFrames_ > 0 ? quietMsSum_ / quietFrames_ : 0.0);
+        std::printf("%lld frames of %dx%d: %.1f ms and %.0f uploaded bytes each; %lld uploading nothing: %.1f ms each\n",
+                    frames_, width_, height_, frameMsSum_ / frames_, frameBytesSum_ / frames_, quietFrames_,
+                    quietFrames_ > 0 ? quietMsSum_ / quietFrames_ : 0.0);
     return exitStatus_;
 }
 
@@ -361,7 +364,7 @@ void Viewer::Fit()
 void Viewer::DrawFrame()
 {
     const Clock::time_point start = Clock::now();
-    const uint64_t uploads = renderer_->Uploads();
+    const uint64_t uploads = renderer_->Uploads(), uploadedBytes = renderer_->UploadedBytes();
     if (ready_) {
         camera_->camera = orbit_.Camera();
         UpdateStatus();
@@ -384,6 +387,7 @@ void Viewer::DrawFrame()
     if (!ready_) return;
     ++frames_;
     frameMsSum_ += frameMs_;
+    frameBytesSum_ += static_cast<double>(renderer_->UploadedBytes() - uploadedBytes);
     if (renderer_->Uploads() == uploads) {
         ++quietFrames_;
         quietMsSum_ += frameMs_;

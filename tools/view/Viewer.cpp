@@ -394,7 +394,7 @@ void Viewer::DrawFrame()
     }
 }
 
-// The status line changes its text, and so uploads, at most twice a second.
+// The status line changes its text, and so uploads, at most once a second.
 void Viewer::UpdateStatus()
 {
     long long vertices = 0, polygons = 0;
@@ -406,7 +406,7 @@ void Viewer::UpdateStatus()
         if (auto* mesh = AsKindOf<CMeshNode>(node)) polygons += mesh->polygons->Number();
         for (unsigned int i = 0; i < node->GetChildNum(); ++i) pending.push_back(node->GetChild(i));
     }
-    if (Clock::now() - statusTime_ > std::chrono::milliseconds(500)) {
+    if (Clock::now() - statusTime_ > std::chrono::seconds(1)) {
         statusTime_ = Clock::now();
         shownFrameMs_ = frameMs_;
     }

@@ -203,7 +203,7 @@ private:
 
     gl::CutHistory history_;
     bool unsaved_ = false;
-    bool askingToQuit_ = false;
+    CGeoBaseNode* question_ = nullptr;  // asked before quitting with unsaved cuts
     std::string message_;
 
     std::ifstream replay_;
@@ -289,7 +289,8 @@ int Viewer::Run()
         DrawFrame();
     }
     if (settings_.timing && frames_ > 0)
-        std::printf("%lld frames of %dx%d: %.1f ms and %.0f uploaded bytes each; %lld uploading nothing: %.1f ms each\n",
+        std::printf("%lld frames of %dx%d: %.1f ms and %.0f uploaded bytes each; %lld uploading nothing: "
+                    "%.1f ms each\n",
                     frames_, width_, height_, frameMsSum_ / frames_, frameBytesSum_ / frames_, quietFrames_,
                     quietFrames_ > 0 ? quietMsSum_ / quietFrames_ : 0.0);
     return exitStatus_;
@@ -357,7 +358,8 @@ void Viewer::Fit()
     options.width = width_;
     options.height = height_;
     double box[6] = {-1, -1, -1, 1, 1, 1};
-    if (!io::ScanSceneBox(scan_.Root(), box)) EvalBBoxForNode(scan_.Root(), box[0], box[1], box[2], box[3], box[4], box[5]);
+    if (!io::ScanSceneBox(scan_.Root(), box))
+        EvalBBoxForNode(scan_.Root(), box[0], box[1], box[2], box[3], box[4], box[5]);
     orbit_.Fit(gl::SceneCamera(scene_, options), box);
 }
 
@@ -441,13 +443,12 @@ void Viewer::ShowProgress()
 void Viewer::OnKey(int key, int mods)
 {
     if (!ready_) return;
-    if (askingToQuit_) {
+    if (question_ != nullptr) {
         if (key == GLFW_KEY_S && Save()) glfwSetWindowShouldClose(window_, GLFW_TRUE);
         if (key == GLFW_KEY_Y) glfwSetWindowShouldClose(window_, GLFW_TRUE);
         if (key == GLFW_KEY_S || key == GLFW_KEY_Y || key == GLFW_KEY_N || key == GLFW_KEY_ESCAPE) {
-            askingToQuit_ = false;
-            RemoveAll(overlays_);
-            ShowSelection();
+            overlays_->RemoveChild(question_, 1);
+            question_ = nullptr;
         }
         return;
     }
@@ -496,7 +497,7 @@ void Viewer::OnKey(int key, int mods)
 
 void Viewer::OnButton(int button, bool pressed, int mods)
 {
-    if (!ready_ || askingToQuit_) return;
+    if (!ready_ || question_ != nullptr) return;
     if (!pressed) {
         EndDrag();
         return;
@@ -663,11 +664,11 @@ void Viewer::AskToQuit()
         glfwSetWindowShouldClose(window_, GLFW_TRUE);
         return;
     }
-    askingToQuit_ = true;
+    question_ = Hang(overlays_, new CGeoBaseNode);
     const std::string text = "unsaved cuts:  S save and quit,  Y quit without saving,  N stay";
     const RECT back{0, height_ / 2 - 8 * kTextScale, width_, height_ / 2 + 8 * kTextScale};
-    Hang(overlays_, new CGeoRectangle2DNode(&back, 1, kBarColor, 0));
-    Hang(overlays_, TextOverlay(text, (width_ - TextWidth(text, kTextScale)) / 2, height_ / 2 - 3 * kTextScale,
+    Hang(question_, new CGeoRectangle2DNode(&back, 1, kBarColor, 0));
+    Hang(question_, TextOverlay(text, (width_ - TextWidth(text, kTextScale)) / 2, height_ / 2 - 3 * kTextScale,
                                 kTextScale, kTextColor));
 }
 
@@ -685,7 +686,7 @@ void Viewer::OnClose()
 {
     if (!unsaved_ || !ready_) return;
     glfwSetWindowShouldClose(window_, GLFW_FALSE);
-    if (!askingToQuit_) AskToQuit();
+    if (question_ == nullptr) AskToQuit();
 }
 
 // Plays the replay file's next line; false at its end. The lines:

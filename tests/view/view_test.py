@@ -2,7 +2,7 @@
 """brell view in a window of a virtual X server, driven by a replay file of
 input events: the scan shows, a lasso cut takes part of it away, undo brings
 it back, Ctrl+S saves what the same cut by brell cut leaves, and quitting
-with unsaved cuts asks first.
+with unsaved cuts asks first; a camera data file shows its picture.
 
     view_test.py BRELL SCRATCH
 Exits 77 (skipped) only when no X server can be started.
@@ -131,6 +131,25 @@ saved = subprocess.run([brell, "info", "saved.ply"], capture_output=True, text=T
 count = int(re.search(r"vertices: (\d+)", saved).group(1))
 if not 0 < removed < total or count != total - removed:
     failures.append(f"saved {count} vertices, expected {total - removed} of {total}")
+
+# A camera data file shows its colour block: red left, blue right.
+w, h = 64, 48
+header = bytearray(512)
+header[0:4] = b"TEST"
+struct.pack_into(">8H", header, 4, w, h, 1, 16, w, h, 1, 24)
+colours = b"".join((b"\xff\0\0" if x < w // 2 else b"\0\0\xff") for y in range(h) for x in range(w))
+open("shot.cam", "wb").write(bytes(header) + bytes(w * h * 2) + colours)
+open("shot.txt", "w").write("snapshot shot.png\n")
+server, display = start_x_server()
+try:
+    subprocess.run([brell, "view", "shot.cam", "--size", f"{WIDTH}x{HEIGHT}", "--replay", "shot.txt"],
+                   env=dict(os.environ, DISPLAY=display), timeout=300, check=True)
+finally:
+    server.terminate()
+    server.wait()
+shot = pixels("shot.png")
+if (shot[HEIGHT // 2][WIDTH // 2 - 20], shot[HEIGHT // 2][WIDTH // 2 + 20]) != ((255, 0, 0), (0, 0, 255)):
+    failures.append("the camera data file's picture does not show")
 
 for failure in failures:
     print("FAILED:", failure)

@@ -1,5 +1,6 @@
 #include "Commands.h"
 
+#include "CameraImage.h"
 #include "Listing.h"
 #include "Progress.h"
 #include "SceneFiles.h"
@@ -77,6 +78,12 @@ CTree Open(const std::string& path, FileKind kind)
     }
     if (kind == FileKind::scene) return CTree(LoadSceneFile(path));
     throw io::FileError::InFile(path, "a scene or scan file", "a camera data file (see brell info)");
+}
+
+// Open, but a camera data file becomes a scene showing its colour block.
+CTree OpenForViewing(const std::string& path, FileKind kind)
+{
+    return kind == FileKind::camera ? CameraImageScene(path) : Open(path, kind);
 }
 
 int IsGeometry(CBaseNode* node, int&, void*)
@@ -305,7 +312,7 @@ int View(const Common& common, const ViewRequest& request)
     const FileKind kind = KindOf(request.in, common.kind);
     view::Settings settings;
     settings.name = std::filesystem::path(request.in).filename().string();
-    settings.open = [&request, kind] { return Open(request.in, kind); };
+    settings.open = [&request, kind] { return OpenForViewing(request.in, kind); };
     const std::string out = request.out.empty() ? request.in : request.out;
     settings.save = [out](CBaseNode* root) { SaveAs(root, out); };
     settings.width = request.width;

@@ -405,7 +405,15 @@ std::vector<CBaseNode*> CutStep::Nodes() const
 void CutStep::Undo()
 {
     if (impl_->undone) return;
-    for (size_t i = impl_->cuts.size(); i-- > 0;) Impl::PutBackInto(impl_->cuts[i]);
+    // The bytes are back in the scene; Redo takes them out again.
+    for (size_t i = impl_->cuts.size(); i-- > 0;) {
+        NodeCut& cut = impl_->cuts[i];
+        Impl::PutBackInto(cut);
+        for (std::vector<unsigned char>* bytes : {&cut.vertices, &cut.polygons, &cut.texCoords})
+            std::vector<unsigned char>().swap(*bytes);
+        cut.vertexAttributes.clear();
+        cut.polygonAttributes.clear();
+    }
     impl_->undone = true;
 }
 

@@ -224,5 +224,13 @@ TEST_F(CutTest, AStepKeepsOnlyWhatItRemoved)
     EXPECT_LT(step.Bytes(), 1024u + 64u * (step.RemovedVertices() + step.RemovedPolygons()));
 }
 
+TEST_F(CutTest, AnUndoneStepKeepsOnlyThePlacesItRemoved)
+{
+    gl::CutStep step = Cut();
+    const size_t cut = step.Bytes();
+    step.Undo();
+    EXPECT_LT(step.Bytes() * 10, cut);
+}
+
 }  // namespace
 }  // namespace brell::test

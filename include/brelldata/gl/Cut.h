@@ -31,8 +31,9 @@ private:
 // before the cut) and values of the removed vertices and polygons, with their
 // per-vertex "normals" and "colors", texture coordinate rows and per-polygon
 // "faceColors", so that Undo puts the scene back byte for byte. It costs the
-// removed items' bytes, not a copy of the scan. It holds one reference on
-// each node it changed. Undo and Redo expect the nodes as the step left them.
+// removed items' bytes, not a copy of the scan, and once undone only their
+// places. It holds one reference on each node it changed. Undo and Redo
+// expect the nodes as the step left them.
 class BRELL_GL_API CutStep {
 public:
     CutStep();

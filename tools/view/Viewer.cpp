@@ -212,8 +212,10 @@ private:
 
     double frameMs_ = 0.0, shownFrameMs_ = 0.0;
     Clock::time_point statusTime_ = Clock::now();
-    long long frames_ = 0, quietFrames_ = 0;
-    double frameMsSum_ = 0.0, quietMsSum_ = 0.0, frameBytesSum_ = 0.0;
+    // The first frame uploads the scene; the warm ones after it are summed.
+    double firstFrameMs_ = 0.0, firstFrameBytes_ = 0.0;
+    long long warmFrames_ = 0, quietFrames_ = 0;
+    double warmMsSum_ = 0.0, warmBytesSum_ = 0.0;
 };
 
 Viewer* ViewerOf(GLFWwindow* window)
@@ -288,11 +290,12 @@ int Viewer::Run()
         }
         DrawFrame();
     }
-    if (settings_.timing && frames_ > 0)
-        std::printf("%lld frames of %dx%d: %.1f ms and %.0f uploaded bytes each; %lld uploading nothing: "
-                    "%.1f ms each\n",
-                    frames_, width_, height_, frameMsSum_ / frames_, frameBytesSum_ / frames_, quietFrames_,
-                    quietFrames_ > 0 ? quietMsSum_ / quietFrames_ : 0.0);
+    if (settings_.timing)
+        std::printf("first frame of %dx%d: %.1f ms, %.0f bytes uploaded; %lld warm frames: %.1f ms and %.0f bytes "
+                    "uploaded each, %lld of them uploading nothing\n",
+                    width_, height_, firstFrameMs_, firstFrameBytes_, warmFrames_,
+                    warmFrames_ > 0 ? warmMsSum_ / warmFrames_ : 0.0,
+                    warmFrames_ > 0 ? warmBytesSum_ / warmFrames_ : 0.0, quietFrames_);
     return exitStatus_;
 }
 
@@ -366,7 +369,7 @@ void Viewer::Fit()
 void Viewer::DrawFrame()
 {
     const Clock::time_point start = Clock::now();
-    const uint64_t uploads = renderer_->Uploads(), uploadedBytes = renderer_->UploadedBytes();
+    const uint64_t uploadedBytes = renderer_->UploadedBytes();
     if (ready_) {
         camera_->camera = orbit_.Camera();
         UpdateStatus();
@@ -387,13 +390,16 @@ void Viewer::DrawFrame()
     glfwSwapBuffers(window_);
     frameMs_ = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
     if (!ready_) return;
-    ++frames_;
-    frameMsSum_ += frameMs_;
-    frameBytesSum_ += static_cast<double>(renderer_->UploadedBytes() - uploadedBytes);
-    if (renderer_->Uploads() == uploads) {
-        ++quietFrames_;
-        quietMsSum_ += frameMs_;
+    const double uploaded = static_cast<double>(renderer_->UploadedBytes() - uploadedBytes);
+    if (firstFrameMs_ == 0.0) {
+        firstFrameMs_ = frameMs_;
+        firstFrameBytes_ = uploaded;
+        return;
     }
+    ++warmFrames_;
+    warmMsSum_ += frameMs_;
+    warmBytesSum_ += uploaded;
+    if (uploaded == 0.0) ++quietFrames_;
 }
 
 // The status line changes its text, and so uploads, at most once a second.

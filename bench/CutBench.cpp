@@ -36,9 +36,12 @@ HRGN Lasso()
     dc.BeginPath();
     for (int k = 0; k < 100; ++k) {
         const double angle = 2.0 * 3.14159265358979 * k / 100, radius = 150.0 + 30.0 * std::sin(7.0 * angle);
-        const int x = static_cast<int>(400 + radius * std::cos(angle)), y = static_cast<int>(300 + radius * std::sin(angle));
-        if (k == 0) dc.MoveTo(x, y);
-        else dc.LineTo(x, y);
+        const int x = static_cast<int>(400 + radius * std::cos(angle)),
+                  y = static_cast<int>(300 + radius * std::sin(angle));
+        if (k == 0)
+            dc.MoveTo(x, y);
+        else
+            dc.LineTo(x, y);
     }
     dc.CloseFigure();
     dc.EndPath();

@@ -203,11 +203,10 @@ private:
 
 }  // namespace
 
-WindowProjection::WindowProjection(const CAMERA_PARAM& camera, int width, int height)
-    : width_(width), height_(height)
+WindowProjection::WindowProjection(const CAMERA_PARAM& camera, int width, int height) : width_(width), height_(height)
 {
-    const Matrix m = Multiply(ProjectionMatrix(camera, height > 0 ? static_cast<double>(width) / height : 1.0),
-                              ViewMatrix(camera));
+    const Matrix m =
+        Multiply(ProjectionMatrix(camera, height > 0 ? static_cast<double>(width) / height : 1.0), ViewMatrix(camera));
     std::copy(m.begin(), m.end(), matrix_);
 }
 
@@ -273,8 +272,8 @@ struct CutStep::Impl {
         BulkVector<CPolygon<int>>& rows = mesh->polygons->rows;
         const size_t polygonCount = rows.size();
         cut.texCoordsFollow = mesh->texCoords->rows.size() == polygonCount;
-        cut.polygonAttributes = TakeOutOfAttributes(mesh, kPolygonAttributes, std::size(kPolygonAttributes),
-                                                    polygonCount, cut.polygonRuns);
+        cut.polygonAttributes =
+            TakeOutOfAttributes(mesh, kPolygonAttributes, std::size(kPolygonAttributes), polygonCount, cut.polygonRuns);
         rows.resize(TakeOut(rows.data(), sizeof(CPolygon<int>), polygonCount, cut.polygonRuns, cut.polygons));
         if (cut.texCoordsFollow) {
             auto& texRows = mesh->texCoords->rows;
@@ -300,7 +299,8 @@ struct CutStep::Impl {
         const size_t keptRows = rows.size(), allRows = keptRows + static_cast<size_t>(Total(cut.polygonRuns));
         PutBackIntoAttributes(mesh, cut.polygonAttributes, keptRows, cut.polygonRuns);
         rows.resize(allRows);
-        PutBack(rows.data(), sizeof(CPolygon<int>), keptRows, cut.polygonRuns, cut.polygons.data() + cut.polygons.size());
+        PutBack(rows.data(), sizeof(CPolygon<int>), keptRows, cut.polygonRuns,
+                cut.polygons.data() + cut.polygons.size());
         if (cut.texCoordsFollow) {
             auto& texRows = mesh->texCoords->rows;
             texRows.resize(allRows);
@@ -424,8 +424,7 @@ void CutStep::Redo()
     impl_->undone = false;
 }
 
-CutStep CutByRegion(CBaseNode* scene, const CAMERA_PARAM& camera, int width, int height, HRGN region,
-                    bool keepInside)
+CutStep CutByRegion(CBaseNode* scene, const CAMERA_PARAM& camera, int width, int height, HRGN region, bool keepInside)
 {
     auto step = std::make_unique<CutStep::Impl>();
     if (scene == nullptr || region == nullptr || width < 1 || height < 1) return CutStep(std::move(step));

@@ -11,8 +11,7 @@ namespace brell::gl {
 
 Renderer::Renderer(int width, int height) : impl_(std::make_shared<Impl>(width, height)) {}
 
-Renderer::Renderer(CurrentWindow window, int width, int height)
-    : impl_(std::make_shared<Impl>(window, width, height))
+Renderer::Renderer(CurrentWindow window, int width, int height) : impl_(std::make_shared<Impl>(window, width, height))
 {
 }
 

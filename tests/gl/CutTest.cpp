@@ -88,8 +88,9 @@ CMeshNode* GridMesh()
     for (int row = 0; row + 1 < kGrid; ++row)
         for (int column = 0; column + 1 < kGrid; ++column) {
             const int corner = row * kGrid + column;
-            for (const CPolygon<int>& triangle : {CPolygon<int>{{corner, corner + 1, corner + kGrid, 0}, 3},
-                                                  CPolygon<int>{{corner + 1, corner + kGrid + 1, corner + kGrid, 0}, 3}}) {
+            for (const CPolygon<int>& triangle :
+                 {CPolygon<int>{{corner, corner + 1, corner + kGrid, 0}, 3},
+                  CPolygon<int>{{corner + 1, corner + kGrid + 1, corner + kGrid, 0}, 3}}) {
                 const int polygon = mesh->polygons->Number();
                 mesh->polygons->rows.push_back(triangle);
                 mesh->texCoords->rows.push_back({{{static_cast<float>(polygon), 0.0f}}, 3});

@@ -14,22 +14,11 @@ namespace brell::tool {
 
 namespace {
 
-template <class Record>
-Record ReadAs(const std::string& path)
-{
-    CFile file(path.c_str(), CFile::modeRead);
-    CArchive archive(&file, CArchive::load);
-    Record record;
-    archive >> record;
-    return record;
-}
-
 template <class Shot>
 CRefData<CMatrixDataStore<RGBA>> ColourBlock(const Shot& shot, const std::string& path)
 {
     const int width = shot.header.colorPlaneWidth, height = shot.header.colorPlaneHeight;
-    if (shot.header.colorPlanePixelBits != 24 || width < 1 || height < 1 ||
-        shot.length2D < int64_t{width} * height * 3)
+    if (shot.header.colorPlanePixelBits != 24 || width < 1 || height < 1 || shot.length2D < int64_t{width} * height * 3)
         throw io::FileError::InFile(path, "a camera data file with a 24-bit colour plane", "none");
     CRefData<CMatrixDataStore<RGBA>> image;
     image->width = width;
@@ -49,11 +38,12 @@ CRefData<CMatrixDataStore<RGBA>> ReadCameraImage(const std::string& path)
         CFile file(path.c_str(), CFile::modeRead);
         bytes = file.GetLength();
     }
-    switch (DetectCameraLayout(ReadAs<CAMERAHEADER>(path), ReadAs<KAMERAHEADER>(path), bytes)) {
+    const CAMERAHEADER first = ReadCameraRecord<CAMERAHEADER>(path);
+    switch (DetectCameraLayout(first, ReadCameraRecord<KAMERAHEADER>(path), bytes)) {
         case CameraFileLayout::first:
-            return ColourBlock(ReadAs<CAMERADATA>(path), path);
+            return ColourBlock(ReadCameraRecord<CAMERADATA>(path), path);
         case CameraFileLayout::second:
-            return ColourBlock(ReadAs<KAMERADATA>(path), path);
+            return ColourBlock(ReadCameraRecord<KAMERADATA>(path), path);
         case CameraFileLayout::none:
             break;
     }

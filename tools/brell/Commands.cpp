@@ -149,8 +149,10 @@ CTree Calculate(CBaseNode* root, const std::string& procedure, const std::string
 // Saves root as a scene file or, by out's extension, a scan file.
 void SaveAs(CBaseNode* root, const std::string& out)
 {
-    if (std::filesystem::path(out).extension() == ".scene") SaveSceneFile(root, out);
-    else io::ExportScan(root, out);
+    if (std::filesystem::path(out).extension() == ".scene")
+        SaveSceneFile(root, out);
+    else
+        io::ExportScan(root, out);
 }
 
 }  // namespace
@@ -278,7 +280,8 @@ void Cut(const Common& common, const CutRequest& request)
     options.height = request.height;
     options.direction = request.direction;
     const std::string mode = RenderMode(scene.Root(), "");
-    const CAMERA_PARAM camera = gl::SceneCamera(Calculate(scene.Root(), gl::kPointsProcedure, request.in).Root(), options);
+    const CAMERA_PARAM camera =
+        gl::SceneCamera(Calculate(scene.Root(), gl::kPointsProcedure, request.in).Root(), options);
     CRgn lasso;
     CDC path;
     path.BeginPath();

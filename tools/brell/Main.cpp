@@ -215,8 +215,8 @@ int main(int argc, char** argv)
         if (const std::string wanted = cut->parsed() ? ParseView(view, cutting.direction) : ""; !wanted.empty())
             throw CLI::ValidationError("--view", "expected " + wanted + ", found \"" + view + "\"");
         if (cut->parsed() && !ParseLasso(lasso, cutting.lasso))
-            throw CLI::ValidationError("--lasso", "expected x1,y1,x2,y2,... of three corners or more, found \"" +
-                                                      lasso + "\"");
+            throw CLI::ValidationError("--lasso",
+                                       "expected x1,y1,x2,y2,... of three corners or more, found \"" + lasso + "\"");
         if (cut->parsed() && std::filesystem::path(out).extension() != ".scene") CheckOutputName(out, "");
         if (render->parsed() && !ParseSize(size, request.width, request.height))
             throw CLI::ValidationError("--size", "expected WxH between 1x1 and 8192x8192, found \"" + size + "\"");

@@ -97,7 +97,8 @@ void Orbit::Axes(CVector_3<double>& right, CVector_3<double>& up) const
 {
     const CVector_3<double> back = Backwards(yaw_, pitch_);
     const CVector_3<double> forward{-back.x, -back.y, -back.z};
-    const CVector_3<double> worldUp = std::fabs(forward.y) > 0.999 ? CVector_3<double>{0, 0, -1} : CVector_3<double>{0, 1, 0};
+    const CVector_3<double> worldUp =
+        std::fabs(forward.y) > 0.999 ? CVector_3<double>{0, 0, -1} : CVector_3<double>{0, 1, 0};
     right = Unit(Cross(forward, worldUp));
     up = Cross(right, forward);
 }

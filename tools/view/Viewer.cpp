@@ -170,7 +170,7 @@ private:
     CTree display_;
     CGeoCameraNode* camera_ = nullptr;
     CGeoLightNode* light_ = nullptr;
-    CGeoBaseNode* scene_ = nullptr;      // a reference node per part
+    CGeoBaseNode* scene_ = nullptr;     // a reference node per part
     CGeoRefNode* statusRef_ = nullptr;  // the status line, cached until its text changes
     CGeoBaseNode* overlays_ = nullptr;  // lasso, box, selection, prompts
     CTree status_;
@@ -262,9 +262,8 @@ int Viewer::Run()
     });
     glfwSetCursorPosCallback(window_, [](GLFWwindow* w, double x, double y) { ViewerOf(w)->OnCursor(x, y); });
     glfwSetScrollCallback(window_, [](GLFWwindow* w, double, double steps) { ViewerOf(w)->OnScroll(steps); });
-    glfwSetFramebufferSizeCallback(window_, [](GLFWwindow* w, int width, int height) {
-        ViewerOf(w)->OnResize(width, height);
-    });
+    glfwSetFramebufferSizeCallback(window_,
+                                   [](GLFWwindow* w, int width, int height) { ViewerOf(w)->OnResize(width, height); });
     glfwSetWindowCloseCallback(window_, [](GLFWwindow* w) { ViewerOf(w)->OnClose(); });
     if (!settings_.replay.empty()) {
         replay_.open(settings_.replay);
@@ -291,11 +290,12 @@ int Viewer::Run()
         DrawFrame();
     }
     if (settings_.timing)
-        std::printf("first frame of %dx%d: %.1f ms, %.0f bytes uploaded; %lld warm frames: %.1f ms and %.0f bytes "
-                    "uploaded each, %lld of them uploading nothing\n",
-                    width_, height_, firstFrameMs_, firstFrameBytes_, warmFrames_,
-                    warmFrames_ > 0 ? warmMsSum_ / warmFrames_ : 0.0,
-                    warmFrames_ > 0 ? warmBytesSum_ / warmFrames_ : 0.0, quietFrames_);
+        std::printf(
+            "first frame of %dx%d: %.1f ms, %.0f bytes uploaded; %lld warm frames: %.1f ms and %.0f bytes "
+            "uploaded each, %lld of them uploading nothing\n",
+            width_, height_, firstFrameMs_, firstFrameBytes_, warmFrames_,
+            warmFrames_ > 0 ? warmMsSum_ / warmFrames_ : 0.0, warmFrames_ > 0 ? warmBytesSum_ / warmFrames_ : 0.0,
+            quietFrames_);
     return exitStatus_;
 }
 
@@ -438,8 +438,8 @@ void Viewer::ShowProgress()
     RemoveAll(overlays_);
     const int percent = static_cast<int>(100.0 * loadedFraction_);
     const std::string text = "loading " + settings_.name + "   " + std::to_string(percent) + "%";
-    Hang(overlays_, TextOverlay(text, (width_ - TextWidth(text, kTextScale)) / 2, height_ / 2 - 20, kTextScale,
-                                kTextColor));
+    Hang(overlays_,
+         TextOverlay(text, (width_ - TextWidth(text, kTextScale)) / 2, height_ / 2 - 20, kTextScale, kTextColor));
     const RECT frame{width_ / 4, height_ / 2, width_ * 3 / 4, height_ / 2 + 12};
     Hang(overlays_, new CGeoRectangle2DNode(&frame, 0, kTextColor, 1));
     const RECT done{frame.left, frame.top, frame.left + (frame.right - frame.left) * percent / 100, frame.bottom};
@@ -705,8 +705,7 @@ void Viewer::OnClose()
 bool Viewer::PlayNext()
 {
     std::string line;
-    while (std::getline(replay_, line) && (line.empty() || line[0] == '#')) {
-    }
+    while (std::getline(replay_, line) && (line.empty() || line[0] == '#')) {}
     if (!replay_ && line.empty()) return false;
     std::istringstream in(line);
     std::string verb, what;
@@ -727,12 +726,15 @@ bool Viewer::PlayNext()
         int key = GLFW_KEY_UNKNOWN;
         if (what.size() == 1 && std::isalnum(static_cast<unsigned char>(what[0])))
             key = std::toupper(static_cast<unsigned char>(what[0]));  // GLFW's letter and digit keys are ASCII
-        else if (what == "delete") key = GLFW_KEY_DELETE;
-        else if (what == "escape") key = GLFW_KEY_ESCAPE;
-        else if (what.size() == 3 && what.rfind("kp", 0) == 0) key = GLFW_KEY_KP_0 + (what[2] - '0');
+        else if (what == "delete")
+            key = GLFW_KEY_DELETE;
+        else if (what == "escape")
+            key = GLFW_KEY_ESCAPE;
+        else if (what.size() == 3 && what.rfind("kp", 0) == 0)
+            key = GLFW_KEY_KP_0 + (what[2] - '0');
         OnKey(key, mods);
     } else if (verb == "drag") {
-        const int button = what == "middle" ? GLFW_MOUSE_BUTTON_MIDDLE
+        const int button = what == "middle"  ? GLFW_MOUSE_BUTTON_MIDDLE
                            : what == "right" ? GLFW_MOUSE_BUTTON_RIGHT
                                              : GLFW_MOUSE_BUTTON_LEFT;
         bool pressed = false;

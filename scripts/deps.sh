@@ -6,11 +6,12 @@ set -euo pipefail
 # needed), Mesa's EGL driver and software rasterizer for machines without a
 # GPU, and libpng for pictures. clang and its runtime libraries build the fuzz
 # targets (scripts/fuzz.sh); libxxhash hashes scene files.
-# CLI11 parses the brell tool's arguments.
+# CLI11 parses the brell tool's arguments; GLFW opens brell view's window,
+# and Xvfb gives its test a display of its own.
 # pybind11, Python's headers, numpy and pytest build and test the Python module.
 packages=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev
   libegl-dev libopengl-dev libegl-mesa0 libgl1-mesa-dri libpng-dev clang libclang-rt-dev libxxhash-dev
-  libcli11-dev pybind11-dev python3-dev python3-numpy python3-pytest)
+  libcli11-dev libglfw3-dev xvfb pybind11-dev python3-dev python3-numpy python3-pytest)
 missing=()
 for package in "${packages[@]}"; do
   dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q "install ok installed" || missing+=("$package")

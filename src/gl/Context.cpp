@@ -60,13 +60,18 @@ EGLDisplay SurfacelessDisplay()
     return display;
 }
 
-}  // namespace
-
-Renderer::Impl::Impl(int width, int height) : width(width), height(height)
+void CheckSize(int width, int height)
 {
     if (width <= 0 || height <= 0)
         throw RenderError::At("picture size", "expected a positive width and height, found " + std::to_string(width) +
                                                   "x" + std::to_string(height));
+}
+
+}  // namespace
+
+Renderer::Impl::Impl(int width, int height) : width(width), height(height)
+{
+    CheckSize(width, height);
     display_ = SurfacelessDisplay();
     const EGLDisplay display = display_;
     if (!HasExtension(eglQueryString(display, EGL_EXTENSIONS), "EGL_KHR_surfaceless_context"))
@@ -92,40 +97,87 @@ Renderer::Impl::Impl(int width, int height) : width(width), height(height)
     }
     try {
         glGenRenderbuffers(1, &colorBuffer_);
-        glBindRenderbuffer(GL_RENDERBUFFER, colorBuffer_);
-        glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, width, height);
         glGenRenderbuffers(1, &depthBuffer_);
-        glBindRenderbuffer(GL_RENDERBUFFER, depthBuffer_);
-        glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH_COMPONENT24, width, height);
         glGenFramebuffers(1, &framebuffer_);
+        StoreFramebuffer();
         glBindFramebuffer(GL_FRAMEBUFFER, framebuffer_);
         glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_RENDERBUFFER, colorBuffer_);
         glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_RENDERBUFFER, depthBuffer_);
         const std::string size = std::to_string(width) + "x" + std::to_string(height);
-        if (const GLenum error = glGetError(); error != GL_NO_ERROR)
-            throw RenderError::OfGl("glRenderbufferStorage", "no framebuffer of " + size + " pixels", error);
         if (const GLenum status = glCheckFramebufferStatus(GL_FRAMEBUFFER); status != GL_FRAMEBUFFER_COMPLETE)
             throw RenderError::OfGl("glCheckFramebufferStatus", "the framebuffer of " + size + " is incomplete",
                                     status);
-
-        const GLuint vertex = CompileShader(GL_VERTEX_SHADER, kVertexShader);
-        const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, kFragmentShader);
-        program_ = glCreateProgram();
-        glAttachShader(program_, vertex);
-        glAttachShader(program_, fragment);
-        glLinkProgram(program_);
-        glDeleteShader(vertex);
-        glDeleteShader(fragment);
-        GLint linked = 0;
-        glGetProgramiv(program_, GL_LINK_STATUS, &linked);
-        if (linked == 0) {
-            char log[1024] = "";
-            glGetProgramInfoLog(program_, sizeof log, nullptr, log);
-            throw RenderError::At("glLinkProgram", std::string("the renderer's shaders do not link: ") + log);
-        }
+        BuildProgram();
     } catch (...) {
         Release();
         throw;
+    }
+}
+
+Renderer::Impl::Impl(CurrentWindow, int width, int height) : width(width), height(height)
+{
+    CheckSize(width, height);
+    display_ = eglGetCurrentDisplay();
+    context_ = eglGetCurrentContext();
+    surface_ = eglGetCurrentSurface(EGL_DRAW);
+    ownsContext_ = false;
+    if (context_ == EGL_NO_CONTEXT)
+        throw RenderError::At("eglGetCurrentContext",
+                              "no EGL context is current to draw into a window (make the window's context with EGL)");
+    try {
+        BuildProgram();
+    } catch (...) {
+        Release();
+        throw;
+    }
+}
+
+void Renderer::Impl::StoreFramebuffer()
+{
+    glBindRenderbuffer(GL_RENDERBUFFER, colorBuffer_);
+    glRenderbufferStorage(GL_RENDERBUFFER, GL_RGBA8, width, height);
+    glBindRenderbuffer(GL_RENDERBUFFER, depthBuffer_);
+    glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH_COMPONENT24, width, height);
+    if (const GLenum error = glGetError(); error != GL_NO_ERROR)
+        throw RenderError::OfGl("glRenderbufferStorage",
+                                "no framebuffer of " + std::to_string(width) + "x" + std::to_string(height) + " pixels",
+                                error);
+}
+
+void Renderer::Impl::Resize(int newWidth, int newHeight)
+{
+    CheckSize(newWidth, newHeight);
+    MakeCurrent();
+    const int oldWidth = width, oldHeight = height;
+    width = newWidth;
+    height = newHeight;
+    if (!ownsContext_) return;
+    try {
+        StoreFramebuffer();
+    } catch (...) {
+        width = oldWidth;
+        height = oldHeight;
+        StoreFramebuffer();
+        throw;
+    }
+}
+
+void Renderer::Impl::BuildProgram()
+{
+    const GLuint vertex = CompileShader(GL_VERTEX_SHADER, kVertexShader);
+    const GLuint fragment = CompileShader(GL_FRAGMENT_SHADER, kFragmentShader);
+    program_ = glCreateProgram();
+    glAttachShader(program_, vertex);
+    glAttachShader(program_, fragment);
+    glLinkProgram(program_);
+    glDeleteShader(vertex);
+    glDeleteShader(fragment);
+    GLint linked = 0;
+    glGetProgramiv(program_, GL_LINK_STATUS, &linked);
+    if (linked == 0) {
+        char log[1024] = "";
+        glGetProgramInfoLog(program_, sizeof log, nullptr, log);
+        throw RenderError::At("glLinkProgram", std::string("the renderer's shaders do not link: ") + log);
     }
     at_ = {glGetUniformLocation(program_, "uModelView"),     glGetUniformLocation(program_, "uProjection"),
            glGetUniformLocation(program_, "uColor"),         glGetUniformLocation(program_, "uPointSize"),
@@ -152,13 +204,14 @@ void Renderer::Impl::Release()
     glDeleteFramebuffers(1, &framebuffer_);
     glDeleteRenderbuffers(1, &colorBuffer_);
     glDeleteRenderbuffers(1, &depthBuffer_);
+    if (!ownsContext_) return;
     eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
     eglDestroyContext(display_, context_);
 }
 
 void Renderer::Impl::MakeCurrent()
 {
-    if (eglGetCurrentContext() != context_) eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, context_);
+    if (eglGetCurrentContext() != context_) eglMakeCurrent(display_, surface_, surface_, context_);
 }
 
 }  // namespace brell::gl

@@ -102,7 +102,9 @@ int DrawRectangle2D(void* node, void* context)
     return figure.Draw(context, WindowLook(rectangle->color, rectangle->rectValue2));
 }
 
-// The region's rectangles moved by the offset, filled with the first colour.
+// The region's rectangles moved by the offset, filled with the first colour;
+// a regionValue from 1 to 254 is its opacity, so that a selection shows what
+// it covers.
 int DrawRegion2D(void* node, void* context)
 {
     auto* region = static_cast<CGeoRegion2DNode*>(node);
@@ -110,7 +112,9 @@ int DrawRegion2D(void* node, void* context)
     const int count = GetRegionRects(region->region.m_hObject, &rects);
     Figure figure(GL_TRIANGLES);
     for (int i = 0; i < count; ++i) figure.Fill(rects[i], region->offset);
-    return figure.Draw(context, WindowLook(region->color, 1));
+    Style look = WindowLook(region->color, 1);
+    if (region->regionValue > 0 && region->regionValue < 255) look.color[3] = region->regionValue / 255.0f;
+    return figure.Draw(context, look);
 }
 
 // Control points hold an anchor (words 0, 1), the handle into it (2, 3) and

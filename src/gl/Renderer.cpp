@@ -11,7 +11,16 @@ namespace brell::gl {
 
 Renderer::Renderer(int width, int height) : impl_(std::make_shared<Impl>(width, height)) {}
 
+Renderer::Renderer(CurrentWindow window, int width, int height) : impl_(std::make_shared<Impl>(window, width, height))
+{
+}
+
 Renderer::~Renderer() = default;
+
+void Renderer::Resize(int width, int height)
+{
+    impl_->Resize(width, height);
+}
 
 int Renderer::Width() const
 {

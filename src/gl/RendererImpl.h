@@ -70,12 +70,16 @@ struct Batch {
     void Free();
 };
 
+using CurrentWindow = Renderer::CurrentWindow;
+
 class Renderer::Impl : public std::enable_shared_from_this<Renderer::Impl> {
 public:
     Impl(int width, int height);
+    Impl(CurrentWindow, int width, int height);
     ~Impl();
 
     void MakeCurrent();
+    void Resize(int width, int height);
     void BeginFrame(const CAMERA_PARAM& camera, RGBA background);
     // Uploads geometry into the cache being recorded (else the frame's
     // batch) and draws it; 0 when GL ran out of memory.
@@ -99,6 +103,9 @@ public:
 private:
     // Frees the GL objects and the context, which must be current.
     void Release();
+    // Gives the off-screen framebuffer's buffers the renderer's size.
+    void StoreFramebuffer();
+    void BuildProgram();
     // Window items wait for DrawOverlays unless overlay is set.
     void Execute(const Item& item, bool overlay = false);
     void SetCamera(const CAMERA_PARAM& camera);
@@ -112,6 +119,9 @@ private:
 
     EGLDisplay display_ = EGL_NO_DISPLAY;
     EGLContext context_ = EGL_NO_CONTEXT;
+    // The window's, when drawing into one; else none.
+    EGLSurface surface_ = EGL_NO_SURFACE;
+    bool ownsContext_ = true;
     GLuint framebuffer_ = 0;
     GLuint colorBuffer_ = 0;
     GLuint depthBuffer_ = 0;

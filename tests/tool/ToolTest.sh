@@ -188,6 +188,23 @@ one_error "FILE"
 run 0 --help
 says "render"
 
+# cut: the left half of the front view holds the square's x = 0 corners,
+# which every triangle uses.
+left_half=0,0,400,0,400,600,0,600
+run 0 cut square.ply --lasso $left_half -o cut.ply
+says "cut.ply: 2 of 4 vertices and 2 of 2 polygons cut"
+run 0 info cut.ply
+says "vertices: 2"; says "polygons: 0"
+run 0 cut square.ply --view front --size 800x600 --lasso $left_half --keep-inside -o kept.scene
+run 0 info kept.scene
+says "vertices: 2"
+run 1 cut missing.ply --lasso $left_half -o x.ply
+one_error "missing.ply"
+run 2 cut square.ply --lasso 1,2,3,4 -o x.ply
+one_error "--lasso: expected x1,y1,x2,y2,... of three corners or more"
+run 2 cut square.ply --lasso $left_half -o x.png
+one_error "--output"
+
 # The library's trace lines show only when asked for.
 LD_LIBRARY_PATH=$scrivo run 0 info square.ply
 [ ! -s err ] || fail "info wrote to stderr"

@@ -1,5 +1,7 @@
 #include "Commands.h"
 
+#include "CameraImage.h"
+
 #include <brelldata/camera/CameraLayout.h>
 #include <brelldata/io/FileError.h>
 
@@ -18,16 +20,6 @@ struct Blocks {
     int32_t size2d = 0;
     int64_t fileBytes = 0;  // 0 when the reader takes no block
 };
-
-template <class Header>
-Header ReadHeader(const std::string& path)
-{
-    CFile file(path.c_str(), CFile::modeRead);
-    CArchive archive(&file, CArchive::load);
-    Header header;
-    archive >> header;
-    return header;
-}
 
 Blocks FirstLayout(const CAMERAHEADER& h)
 {
@@ -70,8 +62,8 @@ void CameraInfo(const std::string& path, CameraLayout layout)
         CFile file(path.c_str(), CFile::modeRead);
         fileBytes = file.GetLength();
     }
-    const CAMERAHEADER first = ReadHeader<CAMERAHEADER>(path);
-    const KAMERAHEADER second = ReadHeader<KAMERAHEADER>(path);
+    const CAMERAHEADER first = ReadCameraRecord<CAMERAHEADER>(path);
+    const KAMERAHEADER second = ReadCameraRecord<KAMERAHEADER>(path);
     const Blocks firstBlocks = FirstLayout(first), secondBlocks = SecondLayout(second);
     if (layout == CameraLayout::automatic) {
         switch (DetectCameraLayout(first, second, fileBytes)) {

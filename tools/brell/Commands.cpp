@@ -1,12 +1,15 @@
 #include "Commands.h"
 
+#include "CameraImage.h"
 #include "Listing.h"
 #include "Progress.h"
 #include "SceneFiles.h"
+#include "Viewer.h"
 
 #include <brelldata/core/Tree.h>
 #include <brelldata/core/Walk.h>
 #include <brelldata/geo/GeoBaseNode.h>
+#include <brelldata/gl/Cut.h>
 #include <brelldata/gl/Picture.h>
 #include <brelldata/io/Files.h>
 #include <brelldata/io/ScanScene.h>
@@ -78,6 +81,12 @@ CTree Open(const std::string& path, FileKind kind)
     throw io::FileError::InFile(path, "a scene or scan file", "a camera data file (see brell info)");
 }
 
+// Open, but a camera data file becomes a scene showing its colour block.
+CTree OpenForViewing(const std::string& path, FileKind kind)
+{
+    return kind == FileKind::camera ? CameraImageScene(path) : Open(path, kind);
+}
+
 int IsGeometry(CBaseNode* node, int&, void*)
 {
     return node->IsKindOf(CGeoBaseNode::TypeId());
@@ -136,6 +145,15 @@ CTree Calculate(CBaseNode* root, const std::string& procedure, const std::string
         for (unsigned int i = 0; i < root->GetChildNum(); ++i) calculate(root->GetChild(i));
     if (output.Root()->GetChildNum() == 0) throw io::FileError::InFile(path, "scan data", "none to calculate");
     return output;
+}
+
+// Saves root as a scene file or, by out's extension, a scan file.
+void SaveAs(CBaseNode* root, const std::string& out)
+{
+    if (std::filesystem::path(out).extension() == ".scene")
+        SaveSceneFile(root, out);
+    else
+        io::ExportScan(root, out);
 }
 
 }  // namespace
@@ -252,6 +270,67 @@ void Render(const Common& common, const RenderRequest& request)
     progress.Step("writing " + request.out);
     gl::WritePng(request.out, request.width, request.height, pixels);
     progress.End();
+}
+
+void Cut(const Common& common, const CutRequest& request)
+{
+    const FileKind kind = KindOf(request.in, common.kind);
+    Progress progress(ProgressWanted(common.quiet), common.timing, "brell cut", 3);
+    progress.Step("reading " + request.in);
+    CTree scene = Open(request.in, kind);
+    const SceneSummary before = Summarize(scene.Root());
+
+    progress.Step("cutting");
+    // Framed as brell render frames it: its geometry's box, or its camera.
+    gl::RenderOptions options;
+    options.width = request.width;
+    options.height = request.height;
+    options.direction = request.direction;
+    const std::string mode = RenderMode(scene.Root(), "");
+    const CAMERA_PARAM camera =
+        gl::SceneCamera(Calculate(scene.Root(), gl::kPointsProcedure, request.in).Root(), options);
+    CRgn lasso;
+    CDC path;
+    path.BeginPath();
+    path.MoveTo(request.lasso[0].x, request.lasso[0].y);
+    for (size_t i = 1; i < request.lasso.size(); ++i) path.LineTo(request.lasso[i].x, request.lasso[i].y);
+    path.CloseFigure();
+    path.EndPath();
+    lasso.Attach(PathToRegion(path.m_hDC));
+    const gl::CutStep step =
+        gl::CutByRegion(scene.Root(), camera, request.width, request.height, lasso, request.keepInside);
+    // Geometry calculated before the cut no longer fits the scan.
+    bool hadGeometry = false;
+    for (unsigned int i = 0; i < scene.Root()->GetChildNum(); ++i)
+        hadGeometry = hadGeometry || IsGeometryGroup(scene.Root()->GetChild(i));
+    if (hadGeometry) {
+        RemoveGeometry(scene.Root());
+        scene.Root()->AppendChild(Calculate(scene.Root(), mode, request.in).Root());
+    }
+
+    progress.Step("writing " + request.out);
+    SaveAs(scene.Root(), request.out);
+    progress.Finish();
+    std::printf("%s: %d of %lld vertices and %d of %lld polygons cut\n", request.out.c_str(), step.RemovedVertices(),
+                static_cast<long long>(before.vertices), step.RemovedPolygons(),
+                static_cast<long long>(before.polygons));
+    progress.End();
+}
+
+int View(const Common& common, const ViewRequest& request)
+{
+    const FileKind kind = KindOf(request.in, common.kind);
+    view::Settings settings;
+    settings.name = std::filesystem::path(request.in).filename().string();
+    settings.open = [&request, kind] { return OpenForViewing(request.in, kind); };
+    const std::string out = request.out.empty() ? request.in : request.out;
+    settings.save = [out](CBaseNode* root) { SaveAs(root, out); };
+    settings.width = request.width;
+    settings.height = request.height;
+    settings.mode = request.mode;
+    settings.replay = request.replay;
+    settings.timing = common.timing;
+    return view::Run(settings);
 }
 
 }  // namespace brell::tool

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <brelldata/data/Records.h>
+#include <brelldata/platform/Region.h>
 
 #include <string>
+#include <vector>
 
 // The brell tool's subcommands. Each returns normally on success and throws
 // brell::io::FileError, CFileException or brell::gl::RenderError for a file
@@ -44,6 +46,32 @@ struct RenderRequest {
     CVector_3<double> direction{0.0, 0.0, -1.0};
 };
 void Render(const Common& common, const RenderRequest& request);
+
+struct CutRequest {
+    std::string in;
+    std::string out;
+    int width = 800;
+    int height = 600;
+    CVector_3<double> direction{0.0, 0.0, -1.0};
+    // Window pixels of the lasso's corners, as brell render frames the scene.
+    std::vector<POINT> lasso;
+    bool keepInside = false;
+};
+// Cuts the scan data under the lasso (or, with keepInside, outside it) and
+// saves the rest as a scene or scan file, by out's extension.
+void Cut(const Common& common, const CutRequest& request);
+
+struct ViewRequest {
+    std::string in;
+    // Where Ctrl+S saves, as a scene or scan file by its extension; in by default.
+    std::string out;
+    int width = 1024;
+    int height = 768;
+    std::string mode;
+    std::string replay;
+};
+// Opens the viewer's window on a scene or scan file; its exit status.
+int View(const Common& common, const ViewRequest& request);
 
 // The camera data file at path, a regular file, described on standard output.
 void CameraInfo(const std::string& path, CameraLayout layout);

@@ -22,6 +22,7 @@
 #include <new>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include <unistd.h>
 
@@ -104,6 +105,22 @@ void CheckOutputName(const std::string& out, const std::string& extension)
     throw CLI::ValidationError("--output", "expected " + expected + ", found \"" + out + "\"");
 }
 
+// "x1,y1,x2,y2,...": at least three corners in window pixels.
+bool ParseLasso(const std::string& text, std::vector<POINT>& lasso)
+{
+    std::istringstream in(text);
+    std::vector<int32_t> numbers;
+    for (int32_t number = 0; in >> number;) {
+        numbers.push_back(number);
+        char comma = 0;
+        if (in >> comma && comma != ',') return false;
+    }
+    if (!in.eof() || numbers.size() % 2 != 0 || numbers.size() < 6) return false;
+    lasso.clear();
+    for (size_t i = 0; i < numbers.size(); i += 2) lasso.push_back({numbers[i], numbers[i + 1]});
+    return true;
+}
+
 int Fail(int status, const std::string& message)
 {
     std::fprintf(stderr, "brell: %s\n", message.c_str());
@@ -168,8 +185,40 @@ int main(int argc, char** argv)
         ->check(CLI::IsMember(procedures));
     render->add_option("--view", view, "viewing direction: front, back, left, right, top, bottom or x,y,z");
 
+    CutRequest cutting;
+    std::string lasso, cutSize = "800x600";
+    CLI::App* cut = app.add_subcommand("cut", "cuts the scan data under a lasso away, as brell render frames it");
+    cut->add_option("IN", in, "scene or scan file")->required();
+    cut->add_option("-o,--output", out, "the scene or scan file to write")->required();
+    cut->add_option("--size", cutSize, "window size WxH the lasso is drawn in (default 800x600)");
+    cut->add_option("--view", view, "viewing direction: front, back, left, right, top, bottom or x,y,z");
+    cut->add_option("--lasso", lasso, "the lasso's corners in window pixels: x1,y1,x2,y2,...")->required();
+    cut->add_flag("--keep-inside", cutting.keepInside, "keep what is inside the lasso and cut the rest");
+
+    ViewRequest viewing;
+    std::string viewSize = "1024x768";
+    CLI::App* viewer = app.add_subcommand("view", "a window on a scene or scan file, for looking and cutting");
+    viewer->add_option("FILE", in, "scene or scan file")->required();
+    viewer->add_option("-o,--output", out, "where Ctrl+S saves, a scene or scan file (default: FILE)");
+    viewer->add_option("--size", viewSize, "window size WxH (default 1024x768)");
+    viewer->add_option("--mode", viewing.mode, "geometry of the scan data: " + CLI::detail::join(procedures))
+        ->check(CLI::IsMember(procedures));
+    viewer->add_option("--replay", viewing.replay, "play the input events of this file, then end");
+
     try {
         app.parse(argc, argv);
+        if (viewer->parsed() && !ParseSize(viewSize, viewing.width, viewing.height))
+            throw CLI::ValidationError("--size", "expected WxH between 1x1 and 8192x8192, found \"" + viewSize + "\"");
+        if (viewer->parsed() && !out.empty() && std::filesystem::path(out).extension() != ".scene")
+            CheckOutputName(out, "");
+        if (cut->parsed() && !ParseSize(cutSize, cutting.width, cutting.height))
+            throw CLI::ValidationError("--size", "expected WxH between 1x1 and 8192x8192, found \"" + cutSize + "\"");
+        if (const std::string wanted = cut->parsed() ? ParseView(view, cutting.direction) : ""; !wanted.empty())
+            throw CLI::ValidationError("--view", "expected " + wanted + ", found \"" + view + "\"");
+        if (cut->parsed() && !ParseLasso(lasso, cutting.lasso))
+            throw CLI::ValidationError("--lasso",
+                                       "expected x1,y1,x2,y2,... of three corners or more, found \"" + lasso + "\"");
+        if (cut->parsed() && std::filesystem::path(out).extension() != ".scene") CheckOutputName(out, "");
         if (render->parsed() && !ParseSize(size, request.width, request.height))
             throw CLI::ValidationError("--size", "expected WxH between 1x1 and 8192x8192, found \"" + size + "\"");
         if (const std::string wanted = render->parsed() ? ParseView(view, request.direction) : ""; !wanted.empty())
@@ -182,7 +231,7 @@ int main(int argc, char** argv)
         const std::vector<std::string> left = app.remaining();
         if (app.get_subcommands().empty() && !left.empty())
             return Fail(kUsage, "unknown subcommand \"" + left.front() +
-                                    "\": expected info, list, import, export, calc or render");
+                                    "\": expected info, list, import, export, calc, render, cut or view");
         return Fail(kUsage, error.what());
     }
     if (verbose) ShowLibraryTrace(argv);
@@ -199,6 +248,16 @@ int main(int argc, char** argv)
             request.out = out;
             request.mode = mode;
             Render(common, request);
+        }
+        if (viewer->parsed()) {
+            viewing.in = in;
+            viewing.out = out;
+            return View(common, viewing);
+        }
+        if (cut->parsed()) {
+            cutting.in = in;
+            cutting.out = out;
+            Cut(common, cutting);
         }
     } catch (const brell::io::FileError& error) {
         return Fail(kFailedFile, error.what());

@@ -9,6 +9,7 @@
 // scanner would record it, a PLY mesh with texture coordinates and a camera
 // data file whose colour block is the photograph of its painted surface.
 
+#include "CameraImage.h"
 #include "SceneFiles.h"
 
 #include <brelldata/camera/CameraData.h>
@@ -117,26 +118,6 @@ void WriteShot(const std::string& path)
     file.Close();
 }
 
-// The colour block of the shot at path as an image store.
-CRefData<CMatrixDataStore<RGBA>> ReadPhotograph(const std::string& path)
-{
-    CAMERADATA shot;
-    CFile file(path.c_str(), CFile::modeRead);
-    CArchive archive(&file, CArchive::load);
-    archive >> shot;
-    CRefData<CMatrixDataStore<RGBA>> image;
-    const int width = shot.header.colorPlaneWidth, height = shot.header.colorPlaneHeight;
-    if (shot.header.colorPlanePixelBits != 24 || shot.length2D < width * height * 3) return image;
-    image->width = width;
-    image->AppendRows(height);
-    for (int y = 0; y < height; ++y)
-        for (int x = 0; x < width; ++x) {
-            const unsigned char* pixel = shot.data2D + (y * width + x) * 3;
-            image->Element(y, x) = {pixel[0], pixel[1], pixel[2], 255};
-        }
-    return image;
-}
-
 // The first mesh of the scene's first element; null when there is none.
 CMeshNode* FirstMesh(CTree& scene)
 {
@@ -166,7 +147,7 @@ int main(int argc, char** argv)
         CTree scene(brell::io::ImportScan(scan));
         CMeshNode* mesh = FirstMesh(scene);
         if (argc == 2 && mesh != nullptr) {
-            CRefData<CMatrixDataStore<RGBA>> photograph = ReadPhotograph(shot);
+            CRefData<CMatrixDataStore<RGBA>> photograph = brell::tool::ReadCameraImage(shot);
             mesh->AppendImage(photograph);
         }
         const bool textured = mesh != nullptr && mesh->ImageNumber() > 0;

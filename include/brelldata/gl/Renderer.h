@@ -89,7 +89,7 @@ BRELL_GL_API void UnregisterProcedures();
 // The renderer's caches alive in the process, held by CGeoRefNodes.
 BRELL_GL_API int CacheCount();
 
-// An OpenGL context with a framebuffer of its own. It is the context that
+// An OpenGL context with a framebuffer of its own, or a window's. It is the context that
 // DrawTree hands the "GL" procedures: between BeginFrame and ReadPixels it
 // holds the frame's state (view, projection, lights). A CGeoRefNode drawn
 // through it keeps the GPU buffers of its reference's subtree as first drawn,
@@ -102,12 +102,22 @@ public:
     // platform or an OpenGL 3.3 core context is not available, or when the
     // size is not positive.
     Renderer(int width, int height);
+    // Draws into the default framebuffer of the window whose EGL context is
+    // current on this thread (GLFW makes one with GLFW_EGL_CONTEXT_API), of
+    // width x height pixels, instead of an off-screen one. RenderError when
+    // no EGL context is current or the size is not positive.
+    struct CurrentWindow {};
+    Renderer(CurrentWindow, int width, int height);
     ~Renderer();
     Renderer(const Renderer&) = delete;
     Renderer& operator=(const Renderer&) = delete;
 
     int Width() const;
     int Height() const;
+    // The size of the frames to come, after the window was resized; an
+    // off-screen framebuffer gets new buffers. RenderError, and the size
+    // stays, when it is not positive or there is no memory for it.
+    void Resize(int width, int height);
     // GL_RENDERER and GL_VERSION, for reports.
     std::string Description() const;
 
@@ -120,7 +130,8 @@ public:
     // DrawTree(root, "GL", this), then the 2-D overlays it met; the
     // procedures must be registered. DrawTree's result.
     int Draw(CBaseNode* root);
-    // The frame's pixels, rows from the top, r, g, b, a.
+    // The frame's pixels, rows from the top, r, g, b, a (a window's before
+    // its buffers are swapped).
     std::vector<RGBA> ReadPixels();
 
     // Vertex, index and texture uploads since the renderer was made.

@@ -275,7 +275,7 @@ void Render(const Common& common, const RenderRequest& request)
 void Cut(const Common& common, const CutRequest& request)
 {
     const FileKind kind = KindOf(request.in, common.kind);
-    Progress progress(ProgressWanted(common.quiet), common.timing, "brell cut", 3);
+    Progress progress(BarWanted(common.quiet, common.progress), common.timing, "brell cut", 3);
     progress.Step("reading " + request.in);
     CTree scene = Open(request.in, kind);
     const SceneSummary before = Summarize(scene.Root());

@@ -1,7 +1,10 @@
 #include "io/FileBytes.h"
 #include "io/Geometry.h"
 
+#include <brelldata/core/Tree.h>
+#include <brelldata/io/Gltf.h>
 #include <brelldata/io/ScanFormats.h>
+#include <brelldata/io/ScanScene.h>
 
 #include <cctype>
 
@@ -16,7 +19,9 @@ ScanFormat FormatOfFileName(const std::string& path)
     if (extension == "off") return ScanFormat::off;
     if (extension == "obj") return ScanFormat::obj;
     if (extension == "xyz") return ScanFormat::xyz;
-    throw FileError::InFile(path, "a file name ending in .ply, .off, .obj or .xyz",
+    if (extension == "glb") return ScanFormat::glb;
+    if (extension == "gltf") return ScanFormat::gltf;
+    throw FileError::InFile(path, "a file name ending in .ply, .off, .obj, .xyz, .glb or .gltf",
                             extension.empty() ? "no extension" : "." + extension);
 }
 
@@ -26,6 +31,13 @@ ScanGeometry ReadScanFile(const std::string& path)
     if (format == ScanFormat::ply) {
         FileWindow window(path);
         return detail::ReadPly(window, path);
+    }
+    if (format == ScanFormat::glb || format == ScanFormat::gltf) {
+        std::vector<std::string> warnings;
+        CTree scene(ImportGltf(path, &warnings));
+        ScanGeometry geometry = GeometryOfScene(scene.Root(), path);
+        geometry.warnings = std::move(warnings);
+        return geometry;
     }
     // Text is read whole, then parsed: each is half of the progress told.
     const FileBytes bytes = [&] {
@@ -56,6 +68,13 @@ void WriteScanFile(const ScanGeometry& geometry, const std::string& path, PlyEnc
         case ScanFormat::xyz:
             bytes = WriteXyz(geometry, path);
             break;
+        case ScanFormat::glb:
+        case ScanFormat::gltf: {
+            detail::CheckGeometry(geometry, path);
+            CTree scene(SceneOfGeometry(geometry, path.substr(path.find_last_of('/') + 1)));
+            ExportGltf(scene.Root(), path);
+            return;
+        }
     }
     SaveFile(path, bytes.data(), bytes.size());
 }

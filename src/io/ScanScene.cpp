@@ -1,10 +1,13 @@
 #include <brelldata/io/ScanScene.h>
 
+#include <brelldata/io/Gltf.h>
+
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
 
 #include "io/Geometry.h"
+#include "io/SceneNodes.h"
 
 #include <algorithm>
 #include <climits>
@@ -17,67 +20,6 @@
 namespace brell::io {
 
 namespace {
-
-// Destroys a node of count 0 unless it was handed on with Take.
-class NewNode {
-public:
-    explicit NewNode(CBaseNode* node) : node_(node)
-    {
-        if (node_ == nullptr) throw std::bad_alloc();
-    }
-    NewNode(const NewNode&) = delete;
-    NewNode& operator=(const NewNode&) = delete;
-    ~NewNode()
-    {
-        if (node_ == nullptr) return;
-        node_->AddRef();
-        node_->Release();
-    }
-    CBaseNode* Get() const { return node_; }
-    CBaseNode* Take() { return std::exchange(node_, nullptr); }
-
-private:
-    CBaseNode* node_;
-};
-
-// Appends a new child to parent, which holds it from then on.
-CBaseNode* Adopt(CBaseNode* parent, CBaseNode* child)
-{
-    if (child == nullptr) throw std::bad_alloc();
-    parent->AppendChild(child);
-    return child;
-}
-
-template <class T>
-void SetArrayAttribute(CBaseNode& node, const char* attribute, const BulkVector<T>& items, const std::string& name)
-{
-    if (items.empty()) return;
-    if (items.size() > INT_MAX / sizeof(T))
-        throw FileError::InFile(name, std::string("at most 2 GiB of ") + attribute,
-                                std::to_string(items.size()) + " entries");
-    const int size = static_cast<int>(items.size() * sizeof(T));
-    node.SetAttributeStruct(attribute, const_cast<T*>(items.data()), size);
-    int stored = 0;
-    if (node.QueryAttributeStruct(attribute, &stored) == nullptr || stored != size) throw std::bad_alloc();
-}
-
-// A model's attribute when it holds one T per item (count of them, what
-// names them); null when the model has none; FileError when its size does
-// not match.
-template <class T>
-const T* ArrayAttribute(CModelNode& model, const char* attribute, int count, const char* what, const std::string& name)
-{
-    int size = 0;
-    const void* data = model.QueryAttributeStruct(attribute, &size);
-    if (data == nullptr) return nullptr;
-    const int64_t expected = int64_t{count} * int64_t{sizeof(T)};
-    if (size != expected)
-        throw FileError::InFile(name,
-                                std::to_string(expected) + " bytes of " + attribute + " in model \"" + model.Name() +
-                                    "\" (" + std::to_string(count) + " " + what + ")",
-                                std::to_string(size));
-    return static_cast<const T*>(data);
-}
 
 // What one model or mesh holds, checked.
 struct Part {
@@ -289,6 +231,8 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
 
 CBaseNode* ImportScan(const std::string& path, std::vector<std::string>* warnings)
 {
+    const ScanFormat format = FormatOfFileName(path);
+    if (format == ScanFormat::glb || format == ScanFormat::gltf) return ImportGltf(path, warnings);
     ScanGeometry geometry = ReadScanFile(path);
     if (warnings != nullptr) warnings->insert(warnings->end(), geometry.warnings.begin(), geometry.warnings.end());
     return SceneOfGeometry(std::move(geometry), path.substr(path.find_last_of('/') + 1));
@@ -297,6 +241,8 @@ CBaseNode* ImportScan(const std::string& path, std::vector<std::string>* warning
 void ExportScan(CBaseNode* root, const std::string& path, PlyEncoding plyEncoding)
 {
     if (root == nullptr) throw FileError::InFile(path, "a scene to export", "none");
+    const ScanFormat format = FormatOfFileName(path);
+    if (format == ScanFormat::glb || format == ScanFormat::gltf) return ExportGltf(root, path);
     WriteScanFile(GeometryOfScene(root, path), path, plyEncoding);
 }
 

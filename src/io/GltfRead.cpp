@@ -81,20 +81,22 @@ struct FileRoom {
 // the URI leaves the folder or there is no folder, and room keeps why.
 std::optional<std::string> PathInRoom(const std::string& joined, FileRoom& room)
 {
-    const std::string uri = room.folder.empty() ? joined : joined.substr(std::min(joined.size(), room.folder.size() + 1));
+    const std::string uri =
+        room.folder.empty() ? joined : joined.substr(std::min(joined.size(), room.folder.size() + 1));
     auto refuse = [&](const std::string& expected) {
         if (!room.refusal) room.refusal = FileError::InFile(*room.name, expected, "\"" + uri + "\"");
         return std::nullopt;
     };
     if (room.folder.empty()) return refuse("buffers and images inside the file (data URIs)");
     const bool leaves = uri.empty() || uri[0] == '/' || uri == ".." || uri.rfind("../", 0) == 0 ||
-                        uri.find("/../") != std::string::npos || (uri.size() >= 3 && uri.compare(uri.size() - 3, 3, "/..") == 0);
+                        uri.find("/../") != std::string::npos ||
+                        (uri.size() >= 3 && uri.compare(uri.size() - 3, 3, "/..") == 0);
     if (leaves) return refuse("a URI inside the file's folder (no \"..\", no absolute path)");
     const std::string path = room.folder + "/" + uri;
     char* real = realpath(path.c_str(), nullptr);
     char* realFolder = realpath(room.folder.c_str(), nullptr);
-    const bool inside = real != nullptr && realFolder != nullptr &&
-                        std::string(real).rfind(std::string(realFolder) + "/", 0) == 0;
+    const bool inside =
+        real != nullptr && realFolder != nullptr && std::string(real).rfind(std::string(realFolder) + "/", 0) == 0;
     free(real);
     free(realFolder);
     if (!inside) return refuse("a file inside the file's folder");
@@ -163,9 +165,10 @@ tinygltf::Model Parse(std::string_view bytes, const std::string& name, const std
     bool loaded = false;
     try {
         const auto size = static_cast<unsigned int>(bytes.size());
-        loaded = binary ? loader.LoadBinaryFromMemory(&model, &error, &warning,
-                                                      reinterpret_cast<const unsigned char*>(bytes.data()), size, folder)
-                        : loader.LoadASCIIFromString(&model, &error, &warning, bytes.data(), size, folder);
+        loaded = binary
+                     ? loader.LoadBinaryFromMemory(&model, &error, &warning,
+                                                   reinterpret_cast<const unsigned char*>(bytes.data()), size, folder)
+                     : loader.LoadASCIIFromString(&model, &error, &warning, bytes.data(), size, folder);
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const std::exception& failure) {
@@ -199,14 +202,14 @@ std::string_view ViewBytes(const tinygltf::Model& model, int index, const std::s
     const size_t b = CheckedIndex(view.buffer, model.buffers.size(), Item("bufferViews", v) + ".buffer", name);
     const size_t size = model.buffers[b].data.size();
     if (view.byteOffset > size || view.byteLength > size - view.byteOffset)
-        throw FileError::InFile(name,
-                                Item("bufferViews", v) + " to end within " + Item("buffers", b) + "'s " +
-                                    std::to_string(size) + " bytes",
-                                "bytes " + std::to_string(view.byteOffset) + " to " +
-                                    std::to_string(static_cast<unsigned __int128>(view.byteOffset) + view.byteLength >
-                                                           std::numeric_limits<uint64_t>::max()
-                                                       ? std::numeric_limits<uint64_t>::max()
-                                                       : view.byteOffset + view.byteLength));
+        throw FileError::InFile(
+            name,
+            Item("bufferViews", v) + " to end within " + Item("buffers", b) + "'s " + std::to_string(size) + " bytes",
+            "bytes " + std::to_string(view.byteOffset) + " to " +
+                std::to_string(static_cast<unsigned __int128>(view.byteOffset) + view.byteLength >
+                                       std::numeric_limits<uint64_t>::max()
+                                   ? std::numeric_limits<uint64_t>::max()
+                                   : view.byteOffset + view.byteLength));
     return {reinterpret_cast<const char*>(model.buffers[b].data.data()) + view.byteOffset, view.byteLength};
 }
 
@@ -255,22 +258,27 @@ Elements Access(const tinygltf::Model& model, int index, const std::string& path
     const size_t elementSize = static_cast<size_t>(componentSize) * components;
     const size_t stride = model.bufferViews[accessor.bufferView].byteStride;
     if (stride != 0 && stride < elementSize)
-        throw FileError::InFile(name, Item("bufferViews", accessor.bufferView) + ".byteStride of at least " +
-                                          std::to_string(elementSize),
-                                std::to_string(stride));
-    Elements elements{bytes.data() + std::min(accessor.byteOffset, bytes.size()), stride != 0 ? stride : elementSize,
-                      accessor.count, accessor.componentType, components, where};
+        throw FileError::InFile(
+            name, Item("bufferViews", accessor.bufferView) + ".byteStride of at least " + std::to_string(elementSize),
+            std::to_string(stride));
+    Elements elements{bytes.data() + std::min(accessor.byteOffset, bytes.size()),
+                      stride != 0 ? stride : elementSize,
+                      accessor.count,
+                      accessor.componentType,
+                      components,
+                      where};
     if (accessor.count == 0) return elements;
-    const unsigned __int128 end =
-        static_cast<unsigned __int128>(accessor.byteOffset) + (accessor.count - 1) * static_cast<unsigned __int128>(elements.stride) + elementSize;
+    const unsigned __int128 end = static_cast<unsigned __int128>(accessor.byteOffset) +
+                                  (accessor.count - 1) * static_cast<unsigned __int128>(elements.stride) + elementSize;
     if (end > bytes.size())
         throw FileError::InFile(name,
                                 where + " (" + std::to_string(accessor.count) + " elements of " +
                                     std::to_string(elementSize) + " bytes) to end within " +
                                     Item("bufferViews", accessor.bufferView) + "'s " + std::to_string(bytes.size()) +
                                     " bytes",
-                                end > std::numeric_limits<uint64_t>::max() ? std::string("an end past 2^64")
-                                                                        : "an end at byte " + std::to_string(static_cast<uint64_t>(end)));
+                                end > std::numeric_limits<uint64_t>::max()
+                                    ? std::string("an end past 2^64")
+                                    : "an end at byte " + std::to_string(static_cast<uint64_t>(end)));
     return elements;
 }
 
@@ -281,9 +289,9 @@ void RequireKind(const Elements& elements, std::initializer_list<int> componentT
     for (int type : componentTypes) typeFits = typeFits || type == elements.componentType;
     for (int count : componentCounts) countFits = countFits || count == elements.components;
     if (!typeFits || !countFits)
-        throw FileError::InFile(name, elements.path + " of " + expected,
-                                std::to_string(elements.components) + " components of type " +
-                                    std::to_string(elements.componentType));
+        throw FileError::InFile(
+            name, elements.path + " of " + expected,
+            std::to_string(elements.components) + " components of type " + std::to_string(elements.componentType));
 }
 
 // A column-major 4x4 transform.
@@ -450,11 +458,10 @@ BulkVector<int> VertexOrder(const tinygltf::Model& model, const tinygltf::Primit
                 {1}, "unsigned bytes, shorts or ints", name);
     order.resize(indices.count);
     for (size_t i = 0; i < indices.count; ++i) {
-        const uint32_t index = indices.componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE
-                                   ? indices.Component<uint8_t>(i, 0)
-                               : indices.componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT
-                                   ? indices.Component<uint16_t>(i, 0)
-                                   : indices.Component<uint32_t>(i, 0);
+        const uint32_t index =
+            indices.componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE    ? indices.Component<uint8_t>(i, 0)
+            : indices.componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT ? indices.Component<uint16_t>(i, 0)
+                                                                              : indices.Component<uint32_t>(i, 0);
         if (index >= vertices)
             throw FileError::InFile(name,
                                     "vertex indices below " + std::to_string(vertices) + " in " + indices.path +
@@ -520,7 +527,8 @@ private:
         Warn(model_.animations.size(), "animations");
         Warn(model_.skins.size(), "skins");
         Warn(model_.cameras.size(), "cameras");
-        for (const std::string& extension : model_.extensionsUsed) warnings.push_back("extension " + extension + " skipped");
+        for (const std::string& extension : model_.extensionsUsed)
+            warnings.push_back("extension " + extension + " skipped");
     }
 
     // The nodes to start from, with where they were named.
@@ -537,7 +545,8 @@ private:
                 if (!isChild[n]) roots.emplace_back(static_cast<int>(n), Item("nodes", n));
             return roots;
         }
-        const size_t s = model_.defaultScene < 0 ? 0 : CheckedIndex(model_.defaultScene, model_.scenes.size(), "scene", name_);
+        const size_t s =
+            model_.defaultScene < 0 ? 0 : CheckedIndex(model_.defaultScene, model_.scenes.size(), "scene", name_);
         const std::vector<int>& nodes = model_.scenes[s].nodes;
         for (size_t i = nodes.size(); i-- > 0;)
             roots.emplace_back(nodes[i], Item("scenes", s) + ".nodes[" + std::to_string(i) + "]");
@@ -587,7 +596,9 @@ private:
         const size_t first = AppendVertices(set, model_, primitive, path, transform, texCoordSet, name_);
         const BulkVector<int> order = VertexOrder(model_, primitive, path, set.positions.size() - first, name_);
         const size_t corners = order.size();
-        const size_t triangles = primitive.mode == TINYGLTF_MODE_TRIANGLES ? corners / 3 : corners < 3 ? 0 : corners - 2;
+        const size_t triangles = primitive.mode == TINYGLTF_MODE_TRIANGLES ? corners / 3
+                                 : corners < 3                             ? 0
+                                                                           : corners - 2;
         parts.triangles.reserve(parts.triangles.size() + triangles);
         const int offset = static_cast<int>(first);
         for (size_t t = 0; t < triangles; ++t) {
@@ -613,7 +624,8 @@ private:
         if (primitive.mode == TINYGLTF_MODE_POINTS) {
             VertexSet& set = parts.points;
             const size_t before = set.positions.size(), after = before + order.size();
-            if (after > INT_MAX) throw FileError::InFile(name_, "at most 2147483647 points in one mesh", "more at " + path);
+            if (after > INT_MAX)
+                throw FileError::InFile(name_, "at most 2147483647 points in one mesh", "more at " + path);
             Fill(set.normals, set.hasNormals, primitiveVertices.hasNormals, before, after, CVector_3<float>{0, 0, 0});
             Fill(set.colors, set.hasColors, primitiveVertices.hasColors, before, after, RGBA{255, 255, 255, 255});
             for (int v : order) {
@@ -628,7 +640,8 @@ private:
             return CVector_3<double>{p.x, p.y, p.z};
         };
         if (primitive.mode == TINYGLTF_MODE_LINE) {
-            for (size_t i = 0; i + 1 < order.size(); i += 2) parts.lines.push_back({point(order[i]), point(order[i + 1])});
+            for (size_t i = 0; i + 1 < order.size(); i += 2)
+                parts.lines.push_back({point(order[i]), point(order[i + 1])});
             return;
         }
         if (order.size() < 2) return;
@@ -684,7 +697,7 @@ private:
 // Makes model hold the set's vertices, normals and colours.
 void FillModel(CModelNode& model, const VertexSet& set, const std::string& name)
 {
-        if (!model.AppendVertex(static_cast<int>(set.positions.size()))) throw std::bad_alloc();
+    if (!model.AppendVertex(static_cast<int>(set.positions.size()))) throw std::bad_alloc();
     std::memcpy(model.vertices->Buffer(), set.positions.data(), set.positions.size() * sizeof(VERTEX));
     SetArrayAttribute(model, kNormalsAttribute, set.normals, name);
     SetArrayAttribute(model, kColorsAttribute, set.colors, name);

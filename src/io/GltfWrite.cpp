@@ -84,7 +84,8 @@ void Triangulate(Part& part, CMeshNode& mesh, const std::string& name)
         hasTexCoord.assign(static_cast<size_t>(vertices), 0);
     }
     size_t triangles = 0;
-    for (const CPolygon<int>& row : rows) triangles += static_cast<size_t>(std::max(std::clamp(row.count, 0, 4) - 2, 0));
+    for (const CPolygon<int>& row : rows)
+        triangles += static_cast<size_t>(std::max(std::clamp(row.count, 0, 4) - 2, 0));
     part.indices.reserve(triangles * 3);
     for (size_t f = 0; f < rows.size(); ++f) {
         const int corners = std::clamp(rows[f].count, 0, 4);
@@ -116,7 +117,8 @@ void Triangulate(Part& part, CMeshNode& mesh, const std::string& name)
             }
             vertexOf[k] = at->second;
         }
-        for (int k = 1; k + 1 < corners; ++k) part.indices.insert(part.indices.end(), {vertexOf[0], vertexOf[k], vertexOf[k + 1]});
+        for (int k = 1; k + 1 < corners; ++k)
+            part.indices.insert(part.indices.end(), {vertexOf[0], vertexOf[k], vertexOf[k + 1]});
     }
 }
 
@@ -136,7 +138,12 @@ std::vector<Part> PartsOf(CBaseNode* root, const std::string& name)
                   model,
                   ArrayAttribute<CVector_3<float>>(*model, kNormalsAttribute, vertices, "vertices", name),
                   ArrayAttribute<RGBA>(*model, kColorsAttribute, vertices, "vertices", name),
-                  {}, {}, {}, {}, {}, {}};
+                  {},
+                  {},
+                  {},
+                  {},
+                  {},
+                  {}};
         if (auto* mesh = brell::AsKindOf<CMeshNode>(node)) {
             Triangulate(part, *mesh, name);
             if (!part.indices.empty() && !part.texCoords.empty() && mesh->ImageNumber() > 0)
@@ -152,11 +159,10 @@ std::vector<Part> PartsOf(CBaseNode* root, const std::string& name)
                                 static_cast<float>(positions[v].z)};
             for (int axis = 0; axis < 3; ++axis) {
                 if (!std::isfinite(p[axis]))
-                    throw FileError::InFile(name,
-                                            "finite coordinates (as 32-bit floats) in model \"" + model->Name() + "\"",
-                                            "vertex " + std::to_string(v) + " at " + std::to_string(positions[v].x) +
-                                                ", " + std::to_string(positions[v].y) + ", " +
-                                                std::to_string(positions[v].z));
+                    throw FileError::InFile(
+                        name, "finite coordinates (as 32-bit floats) in model \"" + model->Name() + "\"",
+                        "vertex " + std::to_string(v) + " at " + std::to_string(positions[v].x) + ", " +
+                            std::to_string(positions[v].y) + ", " + std::to_string(positions[v].z));
                 part.min[axis] = std::min(part.min[axis], p[axis]);
                 part.max[axis] = std::max(part.max[axis], p[axis]);
             }
@@ -198,14 +204,14 @@ public:
                 attributes["TEXCOORD_0"] = Accessor(View(vertices * 8, kArrayBuffer), kFloat, vertices, "VEC2");
             Json primitive{{"attributes", attributes}, {"mode", part.indices.empty() ? kPoints : kTriangles}};
             if (!part.indices.empty())
-                primitive["indices"] =
-                    Accessor(View(part.indices.size() * 4, kElementArrayBuffer), kUnsignedInt, part.indices.size(), "SCALAR");
+                primitive["indices"] = Accessor(View(part.indices.size() * 4, kElementArrayBuffer), kUnsignedInt,
+                                                part.indices.size(), "SCALAR");
             if (!part.png.empty()) {
                 images.push_back({{"bufferView", View(part.png.size(), 0)}, {"mimeType", "image/png"}});
                 textures.push_back({{"source", images.size() - 1}});
-                materials.push_back({{"pbrMetallicRoughness",
-                                      {{"baseColorTexture", {{"index", textures.size() - 1}}},
-                                       {"metallicFactor", 0.0}}}});
+                materials.push_back(
+                    {{"pbrMetallicRoughness",
+                      {{"baseColorTexture", {{"index", textures.size() - 1}}}, {"metallicFactor", 0.0}}}});
                 primitive["material"] = materials.size() - 1;
             }
             meshes.push_back({{"name", part.model->Name()}, {"primitives", Json::array({primitive})}});
@@ -244,7 +250,8 @@ private:
     }
     size_t Accessor(size_t view, int componentType, size_t count, const char* type)
     {
-        accessors_.push_back({{"bufferView", view}, {"componentType", componentType}, {"count", count}, {"type", type}});
+        accessors_.push_back(
+            {{"bufferView", view}, {"componentType", componentType}, {"count", count}, {"type", type}});
         return accessors_.size() - 1;
     }
 
@@ -319,7 +326,8 @@ FileBytes GlbBytes(CBaseNode* root, const std::string& name)
     const std::vector<Part> parts = CheckedParts(root, name);
     const Layout layout(parts, "");
     const size_t json = Padded(layout.JsonText().size()), total = 12 + 8 + json + 8 + layout.BinLength();
-    if (total > UINT32_MAX) throw FileError::InFile(name, "a glTF binary file below 4 GiB", std::to_string(total) + " bytes");
+    if (total > UINT32_MAX)
+        throw FileError::InFile(name, "a glTF binary file below 4 GiB", std::to_string(total) + " bytes");
     FileBytes bytes(total);
     char* at = bytes.Data();
     PutWord(at, 0x46546C67);

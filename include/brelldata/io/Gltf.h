@@ -51,7 +51,6 @@ BRELL_IO_API std::string WriteGlb(CBaseNode* root, const std::string& name);
 
 // Writes root as WriteGlb does to the .glb or .gltf file at path, saved
 // safely (SaveFile); a .gltf file keeps its buffer as buffer asks.
-BRELL_IO_API void ExportGltf(CBaseNode* root, const std::string& path,
-                             GltfBuffer buffer = GltfBuffer::embedded);
+BRELL_IO_API void ExportGltf(CBaseNode* root, const std::string& path, GltfBuffer buffer = GltfBuffer::embedded);
 
 }  // namespace brell::io

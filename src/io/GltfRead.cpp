@@ -407,11 +407,17 @@ size_t AppendVertices(VertexSet& set, const tinygltf::Model& model, const tinygl
         RequireKind(*texCoords, {TINYGLTF_COMPONENT_TYPE_FLOAT, byteOrShort[0], byteOrShort[1]}, {2},
                     "VEC2 floats, bytes or shorts", name);
     const size_t after = before + count;
+    const bool moved = !transform.IsIdentity();
     set.positions.resize(after);
     for (size_t i = 0; i < count; ++i) {
-        const VERTEX p{positions->Component<float>(i, 0), positions->Component<float>(i, 1),
-                       positions->Component<float>(i, 2)};
-        set.positions[before + i] = transform.IsIdentity() ? p : transform.Apply(p);
+        VERTEX p{positions->Component<float>(i, 0), positions->Component<float>(i, 1),
+                 positions->Component<float>(i, 2)};
+        if (moved) p = transform.Apply(p);
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z))
+            throw FileError::InFile(name, "finite coordinates in " + positions->path + ", as placed by its node",
+                                    "element " + std::to_string(i) + " at " + std::to_string(p.x) + ", " +
+                                        std::to_string(p.y) + ", " + std::to_string(p.z));
+        set.positions[before + i] = p;
     }
     Fill(set.normals, set.hasNormals, normals.has_value(), before, after, CVector_3<float>{0, 0, 0});
     if (normals) {
@@ -419,7 +425,7 @@ size_t AppendVertices(VertexSet& set, const tinygltf::Model& model, const tinygl
         for (size_t i = 0; i < count; ++i) {
             const CVector_3<float> n{normals->Component<float>(i, 0), normals->Component<float>(i, 1),
                                      normals->Component<float>(i, 2)};
-            set.normals[before + i] = transform.IsIdentity() ? n : transform.ApplyToNormal(n);
+            set.normals[before + i] = moved ? transform.ApplyToNormal(n) : n;
         }
     }
     Fill(set.colors, set.hasColors, colors.has_value(), before, after, RGBA{255, 255, 255, 255});

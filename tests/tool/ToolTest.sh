@@ -164,7 +164,7 @@ done <<'CASES'
 import square.ply -o x.ply:.scene
 calc square.ply --proc wire -o x.PLY:.scene
 render square.ply -o x.jpg:.png
-export square.ply -o square.txt:.ply, .off, .obj or .xyz
+export square.ply -o square.txt:.ply, .off, .obj, .xyz, .glb or .gltf
 CASES
 run 2 render square.ply -o x.png --size 12
 one_error "--size"

@@ -81,8 +81,9 @@ struct FileRoom {
 // the URI leaves the folder or there is no folder, and room keeps why.
 std::optional<std::string> PathInRoom(const std::string& joined, FileRoom& room)
 {
-    const std::string uri =
-        room.folder.empty() ? joined : joined.substr(std::min(joined.size(), room.folder.size() + 1));
+    // tinygltf joins the folder and the URI with one slash, unless the folder ends in one.
+    const size_t folderEnd = room.folder.empty() ? 0 : room.folder.size() + (room.folder.back() == '/' ? 0 : 1);
+    const std::string uri = joined.substr(std::min(joined.size(), folderEnd));
     auto refuse = [&](const std::string& expected) {
         if (!room.refusal) room.refusal = FileError::InFile(*room.name, expected, "\"" + uri + "\"");
         return std::nullopt;
@@ -605,6 +606,8 @@ private:
         const size_t triangles = primitive.mode == TINYGLTF_MODE_TRIANGLES ? corners / 3
                                  : corners < 3                             ? 0
                                                                            : corners - 2;
+        if (triangles > static_cast<size_t>(INT_MAX) - parts.triangles.size())
+            throw FileError::InFile(name_, "at most 2147483647 triangles in one mesh", "more at " + path);
         parts.triangles.reserve(parts.triangles.size() + triangles);
         const int offset = static_cast<int>(first);
         for (size_t t = 0; t < triangles; ++t) {

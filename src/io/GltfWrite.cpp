@@ -146,8 +146,9 @@ std::vector<Part> PartsOf(CBaseNode* root, const std::string& name)
                   {}};
         if (auto* mesh = brell::AsKindOf<CMeshNode>(node)) {
             Triangulate(part, *mesh, name);
-            if (!part.indices.empty() && !part.texCoords.empty() && mesh->ImageNumber() > 0)
-                part.png = EncodePng(*mesh->Image(0), name);
+            const auto image = mesh->Image(0);  // an empty matrix when there is none
+            if (!part.indices.empty() && !part.texCoords.empty() && image->HeldRows() > 0)
+                part.png = EncodePng(*image, name);
         }
         for (int axis = 0; axis < 3; ++axis) {
             part.min[axis] = INFINITY;

@@ -1,5 +1,6 @@
 #include <brelldata/io/Gltf.h>
 
+#include <brelldata/data/Normal.h>
 #include <brelldata/io/ScanScene.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
@@ -37,20 +38,21 @@ struct Part {
     CModelNode* model;
     const CVector_3<float>* normals;
     const RGBA* colors;
-    // Vertices past the model's own, made for corners whose texture
-    // coordinates differ from the vertex's first: the vertex each copies.
+    // The model's vertices written as they are: all, or none for flat normals.
+    size_t own;
+    // Vertices past those, made for corners whose texture coordinates differ
+    // from the vertex's first, or for every corner of a flat-shaded mesh: the
+    // vertex each copies.
     BulkVector<int> copied;
+    // Calculated normals of every vertex written, when the model has none.
+    BulkVector<CVector_3<float>> madeNormals;
     BulkVector<CVector_2<float>> texCoords;  // per vertex, own and copied
     BulkVector<uint32_t> indices;            // empty for points
     std::string png;
     float min[3], max[3];
 
-    size_t Vertices() const { return static_cast<size_t>(model->VertexNumber()) + copied.size(); }
-    int Source(size_t v) const
-    {
-        const size_t own = static_cast<size_t>(model->VertexNumber());
-        return v < own ? static_cast<int>(v) : copied[v - own];
-    }
+    size_t Vertices() const { return own + copied.size(); }
+    int Source(size_t v) const { return v < own ? static_cast<int>(v) : copied[v - own]; }
 };
 
 struct UvKey {
@@ -65,9 +67,17 @@ struct UvKeyHash {
     }
 };
 
+CVector_3<float> FaceNormal(CMeshNode& mesh, size_t face)
+{
+    CPolygon<int> row = mesh.polygons->rows[face];
+    const CVector_3<double> n = CalcNormal(mesh.vertices, row.items, row.count);
+    return {static_cast<float>(n.x), static_cast<float>(n.y), static_cast<float>(n.z)};
+}
+
 // The mesh's polygons as triangle fans, with one texture coordinate per
-// vertex, copying vertices whose corners disagree.
-void Triangulate(Part& part, CMeshNode& mesh, const std::string& name)
+// vertex, copying vertices whose corners disagree, or every corner with its
+// face's normal when flat.
+void Triangulate(Part& part, CMeshNode& mesh, bool flat, const std::string& name)
 {
     const auto& rows = mesh.polygons->rows;
     const int vertices = mesh.VertexNumber();
@@ -79,7 +89,8 @@ void Triangulate(Part& part, CMeshNode& mesh, const std::string& name)
                                 std::to_string(mesh.texCoords->Number()));
     BulkVector<char> hasTexCoord;
     std::unordered_map<UvKey, uint32_t, UvKeyHash> copies;
-    if (textured) {
+    if (flat) part.own = 0;
+    if (textured && !flat) {
         part.texCoords.assign(static_cast<size_t>(vertices), CVector_2<float>{0, 0});
         hasTexCoord.assign(static_cast<size_t>(vertices), 0);
     }
@@ -98,6 +109,13 @@ void Triangulate(Part& part, CMeshNode& mesh, const std::string& name)
                                             std::to_string(f) + " of mesh \"" + mesh.Name() + "\"",
                                         std::to_string(v));
             vertexOf[k] = static_cast<uint32_t>(v);
+            if (flat) {
+                vertexOf[k] = static_cast<uint32_t>(part.Vertices());
+                part.copied.push_back(v);
+                part.madeNormals.push_back(FaceNormal(mesh, f));
+                if (textured) part.texCoords.push_back(mesh.texCoords->rows[f].items[k]);
+                continue;
+            }
             if (!textured) continue;
             const CVector_2<float> uv = mesh.texCoords->rows[f].items[k];
             if (!hasTexCoord[v]) {
@@ -122,7 +140,27 @@ void Triangulate(Part& part, CMeshNode& mesh, const std::string& name)
     }
 }
 
-std::vector<Part> PartsOf(CBaseNode* root, const std::string& name)
+// Normals of the mesh's vertices, each the mean of its faces' normals, for
+// every vertex written.
+void SmoothNormals(Part& part, CMeshNode& mesh)
+{
+    std::vector<CVector_3<double>> sums(static_cast<size_t>(mesh.VertexNumber()), CVector_3<double>{0, 0, 0});
+    const auto& rows = mesh.polygons->rows;
+    for (size_t f = 0; f < rows.size(); ++f) {
+        const CVector_3<float> n = FaceNormal(mesh, f);
+        for (int k = 0; k < std::clamp(rows[f].count, 0, 4); ++k) {
+            CVector_3<double>& sum = sums[rows[f].items[k]];  // checked by Triangulate
+            sum = {sum.x + n.x, sum.y + n.y, sum.z + n.z};
+        }
+    }
+    part.madeNormals.resize(part.Vertices());
+    for (size_t v = 0; v < part.Vertices(); ++v) {
+        const CVector_3<double>& sum = sums[part.Source(v)];
+        part.madeNormals[v] = {static_cast<float>(sum.x), static_cast<float>(sum.y), static_cast<float>(sum.z)};
+    }
+}
+
+std::vector<Part> PartsOf(CBaseNode* root, GltfNormals normals, const std::string& name)
 {
     std::vector<Part> parts;
     std::vector<std::pair<CBaseNode*, std::string>> pending{{root, ""}};
@@ -138,6 +176,8 @@ std::vector<Part> PartsOf(CBaseNode* root, const std::string& name)
                   model,
                   ArrayAttribute<CVector_3<float>>(*model, kNormalsAttribute, vertices, "vertices", name),
                   ArrayAttribute<RGBA>(*model, kColorsAttribute, vertices, "vertices", name),
+                  static_cast<size_t>(vertices),
+                  {},
                   {},
                   {},
                   {},
@@ -145,7 +185,9 @@ std::vector<Part> PartsOf(CBaseNode* root, const std::string& name)
                   {},
                   {}};
         if (auto* mesh = brell::AsKindOf<CMeshNode>(node)) {
-            Triangulate(part, *mesh, name);
+            const bool calculated = part.normals == nullptr && normals != GltfNormals::stored;
+            Triangulate(part, *mesh, calculated && normals == GltfNormals::flat, name);
+            if (calculated && normals == GltfNormals::smooth) SmoothNormals(part, *mesh);
             const auto image = mesh->Image(0);  // an empty matrix when there is none
             if (!part.indices.empty() && !part.texCoords.empty() && image->HeldRows() > 0)
                 part.png = EncodePng(*image, name);
@@ -195,7 +237,7 @@ public:
             attributes["POSITION"] = Accessor(View(vertices * 12, kArrayBuffer), kFloat, vertices, "VEC3");
             accessors_.back()["min"] = {part.min[0], part.min[1], part.min[2]};
             accessors_.back()["max"] = {part.max[0], part.max[1], part.max[2]};
-            if (part.normals != nullptr)
+            if (part.normals != nullptr || !part.madeNormals.empty())
                 attributes["NORMAL"] = Accessor(View(vertices * 12, kArrayBuffer), kFloat, vertices, "VEC3");
             if (part.colors != nullptr) {
                 attributes["COLOR_0"] = Accessor(View(vertices * 4, kArrayBuffer), kUnsignedByte, vertices, "VEC4");
@@ -276,15 +318,15 @@ void FillBin(const std::vector<Part>& parts, char* bin, size_t binLength)
             const float xyz[3] = {static_cast<float>(p.x), static_cast<float>(p.y), static_cast<float>(p.z)};
             std::memcpy(at, xyz, 12);
         }
-        if (part.normals != nullptr)
+        if (part.normals != nullptr || !part.madeNormals.empty())
             for (size_t v = 0; v < vertices; ++v, at += 12) {
-                const CVector_3<float> n = UnitNormal(part.normals[part.Source(v)]);
+                const CVector_3<float> n =
+                    UnitNormal(part.normals != nullptr ? part.normals[part.Source(v)] : part.madeNormals[v]);
                 std::memcpy(at, &n, 12);
             }
         if (part.colors != nullptr) {
-            const size_t own = static_cast<size_t>(part.model->VertexNumber());
-            std::memcpy(at, part.colors, own * 4);
-            at += own * 4;
+            std::memcpy(at, part.colors, part.own * 4);
+            at += part.own * 4;
             for (int v : part.copied) {
                 std::memcpy(at, &part.colors[v], 4);
                 at += 4;
@@ -307,10 +349,10 @@ void FillBin(const std::vector<Part>& parts, char* bin, size_t binLength)
     std::memset(at, 0, binLength - static_cast<size_t>(at - bin));
 }
 
-std::vector<Part> CheckedParts(CBaseNode* root, const std::string& name)
+std::vector<Part> CheckedParts(CBaseNode* root, GltfNormals normals, const std::string& name)
 {
     if (root == nullptr) throw FileError::InFile(name, "a scene to export", "none");
-    std::vector<Part> parts = PartsOf(root, name);
+    std::vector<Part> parts = PartsOf(root, normals, name);
     if (parts.empty()) throw FileError::InFile(name, "a model or mesh with vertices to export", "none");
     return parts;
 }
@@ -322,9 +364,9 @@ void PutWord(char* at, uint32_t word)
     std::memcpy(at, bytes, 4);
 }
 
-FileBytes GlbBytes(CBaseNode* root, const std::string& name)
+FileBytes GlbBytes(CBaseNode* root, GltfNormals normals, const std::string& name)
 {
-    const std::vector<Part> parts = CheckedParts(root, name);
+    const std::vector<Part> parts = CheckedParts(root, normals, name);
     const Layout layout(parts, "");
     const size_t json = Padded(layout.JsonText().size()), total = 12 + 8 + json + 8 + layout.BinLength();
     if (total > UINT32_MAX)
@@ -387,22 +429,22 @@ bool EndsWith(const std::string& text, const std::string& end)
 
 }  // namespace
 
-std::string WriteGlb(CBaseNode* root, const std::string& name)
+std::string WriteGlb(CBaseNode* root, const std::string& name, GltfNormals normals)
 {
-    const FileBytes bytes = GlbBytes(root, name);
+    const FileBytes bytes = GlbBytes(root, normals, name);
     return std::string(bytes.View());
 }
 
-void ExportGltf(CBaseNode* root, const std::string& path, GltfBuffer buffer)
+void ExportGltf(CBaseNode* root, const std::string& path, GltfBuffer buffer, GltfNormals normals)
 {
     if (EndsWith(path, ".glb")) {
-        const FileBytes bytes = GlbBytes(root, path);
+        const FileBytes bytes = GlbBytes(root, normals, path);
         SaveFile(path, bytes.View().data(), bytes.Size());
         return;
     }
     if (!EndsWith(path, ".gltf"))
         throw FileError::InFile(path, "a file name ending in .glb or .gltf", path.substr(path.find_last_of('/') + 1));
-    const std::vector<Part> parts = CheckedParts(root, path);
+    const std::vector<Part> parts = CheckedParts(root, normals, path);
     const std::string binPath = path.substr(0, path.size() - 5) + ".bin";
     const std::string binName = binPath.substr(binPath.find_last_of('/') + 1);
     // The buffer's length is known before its bytes, so its URI is the one part of the document written after them.

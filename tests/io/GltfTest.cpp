@@ -12,6 +12,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -46,7 +47,7 @@ std::vector<char> RowBytes(const Rows& rows)
 // A scene of one element holding a mesh of two triangles (and, as asked,
 // normals, colours, texture coordinates and a 3x2 texture) or a model of
 // its four points, every value exact as a 32-bit float.
-CBaseNode* Scan(bool mesh, bool colored, bool textured)
+CBaseNode* Scan(bool mesh, bool colored, bool textured, bool withNormals = true)
 {
     CBaseNode* root = CBaseNode::Create();
     CBaseNode* element = CElementNode::Create();
@@ -59,7 +60,7 @@ CBaseNode* Scan(bool mesh, bool colored, bool textured)
     model->AppendVertex(4);
     std::memcpy(model->vertices->Buffer(), points, sizeof points);
     CVector_3<float> normals[] = {{0, 0, 1}, {0, 1, 0}, {1, 0, 0}, {0, 0, -1}};
-    model->SetAttributeStruct(kNormalsAttribute, normals, sizeof normals);
+    if (withNormals) model->SetAttributeStruct(kNormalsAttribute, normals, sizeof normals);
     if (colored) {
         RGBA colors[] = {{255, 0, 0, 255}, {0, 255, 0, 128}, {0, 0, 255, 0}, {9, 99, 199, 255}};
         model->SetAttributeStruct(kColorsAttribute, colors, sizeof colors);
@@ -140,6 +141,40 @@ TEST(GltfFiles, SplitAVertexWhoseCornersHaveDifferentTextureCoordinates)
     EXPECT_EQ(read->VertexNumber(), 5);
     EXPECT_EQ(read->polygons->rows[1].items[0], 4);
     EXPECT_EQ(RowBytes(read->texCoords->rows), RowBytes(mesh->texCoords->rows));
+}
+
+// Unit normal of the triangle a, b, c of points.
+std::vector<float> FaceNormal(const VERTEX* p, int a, int b, int c)
+{
+    const double u[3] = {p[b].x - p[a].x, p[b].y - p[a].y, p[b].z - p[a].z};
+    const double v[3] = {p[c].x - p[a].x, p[c].y - p[a].y, p[c].z - p[a].z};
+    const double n[3] = {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]};
+    const double length = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
+    return {float(n[0] / length), float(n[1] / length), float(n[2] / length)};
+}
+
+TEST(GltfFiles, GiveAMeshWithoutNormalsItsFlatOrSmoothNormalsWhenAsked)
+{
+    CTree scan(Scan(true, false, false, false));
+    const VERTEX* p = static_cast<CModelNode*>(scan.Root()->GetChild(0)->GetChild(0))->vertices->Buffer();
+    const std::vector<float> first = FaceNormal(p, 0, 1, 2), second = FaceNormal(p, 1, 3, 2);
+    const struct {
+        GltfNormals normals;
+        int vertices;
+        std::vector<std::vector<float>> expected;  // of vertices 0 and 3
+    } cases[] = {{GltfNormals::flat, 6, {first, second}}, {GltfNormals::smooth, 4, {first, second}}};
+    for (const auto& c : cases) {
+        CTree again(ReadGltf(WriteGlb(scan.Root(), "normals.glb", c.normals), "normals.glb"));
+        auto* mesh = static_cast<CMeshNode*>(again.Root()->GetChild(0)->GetChild(0));
+        EXPECT_EQ(mesh->VertexNumber(), c.vertices);
+        const auto normals = Attribute<CVector_3<float>>(mesh, kNormalsAttribute);
+        ASSERT_EQ(normals.size(), static_cast<size_t>(c.vertices));
+        for (int i : {0, 1}) {
+            const CVector_3<float>& n = normals[i == 0 ? 0 : c.vertices - 1];
+            EXPECT_THAT(std::vector<float>({n.x, n.y, n.z}),
+                        testing::Pointwise(testing::FloatNear(1e-6f), c.expected[i]));
+        }
+    }
 }
 
 // A hand-made file of one triangle, its points (and indices) as index gives them.

@@ -25,6 +25,11 @@ namespace brell::io {
 // a .bin file of the same name beside it.
 enum class GltfBuffer { embedded, external };
 
+// The normals a mesh without a "normals" attribute is written with: none,
+// its faces' (each corner then a vertex of its own) or the mean of its
+// faces' normals at each vertex.
+enum class GltfNormals { stored, flat, smooth };
+
 // A new scene (count 0) of the glTF file in bytes, binary or JSON by its first
 // bytes; name is what errors and the root's element names carry. A buffer or
 // image that is not in the file itself (a URI other than a data URI) is
@@ -42,15 +47,16 @@ BRELL_IO_API CBaseNode* ImportGltf(const std::string& path, std::vector<std::str
 // The models and meshes under root as a .glb file's bytes: one glTF node
 // (named after its element) and mesh (named after the node) each, positions
 // as 32-bit floats with their box, triangles (larger polygons as fans),
-// "normals" (made unit length), "colors", texture coordinates and the
+// "normals" (made unit length; else as normals asks), "colors", texture coordinates and the
 // mesh's first image as an embedded PNG texture; models as points. A vertex
 // whose corners have different texture coordinates becomes one vertex per
 // coordinate. FileError naming name for a null root, nothing to write, or a
 // coordinate that is not finite.
-BRELL_IO_API std::string WriteGlb(CBaseNode* root, const std::string& name);
+BRELL_IO_API std::string WriteGlb(CBaseNode* root, const std::string& name, GltfNormals normals = GltfNormals::stored);
 
 // Writes root as WriteGlb does to the .glb or .gltf file at path, saved
 // safely (SaveFile); a .gltf file keeps its buffer as buffer asks.
-BRELL_IO_API void ExportGltf(CBaseNode* root, const std::string& path, GltfBuffer buffer = GltfBuffer::embedded);
+BRELL_IO_API void ExportGltf(CBaseNode* root, const std::string& path, GltfBuffer buffer = GltfBuffer::embedded,
+                             GltfNormals normals = GltfNormals::stored);
 
 }  // namespace brell::io

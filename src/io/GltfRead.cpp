@@ -9,6 +9,8 @@
 #include "io/Png.h"
 #include "io/SceneNodes.h"
 
+#include <nlohmann/json.hpp>
+
 #include <climits>
 #include <cmath>
 #include <cstring>
@@ -23,7 +25,7 @@ namespace brell::io {
 namespace {
 
 constexpr uint32_t kGlbMagic = 0x46546C67;  // "glTF"
-constexpr uint32_t kJsonChunk = 0x4E4F534A;
+constexpr uint32_t kJsonChunk = 0x4E4F534A, kBinChunk = 0x004E4942;
 constexpr size_t kGlbHeader = 12, kChunkHeader = 8;
 
 uint32_t WordAt(std::string_view bytes, size_t at)
@@ -32,14 +34,21 @@ uint32_t WordAt(std::string_view bytes, size_t at)
     return uint32_t{b[0]} | uint32_t{b[1]} << 8 | uint32_t{b[2]} << 16 | uint32_t{b[3]} << 24;
 }
 
+size_t Padded(size_t size)
+{
+    return (size + 3) / 4 * 4;
+}
+
 bool IsGlb(std::string_view bytes)
 {
     return bytes.size() >= 4 && WordAt(bytes, 0) == kGlbMagic;
 }
 
-// Checks a binary file's header and chunks, which tinygltf trusts further than the file goes.
-void CheckGlb(std::string_view bytes, const std::string& name)
+// Checks a binary file's header and chunks, which tinygltf trusts further
+// than the file goes; its JSON chunk and BIN chunk (empty when there is none).
+std::pair<std::string_view, std::string_view> CheckGlb(std::string_view bytes, const std::string& name)
 {
+    std::string_view json, bin;
     if (bytes.size() < kGlbHeader)
         throw FileError::AtByte(name, bytes.size(), "a 12-byte glTF binary header", "the end of the file");
     if (WordAt(bytes, 4) != 2)
@@ -64,9 +73,55 @@ void CheckGlb(std::string_view bytes, const std::string& name)
             throw FileError::AtByte(name, at, "a chunk length that is a multiple of 4", std::to_string(chunkLength));
         if (chunk == 0 && WordAt(bytes, at + 4) != kJsonChunk)
             throw FileError::AtByte(name, at + 4, "a JSON chunk first", std::to_string(WordAt(bytes, at + 4)));
+        if (chunk == 0) json = bytes.substr(at + kChunkHeader, chunkLength);
+        if (chunk == 1 && WordAt(bytes, at + 4) == kBinChunk) bin = bytes.substr(at + kChunkHeader, chunkLength);
         at += kChunkHeader + chunkLength;
     }
     if (length == kGlbHeader) throw FileError::AtByte(name, kGlbHeader, "a JSON chunk", "the end of the file");
+    return {json, bin};
+}
+
+void PutWord(std::string& bytes, uint32_t word)
+{
+    for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(word >> shift & 0xFF);
+}
+
+// tinygltf copies a binary file's buffer 0, its BIN chunk, whole. When
+// that buffer is the chunk, tinygltf is given a copy of the file whose JSON
+// makes the buffer one byte long, and the reader takes the buffer from the
+// chunk itself: the file holding 1,000,000 vertices is not copied again. The
+// copy; empty when the file is to be read as it is.
+std::string WithoutBinChunk(std::string_view json, std::string_view bin, std::string_view& buffer0,
+                            const std::string& name)
+{
+    nlohmann::json document = nlohmann::json::parse(json.begin(), json.end(), nullptr, false);
+    if (document.is_discarded() || bin.empty() || !document.is_object()) return {};
+    const auto buffers = document.find("buffers");
+    if (buffers == document.end() || !buffers->is_array() || buffers->empty()) return {};
+    nlohmann::json& first = (*buffers)[0];
+    if (!first.is_object() || first.contains("uri")) return {};
+    const auto length = first.find("byteLength");
+    if (length == first.end() || !length->is_number_unsigned()) return {};
+    const uint64_t byteLength = length->get<uint64_t>();
+    if (byteLength > bin.size())
+        throw FileError::InFile(
+            name, "buffers[0].byteLength of at most the BIN chunk's " + std::to_string(bin.size()) + " bytes",
+            std::to_string(byteLength));
+    buffer0 = bin.substr(0, byteLength);
+    *length = 1;
+    std::string text = document.dump();
+    text.resize(Padded(text.size()), ' ');
+    std::string file;
+    PutWord(file, kGlbMagic);
+    PutWord(file, 2);
+    PutWord(file, static_cast<uint32_t>(kGlbHeader + 2 * kChunkHeader + text.size() + 4));
+    PutWord(file, static_cast<uint32_t>(text.size()));
+    PutWord(file, kJsonChunk);
+    file += text;
+    PutWord(file, 4);
+    PutWord(file, kBinChunk);
+    PutWord(file, 0);
+    return file;
 }
 
 // Where the reader may take files from: its folder (none for bytes in
@@ -152,16 +207,28 @@ std::string FirstLine(const std::string& text)
     return line.empty() ? "an unreadable glTF document" : "\"" + line + "\"";
 }
 
-tinygltf::Model Parse(std::string_view bytes, const std::string& name, const std::string& folder)
+// A parsed file; a binary file's buffer 0 may be its BIN chunk, in place.
+struct GltfModel : tinygltf::Model {
+    std::optional<std::string_view> buffer0;
+};
+
+// The parsed file, which keeps pointing into bytes.
+GltfModel Parse(std::string_view bytes, const std::string& name, const std::string& folder)
 {
     if (bytes.size() > UINT_MAX) throw FileError::InFile(name, "a glTF file below 4 GiB", std::to_string(bytes.size()));
     const bool binary = IsGlb(bytes);
-    if (binary) CheckGlb(bytes, name);
+    std::string_view buffer0;
+    std::string smaller;
+    if (binary) {
+        const auto [json, bin] = CheckGlb(bytes, name);
+        smaller = WithoutBinChunk(json, bin, buffer0, name);
+        if (!smaller.empty()) bytes = smaller;
+    }
     FileRoom room{folder, std::nullopt, &name};
     tinygltf::TinyGLTF loader;
     loader.SetFsCallbacks({FileExistsInRoom, SamePath, ReadFileInRoom, WriteNoFile, &room});
     loader.SetImageLoader(KeepImageBytes, nullptr);
-    tinygltf::Model model;
+    GltfModel model;
     std::string error, warning;
     bool loaded = false;
     try {
@@ -179,6 +246,7 @@ tinygltf::Model Parse(std::string_view bytes, const std::string& name, const std
     if (!loaded) throw FileError::InFile(name, "a glTF 2.0 document", FirstLine(error));
     if (model.asset.version.rfind("2.", 0) != 0)
         throw FileError::InFile(name, "asset.version 2.x", "\"" + model.asset.version + "\"");
+    if (!smaller.empty()) model.buffer0 = buffer0;
     return model;
 }
 
@@ -196,12 +264,16 @@ size_t CheckedIndex(int index, size_t count, const std::string& path, const std:
 }
 
 // A buffer view's bytes, checked against its buffer.
-std::string_view ViewBytes(const tinygltf::Model& model, int index, const std::string& path, const std::string& name)
+std::string_view ViewBytes(const GltfModel& model, int index, const std::string& path, const std::string& name)
 {
     const size_t v = CheckedIndex(index, model.bufferViews.size(), path, name);
     const tinygltf::BufferView& view = model.bufferViews[v];
     const size_t b = CheckedIndex(view.buffer, model.buffers.size(), Item("bufferViews", v) + ".buffer", name);
-    const size_t size = model.buffers[b].data.size();
+    const std::string_view buffer = b == 0 && model.buffer0
+                                        ? *model.buffer0
+                                        : std::string_view(reinterpret_cast<const char*>(model.buffers[b].data.data()),
+                                                           model.buffers[b].data.size());
+    const size_t size = buffer.size();
     if (view.byteOffset > size || view.byteLength > size - view.byteOffset)
         throw FileError::InFile(
             name,
@@ -211,7 +283,7 @@ std::string_view ViewBytes(const tinygltf::Model& model, int index, const std::s
                                        std::numeric_limits<uint64_t>::max()
                                    ? std::numeric_limits<uint64_t>::max()
                                    : view.byteOffset + view.byteLength));
-    return {reinterpret_cast<const char*>(model.buffers[b].data.data()) + view.byteOffset, view.byteLength};
+    return buffer.substr(view.byteOffset, view.byteLength);
 }
 
 // An accessor's elements, every one checked to lie in its buffer view.
@@ -244,7 +316,7 @@ struct Elements {
     }
 };
 
-Elements Access(const tinygltf::Model& model, int index, const std::string& path, const std::string& name)
+Elements Access(const GltfModel& model, int index, const std::string& path, const std::string& name)
 {
     const size_t a = CheckedIndex(index, model.accessors.size(), path, name);
     const tinygltf::Accessor& accessor = model.accessors[a];
@@ -376,7 +448,7 @@ void Fill(BulkVector<T>& channel, bool& has, bool present, size_t before, size_t
 }
 
 // Appends a primitive's vertices; the index of its first one.
-size_t AppendVertices(VertexSet& set, const tinygltf::Model& model, const tinygltf::Primitive& primitive,
+size_t AppendVertices(VertexSet& set, const GltfModel& model, const tinygltf::Primitive& primitive,
                       const std::string& path, const Transform& transform, int texCoordSet, const std::string& name)
 {
     auto attribute = [&](const std::string& key) -> std::optional<Elements> {
@@ -449,7 +521,7 @@ size_t AppendVertices(VertexSet& set, const tinygltf::Model& model, const tinygl
 
 // The vertex order of a primitive: its indices, checked against the vertex
 // count, or its vertices in order.
-BulkVector<int> VertexOrder(const tinygltf::Model& model, const tinygltf::Primitive& primitive, const std::string& path,
+BulkVector<int> VertexOrder(const GltfModel& model, const tinygltf::Primitive& primitive, const std::string& path,
                             size_t vertices, const std::string& name)
 {
     BulkVector<int> order;
@@ -492,7 +564,7 @@ struct ElementParts {
 
 class GltfScene {
 public:
-    GltfScene(const tinygltf::Model& model, const std::string& name, const std::string& folder)
+    GltfScene(const GltfModel& model, const std::string& name, const std::string& folder)
         : model_(model), name_(name), folder_(folder)
     {
     }
@@ -698,7 +770,7 @@ private:
         return info.texCoord;
     }
 
-    const tinygltf::Model& model_;
+    const GltfModel& model_;
     const std::string& name_;
     const std::string& folder_;
 };
@@ -751,7 +823,7 @@ CBaseNode* SceneOf(std::vector<ElementParts>& elements, const std::string& name)
 CBaseNode* ReadGltfIn(std::string_view bytes, const std::string& name, const std::string& folder,
                       std::vector<std::string>* warnings)
 {
-    const tinygltf::Model model = Parse(bytes, name, folder);
+    const GltfModel model = Parse(bytes, name, folder);
     GltfScene scene(model, name, folder);
     std::vector<ElementParts> elements = scene.Elements();
     if (elements.empty()) throw FileError::InFile(name, "a node showing a mesh", "none");

@@ -81,6 +81,33 @@ std::pair<std::string_view, std::string_view> CheckGlb(std::string_view bytes, c
     return {json, bin};
 }
 
+// JSON parsers and tinygltf's reading of "extras" recurse once per level of
+// nesting, so a file nested deeper than any glTF document is refused first.
+void CheckNesting(std::string_view json, size_t offset, const std::string& name)
+{
+    constexpr int kMaxDepth = 64;
+    int depth = 0;
+    bool inString = false;
+    for (size_t i = 0; i < json.size(); ++i) {
+        const char c = json[i];
+        if (inString) {
+            if (c == '\\')
+                ++i;
+            else if (c == '"')
+                inString = false;
+            continue;
+        }
+        if (c == '"')
+            inString = true;
+        else if (c == '[' || c == '{') {
+            if (++depth > kMaxDepth)
+                throw FileError::AtByte(name, offset + i, "JSON nested at most 64 deep", "a 65th level");
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+}
+
 void PutWord(std::string& bytes, uint32_t word)
 {
     for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(word >> shift & 0xFF);
@@ -109,7 +136,7 @@ std::string WithoutBinChunk(std::string_view json, std::string_view bin, std::st
             std::to_string(byteLength));
     buffer0 = bin.substr(0, byteLength);
     *length = 1;
-    std::string text = document.dump();
+    std::string text = document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
     text.resize(Padded(text.size()), ' ');
     std::string file;
     PutWord(file, kGlbMagic);
@@ -221,8 +248,11 @@ GltfModel Parse(std::string_view bytes, const std::string& name, const std::stri
     std::string smaller;
     if (binary) {
         const auto [json, bin] = CheckGlb(bytes, name);
+        CheckNesting(json, static_cast<size_t>(json.data() - bytes.data()), name);
         smaller = WithoutBinChunk(json, bin, buffer0, name);
         if (!smaller.empty()) bytes = smaller;
+    } else {
+        CheckNesting(bytes, 0, name);
     }
     FileRoom room{folder, std::nullopt, &name};
     tinygltf::TinyGLTF loader;

@@ -246,6 +246,8 @@ TEST(GltfFiles, AreRefusedWhenHostileEachWithItsOwnMessage)
               "found an end at byte 48");
     EXPECT_EQ(Message(Triangle(R"({"mesh":0})", "7"), "hostile.gltf"),
               "hostile.gltf: expected vertex indices below 3 in accessors[1] (element 2), found 7");
+    EXPECT_EQ(Message("{\"a\":" + std::string(100, '['), "hostile.gltf"),
+              "hostile.gltf: byte 68: expected JSON nested at most 64 deep, found a 65th level");
 }
 
 TEST(GltfFiles, MayNotNameABufferOutsideTheirFolder)

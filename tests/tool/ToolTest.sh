@@ -83,6 +83,14 @@ run 0 info square.obj
 says "vertices: 4"; says "polygons: 2"
 run 0 export --ascii points.xyz -o points.ply
 grep -q "^format ascii" points.ply || fail "export --ascii wrote no ASCII PLY"
+# glTF files go every way the other scan formats go.
+for gltf in square.glb square.gltf; do
+  run 0 export square.ply -o $gltf
+  run 0 list $gltf
+  says 'CElementNode "square.ply"'; says 'CMeshNode "square.ply"  2 polygons'
+  run 0 render $gltf -o $gltf.png --size 32x24
+  run 0 import $gltf -o $gltf.scene
+done
 
 run 0 --quiet render square.ply -o square.png --size 64x48 --mode wire --view 0,0,-1 --timing
 says "drawing"; says "writing square.png"

@@ -10,7 +10,7 @@ seconds="${1:-30}"
 scripts/deps.sh
 cmake -S . -B build-fuzz -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo -DCMAKE_CXX_COMPILER=clang++ \
   -DBRELL_FUZZ=ON -DBRELL_BUILD_TESTS=OFF -DBRELL_BUILD_BENCH=OFF >/dev/null
-formats=(ply off obj xyz scene camera kamera)
+formats=(ply off obj xyz gltf scene camera kamera)
 cmake --build build-fuzz --target "${formats[@]/#/brell_fuzz_}"
 for format in "${formats[@]}"; do
   mkdir -p "build-fuzz/corpus/$format" "build-fuzz/findings/$format"

@@ -1,7 +1,10 @@
 #include "io/FileBytes.h"
 #include "io/Geometry.h"
 
+#include <brelldata/core/Tree.h>
+#include <brelldata/io/Gltf.h>
 #include <brelldata/io/ScanFormats.h>
+#include <brelldata/io/ScanScene.h>
 
 #include <cctype>
 
@@ -35,7 +38,9 @@ ScanFormat FormatOfFileName(const std::string& path)
     if (extension == "off") return ScanFormat::off;
     if (extension == "obj") return ScanFormat::obj;
     if (extension == "xyz") return ScanFormat::xyz;
-    throw FileError::InFile(path, "a file name ending in .ply, .off, .obj or .xyz",
+    if (extension == "glb") return ScanFormat::glb;
+    if (extension == "gltf") return ScanFormat::gltf;
+    throw FileError::InFile(path, "a file name ending in .ply, .off, .obj, .xyz, .glb or .gltf",
                             extension.empty() ? "no extension" : "." + extension);
 }
 
@@ -46,17 +51,23 @@ ScanGeometry ReadScanFile(const std::string& path)
         FileWindow window(path);
         return detail::ReadPly(window, path);
     }
+    if (format == ScanFormat::glb || format == ScanFormat::gltf) {
+        std::vector<std::string> warnings;
+        CTree scene(ImportGltf(path, &warnings));
+        ScanGeometry geometry = GeometryOfScene(scene.Root(), path);
+        geometry.warnings = std::move(warnings);
+        return geometry;
+    }
     return ReadText(path, format);
 }
 
 ScanGeometry detail::ReadScanFile(const std::string& path, CArrayDataStore<VERTEX>& positionStore)
 {
-    const ScanFormat format = FormatOfFileName(path);
-    if (format == ScanFormat::ply) {
+    if (FormatOfFileName(path) == ScanFormat::ply) {
         FileWindow window(path);
         return detail::ReadPly(window, path, &positionStore);
     }
-    ScanGeometry geometry = ReadText(path, format);
+    ScanGeometry geometry = io::ReadScanFile(path);
     MovePositions(geometry, positionStore, path);
     return geometry;
 }
@@ -76,6 +87,13 @@ void WriteScanFile(const ScanGeometry& geometry, const std::string& path, PlyEnc
         case ScanFormat::xyz:
             bytes = WriteXyz(geometry, path);
             break;
+        case ScanFormat::glb:
+        case ScanFormat::gltf: {
+            detail::CheckGeometry(geometry, path);
+            CTree scene(SceneOfGeometry(geometry, path.substr(path.find_last_of('/') + 1)));
+            ExportGltf(scene.Root(), path);
+            return;
+        }
     }
     SaveFile(path, bytes.data(), bytes.size());
 }

@@ -1,10 +1,13 @@
 #include <brelldata/io/ScanScene.h>
 
+#include <brelldata/io/Gltf.h>
+
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
 
 #include "io/Geometry.h"
+#include "io/SceneNodes.h"
 #include "io/StreamLimit.h"
 
 #include <algorithm>
@@ -22,55 +25,6 @@
 namespace brell::io {
 
 namespace {
-
-// Destroys a node of count 0 unless it was handed on with Take.
-class NewNode {
-public:
-    explicit NewNode(CBaseNode* node) : node_(node)
-    {
-        if (node_ == nullptr) throw std::bad_alloc();
-    }
-    NewNode(const NewNode&) = delete;
-    NewNode& operator=(const NewNode&) = delete;
-    ~NewNode()
-    {
-        if (node_ == nullptr) return;
-        node_->AddRef();
-        node_->Release();
-    }
-    CBaseNode* Get() const { return node_; }
-    CBaseNode* Take() { return std::exchange(node_, nullptr); }
-
-private:
-    CBaseNode* node_;
-};
-
-// Appends a new child to parent, which holds it from then on.
-CBaseNode* Adopt(CBaseNode* parent, CBaseNode* child)
-{
-    if (child == nullptr) throw std::bad_alloc();
-    parent->AppendChild(child);
-    return child;
-}
-
-// Sets node's struct attribute to count items; nothing when count is 0.
-template <class T>
-void SetArrayAttribute(CBaseNode& node, const char* attribute, const T* items, size_t count, const std::string& name)
-{
-    if (count == 0) return;
-    if (count > INT_MAX / sizeof(T))
-        throw FileError::InFile(name, std::string("at most 2 GiB of ") + attribute, std::to_string(count) + " entries");
-    const int size = static_cast<int>(count * sizeof(T));
-    node.SetAttributeStruct(attribute, const_cast<T*>(items), size);
-    int stored = 0;
-    if (node.QueryAttributeStruct(attribute, &stored) == nullptr || stored != size) throw std::bad_alloc();
-}
-
-template <class T>
-void SetArrayAttribute(CBaseNode& node, const char* attribute, const BulkVector<T>& items, const std::string& name)
-{
-    SetArrayAttribute(node, attribute, items.data(), items.size(), name);
-}
 
 // Bytes a model's block spends besides its per-vertex arrays: its vertex
 // count and store length, and its attribute block's count and entry headers.
@@ -111,24 +65,6 @@ void MoveTailIntoAttribute(CBaseNode& node, const char* attribute, BulkVector<T>
     SetArrayAttribute(node, attribute, source.data() + from, source.size() - from, name);
     ReleasePages(source.data() + from, source.data() + source.size());
     source.resize(from);
-}
-
-// A model's attribute when it holds one T per item (count of them, what
-// names them); null when the model has none; FileError when its size does
-// not match.
-template <class T>
-const T* ArrayAttribute(CModelNode& model, const char* attribute, int count, const char* what, const std::string& name)
-{
-    int size = 0;
-    const void* data = model.QueryAttributeStruct(attribute, &size);
-    if (data == nullptr) return nullptr;
-    const int64_t expected = int64_t{count} * int64_t{sizeof(T)};
-    if (size != expected)
-        throw FileError::InFile(name,
-                                std::to_string(expected) + " bytes of " + attribute + " in model \"" + model.Name() +
-                                    "\" (" + std::to_string(count) + " " + what + ")",
-                                std::to_string(size));
-    return static_cast<const T*>(data);
 }
 
 // What one model or mesh holds, checked.
@@ -579,6 +515,8 @@ ScanGeometry GeometryOfScene(CBaseNode* root, const std::string& name)
 
 CBaseNode* ImportScan(const std::string& path, std::vector<std::string>* warnings)
 {
+    const ScanFormat format = FormatOfFileName(path);
+    if (format == ScanFormat::glb || format == ScanFormat::gltf) return ImportGltf(path, warnings);
     // The readers check what they give; the positions go straight into the model's store.
     const CRefData<CArrayDataStore<VERTEX>> positions;
     ScanGeometry geometry = detail::ReadScanFile(path, *positions);
@@ -589,7 +527,9 @@ CBaseNode* ImportScan(const std::string& path, std::vector<std::string>* warning
 void ExportScan(CBaseNode* root, const std::string& path, PlyEncoding plyEncoding)
 {
     if (root == nullptr) throw FileError::InFile(path, "a scene to export", "none");
-    if (FormatOfFileName(path) == ScanFormat::ply) {
+    const ScanFormat format = FormatOfFileName(path);
+    if (format == ScanFormat::glb || format == ScanFormat::gltf) return ExportGltf(root, path);
+    if (format == ScanFormat::ply) {
         // Written straight from the stores, unless lines, texture coordinates
         // or the parts of a split mesh need the scene joined first.
         std::vector<CLinearLineNode*> lineNodes;

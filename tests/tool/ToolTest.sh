@@ -83,6 +83,14 @@ run 0 info square.obj
 says "vertices: 4"; says "polygons: 2"
 run 0 export --ascii points.xyz -o points.ply
 grep -q "^format ascii" points.ply || fail "export --ascii wrote no ASCII PLY"
+# glTF files go every way the other scan formats go.
+for gltf in square.glb square.gltf; do
+  run 0 export square.ply -o $gltf
+  run 0 list $gltf
+  says 'CElementNode "square.ply"'; says 'CMeshNode "square.ply"  2 polygons'
+  run 0 render $gltf -o $gltf.png --size 32x24
+  run 0 import $gltf -o $gltf.scene
+done
 
 run 0 --quiet render square.ply -o square.png --size 64x48 --mode wire --view 0,0,-1 --timing
 says "drawing"; says "writing square.png"
@@ -173,7 +181,7 @@ done <<'CASES'
 import square.ply -o x.ply:.scene
 calc square.ply --proc wire -o x.PLY:.scene
 render square.ply -o x.jpg:.png
-export square.ply -o square.txt:.ply, .off, .obj or .xyz
+export square.ply -o square.txt:.ply, .off, .obj, .xyz, .glb or .gltf
 CASES
 run 2 render square.ply -o x.png --size 12
 one_error "--size"

@@ -23,12 +23,12 @@
 
 namespace brell::io {
 
-enum class ScanFormat { ply, off, obj, xyz };
+enum class ScanFormat { ply, off, obj, xyz, glb, gltf };
 
 enum class PlyEncoding { ascii, binaryLittleEndian, binaryBigEndian };
 
-// The format a file name's extension (.ply, .off, .obj, .xyz, any case) asks
-// for; FileError for any other name.
+// The format a file name's extension (.ply, .off, .obj, .xyz, .glb, .gltf,
+// any case) asks for; FileError for any other name.
 BRELL_IO_API ScanFormat FormatOfFileName(const std::string& path);
 
 // Reads bytes as the given format; name is the file name errors carry.
@@ -50,7 +50,8 @@ BRELL_IO_API std::string WriteOff(const ScanGeometry& geometry, const std::strin
 BRELL_IO_API std::string WriteObj(const ScanGeometry& geometry, const std::string& name);
 BRELL_IO_API std::string WriteXyz(const ScanGeometry& geometry, const std::string& name);
 
-// Reads the file at path in the format its extension asks for.
+// Reads the file at path in the format its extension asks for; a glTF file
+// (brelldata/io/Gltf.h) as all its meshes and points in one geometry.
 BRELL_IO_API ScanGeometry ReadScanFile(const std::string& path);
 // Writes the file at path in the format its extension asks for, through a
 // temporary file in the same folder, so a failed write leaves any old file

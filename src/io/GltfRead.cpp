@@ -1,0 +1,880 @@
+#include <brelldata/io/Gltf.h>
+
+#include <brelldata/io/ScanScene.h>
+#include <brelldata/scan/LineNodes.h>
+#include <brelldata/scan/ModelNodes.h>
+
+#include "io/FileBytes.h"
+#include "io/GltfLibrary.h"
+#include "io/Png.h"
+#include "io/SceneNodes.h"
+
+#include <nlohmann/json.hpp>
+
+#include <climits>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <map>
+#include <new>
+#include <optional>
+#include <stdlib.h>
+
+namespace brell::io {
+
+namespace {
+
+constexpr uint32_t kGlbMagic = 0x46546C67;  // "glTF"
+constexpr uint32_t kJsonChunk = 0x4E4F534A, kBinChunk = 0x004E4942;
+constexpr size_t kGlbHeader = 12, kChunkHeader = 8;
+
+uint32_t WordAt(std::string_view bytes, size_t at)
+{
+    const auto* b = reinterpret_cast<const unsigned char*>(bytes.data() + at);
+    return uint32_t{b[0]} | uint32_t{b[1]} << 8 | uint32_t{b[2]} << 16 | uint32_t{b[3]} << 24;
+}
+
+size_t Padded(size_t size)
+{
+    return (size + 3) / 4 * 4;
+}
+
+bool IsGlb(std::string_view bytes)
+{
+    return bytes.size() >= 4 && WordAt(bytes, 0) == kGlbMagic;
+}
+
+// Checks a binary file's header and chunks, which tinygltf trusts further
+// than the file goes; its JSON chunk and BIN chunk (empty when there is none).
+std::pair<std::string_view, std::string_view> CheckGlb(std::string_view bytes, const std::string& name)
+{
+    std::string_view json, bin;
+    if (bytes.size() < kGlbHeader)
+        throw FileError::AtByte(name, bytes.size(), "a 12-byte glTF binary header", "the end of the file");
+    if (WordAt(bytes, 4) != 2)
+        throw FileError::AtByte(name, 4, "glTF binary version 2", std::to_string(WordAt(bytes, 4)));
+    const uint64_t length = WordAt(bytes, 8);
+    if (length > bytes.size())
+        throw FileError::AtByte(name, bytes.size(), "the " + std::to_string(length) + " bytes the header gives",
+                                "the end of the file");
+    if (length < bytes.size())
+        throw FileError::AtByte(name, 8, "the file's length, " + std::to_string(bytes.size()) + " bytes",
+                                std::to_string(length));
+    for (size_t at = kGlbHeader, chunk = 0; at < length; ++chunk) {
+        if (length - at < kChunkHeader)
+            throw FileError::AtByte(name, at, "an 8-byte chunk header", "the end of the file");
+        const uint64_t chunkLength = WordAt(bytes, at);
+        if (chunkLength > length - at - kChunkHeader)
+            throw FileError::AtByte(name, at,
+                                    "a chunk length of at most the " + std::to_string(length - at - kChunkHeader) +
+                                        " bytes left in the file",
+                                    std::to_string(chunkLength));
+        if (chunkLength % 4 != 0)
+            throw FileError::AtByte(name, at, "a chunk length that is a multiple of 4", std::to_string(chunkLength));
+        if (chunk == 0 && WordAt(bytes, at + 4) != kJsonChunk)
+            throw FileError::AtByte(name, at + 4, "a JSON chunk first", std::to_string(WordAt(bytes, at + 4)));
+        if (chunk == 0) json = bytes.substr(at + kChunkHeader, chunkLength);
+        if (chunk == 1 && WordAt(bytes, at + 4) == kBinChunk) bin = bytes.substr(at + kChunkHeader, chunkLength);
+        at += kChunkHeader + chunkLength;
+    }
+    if (length == kGlbHeader) throw FileError::AtByte(name, kGlbHeader, "a JSON chunk", "the end of the file");
+    return {json, bin};
+}
+
+// JSON parsers and tinygltf's reading of "extras" recurse once per level of
+// nesting, so a file nested deeper than any glTF document is refused first.
+void CheckNesting(std::string_view json, size_t offset, const std::string& name)
+{
+    constexpr int kMaxDepth = 64;
+    int depth = 0;
+    bool inString = false;
+    for (size_t i = 0; i < json.size(); ++i) {
+        const char c = json[i];
+        if (inString) {
+            if (c == '\\')
+                ++i;
+            else if (c == '"')
+                inString = false;
+            continue;
+        }
+        if (c == '"')
+            inString = true;
+        else if (c == '[' || c == '{') {
+            if (++depth > kMaxDepth)
+                throw FileError::AtByte(name, offset + i, "JSON nested at most 64 deep", "a 65th level");
+        } else if (c == ']' || c == '}') {
+            --depth;
+        }
+    }
+}
+
+void PutWord(std::string& bytes, uint32_t word)
+{
+    for (int shift = 0; shift < 32; shift += 8) bytes += static_cast<char>(word >> shift & 0xFF);
+}
+
+// tinygltf copies a binary file's buffer 0, its BIN chunk, whole. When
+// that buffer is the chunk, tinygltf is given a copy of the file whose JSON
+// makes the buffer one byte long, and the reader takes the buffer from the
+// chunk itself: the file holding 1,000,000 vertices is not copied again. The
+// copy; empty when the file is to be read as it is.
+std::string WithoutBinChunk(std::string_view json, std::string_view bin, std::string_view& buffer0,
+                            const std::string& name)
+{
+    nlohmann::json document = nlohmann::json::parse(json.begin(), json.end(), nullptr, false);
+    if (document.is_discarded() || bin.empty() || !document.is_object()) return {};
+    const auto buffers = document.find("buffers");
+    if (buffers == document.end() || !buffers->is_array() || buffers->empty()) return {};
+    nlohmann::json& first = (*buffers)[0];
+    if (!first.is_object() || first.contains("uri")) return {};
+    const auto length = first.find("byteLength");
+    if (length == first.end() || !length->is_number_unsigned()) return {};
+    const uint64_t byteLength = length->get<uint64_t>();
+    if (byteLength > bin.size())
+        throw FileError::InFile(
+            name, "buffers[0].byteLength of at most the BIN chunk's " + std::to_string(bin.size()) + " bytes",
+            std::to_string(byteLength));
+    buffer0 = bin.substr(0, byteLength);
+    *length = 1;
+    std::string text = document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+    text.resize(Padded(text.size()), ' ');
+    std::string file;
+    PutWord(file, kGlbMagic);
+    PutWord(file, 2);
+    PutWord(file, static_cast<uint32_t>(kGlbHeader + 2 * kChunkHeader + text.size() + 4));
+    PutWord(file, static_cast<uint32_t>(text.size()));
+    PutWord(file, kJsonChunk);
+    file += text;
+    PutWord(file, 4);
+    PutWord(file, kBinChunk);
+    PutWord(file, 0);
+    return file;
+}
+
+// Where the reader may take files from: its folder (none for bytes in
+// memory), and the first URI it refused.
+struct FileRoom {
+    std::string folder;
+    std::optional<FileError> refusal;
+    const std::string* name;
+};
+
+// The file uri names inside room's folder, following links; nothing when
+// the URI leaves the folder or there is no folder, and room keeps why.
+std::optional<std::string> PathInRoom(const std::string& joined, FileRoom& room)
+{
+    // tinygltf joins the folder and the URI with one slash, unless the folder ends in one.
+    const size_t folderEnd = room.folder.empty() ? 0 : room.folder.size() + (room.folder.back() == '/' ? 0 : 1);
+    const std::string uri = joined.substr(std::min(joined.size(), folderEnd));
+    auto refuse = [&](const std::string& expected) {
+        if (!room.refusal) room.refusal = FileError::InFile(*room.name, expected, "\"" + uri + "\"");
+        return std::nullopt;
+    };
+    if (room.folder.empty()) return refuse("buffers and images inside the file (data URIs)");
+    const bool leaves = uri.empty() || uri[0] == '/' || uri == ".." || uri.rfind("../", 0) == 0 ||
+                        uri.find("/../") != std::string::npos ||
+                        (uri.size() >= 3 && uri.compare(uri.size() - 3, 3, "/..") == 0);
+    if (leaves) return refuse("a URI inside the file's folder (no \"..\", no absolute path)");
+    const std::string path = room.folder + "/" + uri;
+    char* real = realpath(path.c_str(), nullptr);
+    char* realFolder = realpath(room.folder.c_str(), nullptr);
+    const bool inside =
+        real != nullptr && realFolder != nullptr && std::string(real).rfind(std::string(realFolder) + "/", 0) == 0;
+    free(real);
+    free(realFolder);
+    if (!inside) return refuse("a file inside the file's folder");
+    return path;
+}
+
+bool FileExistsInRoom(const std::string& path, void* room)
+{
+    return PathInRoom(path, *static_cast<FileRoom*>(room)).has_value();
+}
+
+std::string SamePath(const std::string& path, void*)
+{
+    return path;
+}
+
+bool ReadFileInRoom(std::vector<unsigned char>* out, std::string* error, const std::string& path, void* roomData)
+{
+    FileRoom& room = *static_cast<FileRoom*>(roomData);
+    const std::optional<std::string> inside = PathInRoom(path, room);
+    if (!inside) return false;
+    try {
+        RequireRegularFile(*inside);
+        const FileBytes bytes = ReadWholeFile(*inside);
+        out->assign(bytes.View().begin(), bytes.View().end());
+        return true;
+    } catch (const FileError& refusal) {
+        if (!room.refusal) room.refusal = refusal;
+        *error = refusal.what();
+        return false;
+    }
+}
+
+bool WriteNoFile(std::string*, const std::string&, const std::vector<unsigned char>&, void*)
+{
+    return false;
+}
+
+// Keeps an image's encoded bytes as they are; the reader decodes the one it
+// keeps. Images in buffer views are taken from the view once it is checked.
+bool KeepImageBytes(tinygltf::Image* image, int, std::string*, std::string*, int, int, const unsigned char* bytes,
+                    int size, void*)
+{
+    if (image->bufferView < 0 && size > 0) image->image.assign(bytes, bytes + size);
+    return true;
+}
+
+// The first line of tinygltf's error text.
+std::string FirstLine(const std::string& text)
+{
+    const std::string line = text.substr(0, text.find('\n'));
+    return line.empty() ? "an unreadable glTF document" : "\"" + line + "\"";
+}
+
+// A parsed file; a binary file's buffer 0 may be its BIN chunk, in place.
+struct GltfModel : tinygltf::Model {
+    std::optional<std::string_view> buffer0;
+};
+
+// The parsed file, which keeps pointing into bytes.
+GltfModel Parse(std::string_view bytes, const std::string& name, const std::string& folder)
+{
+    if (bytes.size() > UINT_MAX) throw FileError::InFile(name, "a glTF file below 4 GiB", std::to_string(bytes.size()));
+    const bool binary = IsGlb(bytes);
+    std::string_view buffer0;
+    std::string smaller;
+    if (binary) {
+        const auto [json, bin] = CheckGlb(bytes, name);
+        CheckNesting(json, static_cast<size_t>(json.data() - bytes.data()), name);
+        smaller = WithoutBinChunk(json, bin, buffer0, name);
+        if (!smaller.empty()) bytes = smaller;
+    } else {
+        CheckNesting(bytes, 0, name);
+    }
+    FileRoom room{folder, std::nullopt, &name};
+    tinygltf::TinyGLTF loader;
+    loader.SetFsCallbacks({FileExistsInRoom, SamePath, ReadFileInRoom, WriteNoFile, &room});
+    loader.SetImageLoader(KeepImageBytes, nullptr);
+    GltfModel model;
+    std::string error, warning;
+    bool loaded = false;
+    try {
+        const auto size = static_cast<unsigned int>(bytes.size());
+        loaded = binary
+                     ? loader.LoadBinaryFromMemory(&model, &error, &warning,
+                                                   reinterpret_cast<const unsigned char*>(bytes.data()), size, folder)
+                     : loader.LoadASCIIFromString(&model, &error, &warning, bytes.data(), size, folder);
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const std::exception& failure) {
+        error = failure.what();
+    }
+    if (room.refusal) throw *room.refusal;
+    if (!loaded) throw FileError::InFile(name, "a glTF 2.0 document", FirstLine(error));
+    if (model.asset.version.rfind("2.", 0) != 0)
+        throw FileError::InFile(name, "asset.version 2.x", "\"" + model.asset.version + "\"");
+    if (!smaller.empty()) model.buffer0 = buffer0;
+    return model;
+}
+
+std::string Item(const char* array, size_t index)
+{
+    return std::string(array) + "[" + std::to_string(index) + "]";
+}
+
+// Index into an array of count items, or FileError naming path.
+size_t CheckedIndex(int index, size_t count, const std::string& path, const std::string& name)
+{
+    if (index < 0 || static_cast<size_t>(index) >= count)
+        throw FileError::InFile(name, path + " below " + std::to_string(count), std::to_string(index));
+    return static_cast<size_t>(index);
+}
+
+// A buffer view's bytes, checked against its buffer.
+std::string_view ViewBytes(const GltfModel& model, int index, const std::string& path, const std::string& name)
+{
+    const size_t v = CheckedIndex(index, model.bufferViews.size(), path, name);
+    const tinygltf::BufferView& view = model.bufferViews[v];
+    const size_t b = CheckedIndex(view.buffer, model.buffers.size(), Item("bufferViews", v) + ".buffer", name);
+    const std::string_view buffer = b == 0 && model.buffer0
+                                        ? *model.buffer0
+                                        : std::string_view(reinterpret_cast<const char*>(model.buffers[b].data.data()),
+                                                           model.buffers[b].data.size());
+    const size_t size = buffer.size();
+    if (view.byteOffset > size || view.byteLength > size - view.byteOffset)
+        throw FileError::InFile(
+            name,
+            Item("bufferViews", v) + " to end within " + Item("buffers", b) + "'s " + std::to_string(size) + " bytes",
+            "bytes " + std::to_string(view.byteOffset) + " to " +
+                std::to_string(static_cast<unsigned __int128>(view.byteOffset) + view.byteLength >
+                                       std::numeric_limits<uint64_t>::max()
+                                   ? std::numeric_limits<uint64_t>::max()
+                                   : view.byteOffset + view.byteLength));
+    return buffer.substr(view.byteOffset, view.byteLength);
+}
+
+// An accessor's elements, every one checked to lie in its buffer view.
+struct Elements {
+    const char* first;
+    size_t stride;
+    size_t count;
+    int componentType;
+    int components;
+    std::string path;
+
+    template <class T>
+    T Component(size_t element, int component) const
+    {
+        T value;
+        std::memcpy(&value, first + element * stride + component * sizeof(T), sizeof(T));
+        return value;
+    }
+    // Component as a float; integers as normalized values.
+    float Unit(size_t element, int component) const
+    {
+        switch (componentType) {
+            case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
+                return Component<uint8_t>(element, component) / 255.0f;
+            case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT:
+                return Component<uint16_t>(element, component) / 65535.0f;
+            default:
+                return Component<float>(element, component);
+        }
+    }
+};
+
+Elements Access(const GltfModel& model, int index, const std::string& path, const std::string& name)
+{
+    const size_t a = CheckedIndex(index, model.accessors.size(), path, name);
+    const tinygltf::Accessor& accessor = model.accessors[a];
+    const std::string where = Item("accessors", a);
+    if (accessor.sparse.isSparse) throw FileError::InFile(name, where + " without sparse storage", "sparse storage");
+    const int componentSize = tinygltf::GetComponentSizeInBytes(static_cast<uint32_t>(accessor.componentType));
+    const int components = tinygltf::GetNumComponentsInType(static_cast<uint32_t>(accessor.type));
+    if (componentSize < 1 || components < 1)
+        throw FileError::InFile(name, where + " of a known type and component type",
+                                std::to_string(accessor.type) + " of " + std::to_string(accessor.componentType));
+    const std::string_view bytes = ViewBytes(model, accessor.bufferView, where + ".bufferView", name);
+    const size_t elementSize = static_cast<size_t>(componentSize) * components;
+    const size_t stride = model.bufferViews[accessor.bufferView].byteStride;
+    if (stride != 0 && stride < elementSize)
+        throw FileError::InFile(
+            name, Item("bufferViews", accessor.bufferView) + ".byteStride of at least " + std::to_string(elementSize),
+            std::to_string(stride));
+    Elements elements{bytes.data() + std::min(accessor.byteOffset, bytes.size()),
+                      stride != 0 ? stride : elementSize,
+                      accessor.count,
+                      accessor.componentType,
+                      components,
+                      where};
+    if (accessor.count == 0) return elements;
+    const unsigned __int128 end = static_cast<unsigned __int128>(accessor.byteOffset) +
+                                  (accessor.count - 1) * static_cast<unsigned __int128>(elements.stride) + elementSize;
+    if (end > bytes.size())
+        throw FileError::InFile(name,
+                                where + " (" + std::to_string(accessor.count) + " elements of " +
+                                    std::to_string(elementSize) + " bytes) to end within " +
+                                    Item("bufferViews", accessor.bufferView) + "'s " + std::to_string(bytes.size()) +
+                                    " bytes",
+                                end > std::numeric_limits<uint64_t>::max()
+                                    ? std::string("an end past 2^64")
+                                    : "an end at byte " + std::to_string(static_cast<uint64_t>(end)));
+    return elements;
+}
+
+void RequireKind(const Elements& elements, std::initializer_list<int> componentTypes,
+                 std::initializer_list<int> componentCounts, const std::string& expected, const std::string& name)
+{
+    bool typeFits = false, countFits = false;
+    for (int type : componentTypes) typeFits = typeFits || type == elements.componentType;
+    for (int count : componentCounts) countFits = countFits || count == elements.components;
+    if (!typeFits || !countFits)
+        throw FileError::InFile(
+            name, elements.path + " of " + expected,
+            std::to_string(elements.components) + " components of type " + std::to_string(elements.componentType));
+}
+
+// A column-major 4x4 transform.
+struct Transform {
+    double m[16] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};
+
+    bool IsIdentity() const
+    {
+        static const Transform identity;
+        return std::memcmp(m, identity.m, sizeof m) == 0;
+    }
+    Transform Then(const Transform& local) const
+    {
+        Transform product;
+        for (int column = 0; column < 4; ++column)
+            for (int row = 0; row < 4; ++row) {
+                double sum = 0;
+                for (int k = 0; k < 4; ++k) sum += m[k * 4 + row] * local.m[column * 4 + k];
+                product.m[column * 4 + row] = sum;
+            }
+        return product;
+    }
+    VERTEX Apply(const VERTEX& p) const
+    {
+        return {m[0] * p.x + m[4] * p.y + m[8] * p.z + m[12], m[1] * p.x + m[5] * p.y + m[9] * p.z + m[13],
+                m[2] * p.x + m[6] * p.y + m[10] * p.z + m[14]};
+    }
+    // A normal by the inverse transpose of the upper 3x3, made unit length again.
+    CVector_3<float> ApplyToNormal(const CVector_3<float>& n) const
+    {
+        const double a = m[0], b = m[4], c = m[8], d = m[1], e = m[5], f = m[9], g = m[2], h = m[6], i = m[10];
+        // The cofactor matrix is the inverse transpose times the determinant, whose size unit length undoes.
+        const double x = (e * i - f * h) * n.x + (f * g - d * i) * n.y + (d * h - e * g) * n.z;
+        const double y = (c * h - b * i) * n.x + (a * i - c * g) * n.y + (b * g - a * h) * n.z;
+        const double z = (b * f - c * e) * n.x + (c * d - a * f) * n.y + (a * e - b * d) * n.z;
+        const double length = std::sqrt(x * x + y * y + z * z);
+        if (!(length > 0)) return n;
+        return {static_cast<float>(x / length), static_cast<float>(y / length), static_cast<float>(z / length)};
+    }
+};
+
+Transform LocalTransform(const tinygltf::Node& node)
+{
+    Transform local;
+    if (node.matrix.size() == 16) {
+        std::copy(node.matrix.begin(), node.matrix.end(), local.m);
+        return local;
+    }
+    double t[3] = {0, 0, 0}, r[4] = {0, 0, 0, 1}, s[3] = {1, 1, 1};
+    if (node.translation.size() == 3) std::copy(node.translation.begin(), node.translation.end(), t);
+    if (node.rotation.size() == 4) std::copy(node.rotation.begin(), node.rotation.end(), r);
+    if (node.scale.size() == 3) std::copy(node.scale.begin(), node.scale.end(), s);
+    const double x = r[0], y = r[1], z = r[2], w = r[3];
+    const double rotation[9] = {1 - 2 * (y * y + z * z), 2 * (x * y + z * w),     2 * (x * z - y * w),
+                                2 * (x * y - z * w),     1 - 2 * (x * x + z * z), 2 * (y * z + x * w),
+                                2 * (x * z + y * w),     2 * (y * z - x * w),     1 - 2 * (x * x + y * y)};
+    for (int column = 0; column < 3; ++column)
+        for (int row = 0; row < 3; ++row) local.m[column * 4 + row] = rotation[column * 3 + row] * s[column];
+    std::copy(t, t + 3, local.m + 12);
+    return local;
+}
+
+// Vertices gathered from primitives; a channel some primitives lack is
+// filled with its default for them.
+struct VertexSet {
+    BulkVector<VERTEX> positions;
+    BulkVector<CVector_3<float>> normals;
+    BulkVector<RGBA> colors;
+    BulkVector<CVector_2<float>> texCoords;  // per vertex, made per corner at the end
+    bool hasNormals = false, hasColors = false, hasTexCoords = false;
+};
+
+template <class T>
+void Fill(BulkVector<T>& channel, bool& has, bool present, size_t before, size_t after, const T& standard)
+{
+    if (present && !has) {
+        channel.assign(before, standard);
+        has = true;
+    }
+    if (has && !present) channel.resize(after, standard);
+}
+
+// Appends a primitive's vertices; the index of its first one.
+size_t AppendVertices(VertexSet& set, const GltfModel& model, const tinygltf::Primitive& primitive,
+                      const std::string& path, const Transform& transform, int texCoordSet, const std::string& name)
+{
+    auto attribute = [&](const std::string& key) -> std::optional<Elements> {
+        const auto found = primitive.attributes.find(key);
+        if (found == primitive.attributes.end()) return std::nullopt;
+        return Access(model, found->second, path + ".attributes." + key, name);
+    };
+    const std::optional<Elements> positions = attribute("POSITION");
+    if (!positions) throw FileError::InFile(name, path + ".attributes.POSITION", "none");
+    RequireKind(*positions, {TINYGLTF_COMPONENT_TYPE_FLOAT}, {3}, "VEC3 floats", name);
+    const size_t before = set.positions.size(), count = positions->count;
+    if (count > static_cast<size_t>(INT_MAX) - before)
+        throw FileError::InFile(name, "at most 2147483647 vertices in one mesh", "more at " + path);
+    auto fitting = [&](std::optional<Elements> elements) {
+        if (elements && elements->count != count)
+            throw FileError::InFile(name, elements->path + " of " + std::to_string(count) + " elements, as POSITION",
+                                    std::to_string(elements->count));
+        return elements;
+    };
+    const std::optional<Elements> normals = fitting(attribute("NORMAL"));
+    const std::optional<Elements> colors = fitting(attribute("COLOR_0"));
+    const std::optional<Elements> texCoords = fitting(attribute("TEXCOORD_" + std::to_string(texCoordSet)));
+    const int byteOrShort[] = {TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE, TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT};
+    if (normals) RequireKind(*normals, {TINYGLTF_COMPONENT_TYPE_FLOAT}, {3}, "VEC3 floats", name);
+    if (colors)
+        RequireKind(*colors, {TINYGLTF_COMPONENT_TYPE_FLOAT, byteOrShort[0], byteOrShort[1]}, {3, 4},
+                    "VEC3 or VEC4 floats, bytes or shorts", name);
+    if (texCoords)
+        RequireKind(*texCoords, {TINYGLTF_COMPONENT_TYPE_FLOAT, byteOrShort[0], byteOrShort[1]}, {2},
+                    "VEC2 floats, bytes or shorts", name);
+    const size_t after = before + count;
+    const bool moved = !transform.IsIdentity();
+    set.positions.resize(after);
+    for (size_t i = 0; i < count; ++i) {
+        VERTEX p{positions->Component<float>(i, 0), positions->Component<float>(i, 1),
+                 positions->Component<float>(i, 2)};
+        if (moved) p = transform.Apply(p);
+        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z))
+            throw FileError::InFile(name, "finite coordinates in " + positions->path + ", as placed by its node",
+                                    "element " + std::to_string(i) + " at " + std::to_string(p.x) + ", " +
+                                        std::to_string(p.y) + ", " + std::to_string(p.z));
+        set.positions[before + i] = p;
+    }
+    Fill(set.normals, set.hasNormals, normals.has_value(), before, after, CVector_3<float>{0, 0, 0});
+    if (normals) {
+        set.normals.resize(after);
+        for (size_t i = 0; i < count; ++i) {
+            const CVector_3<float> n{normals->Component<float>(i, 0), normals->Component<float>(i, 1),
+                                     normals->Component<float>(i, 2)};
+            set.normals[before + i] = moved ? transform.ApplyToNormal(n) : n;
+        }
+    }
+    Fill(set.colors, set.hasColors, colors.has_value(), before, after, RGBA{255, 255, 255, 255});
+    if (colors) {
+        set.colors.resize(after);
+        auto channel = [&](size_t i, int c) {
+            return static_cast<uint8_t>(std::lround(std::clamp(colors->Unit(i, c), 0.0f, 1.0f) * 255.0f));
+        };
+        for (size_t i = 0; i < count; ++i)
+            set.colors[before + i] = {channel(i, 0), channel(i, 1), channel(i, 2),
+                                      colors->components == 4 ? channel(i, 3) : uint8_t{255}};
+    }
+    Fill(set.texCoords, set.hasTexCoords, texCoords.has_value(), before, after, CVector_2<float>{0, 0});
+    if (texCoords) {
+        set.texCoords.resize(after);
+        for (size_t i = 0; i < count; ++i) set.texCoords[before + i] = {texCoords->Unit(i, 0), texCoords->Unit(i, 1)};
+    }
+    return before;
+}
+
+// The vertex order of a primitive: its indices, checked against the vertex
+// count, or its vertices in order.
+BulkVector<int> VertexOrder(const GltfModel& model, const tinygltf::Primitive& primitive, const std::string& path,
+                            size_t vertices, const std::string& name)
+{
+    BulkVector<int> order;
+    if (primitive.indices < 0) {
+        order.resize(vertices);
+        for (size_t i = 0; i < vertices; ++i) order[i] = static_cast<int>(i);
+        return order;
+    }
+    const Elements indices = Access(model, primitive.indices, path + ".indices", name);
+    RequireKind(indices,
+                {TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE, TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT,
+                 TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT},
+                {1}, "unsigned bytes, shorts or ints", name);
+    order.resize(indices.count);
+    for (size_t i = 0; i < indices.count; ++i) {
+        const uint32_t index =
+            indices.componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE    ? indices.Component<uint8_t>(i, 0)
+            : indices.componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT ? indices.Component<uint16_t>(i, 0)
+                                                                              : indices.Component<uint32_t>(i, 0);
+        if (index >= vertices)
+            throw FileError::InFile(name,
+                                    "vertex indices below " + std::to_string(vertices) + " in " + indices.path +
+                                        " (element " + std::to_string(i) + ")",
+                                    std::to_string(index));
+        order[i] = static_cast<int>(index);
+    }
+    return order;
+}
+
+// What one glTF node's mesh becomes.
+struct ElementParts {
+    std::string name;
+    std::string meshName;
+    VertexSet triangleVertices;
+    BulkVector<CPolygon<int>> triangles;
+    VertexSet points;
+    std::vector<std::vector<CVector_3<double>>> lines;
+    std::optional<CRefData<CMatrixDataStore<RGBA>>> texture;
+};
+
+class GltfScene {
+public:
+    GltfScene(const GltfModel& model, const std::string& name, const std::string& folder)
+        : model_(model), name_(name), folder_(folder)
+    {
+    }
+
+    std::vector<ElementParts> Elements()
+    {
+        WarnUnsupported();
+        std::vector<ElementParts> elements;
+        std::vector<char> visited(model_.nodes.size(), 0);
+        std::vector<std::pair<int, Transform>> pending;
+        auto push = [&](int node, const Transform& parent, const std::string& path) {
+            const size_t n = CheckedIndex(node, model_.nodes.size(), path, name_);
+            if (visited[n]) throw FileError::InFile(name_, Item("nodes", n) + " once in the node hierarchy", "again");
+            visited[n] = 1;
+            pending.emplace_back(static_cast<int>(n), parent.Then(LocalTransform(model_.nodes[n])));
+        };
+        for (const auto& [node, path] : RootNodes()) push(node, Transform(), path);
+        while (!pending.empty()) {
+            const auto [n, transform] = pending.back();
+            pending.pop_back();
+            const tinygltf::Node& node = model_.nodes[n];
+            for (size_t c = node.children.size(); c-- > 0;)
+                push(node.children[c], transform, Item("nodes", n) + ".children[" + std::to_string(c) + "]");
+            if (node.mesh >= 0) elements.push_back(MeshElement(n, transform));
+        }
+        return elements;
+    }
+
+    std::vector<std::string> warnings;
+
+private:
+    void Warn(size_t count, const std::string& what)
+    {
+        if (count != 0) warnings.push_back(std::to_string(count) + " " + what + " skipped");
+    }
+
+    void WarnUnsupported()
+    {
+        Warn(model_.animations.size(), "animations");
+        Warn(model_.skins.size(), "skins");
+        Warn(model_.cameras.size(), "cameras");
+        for (const std::string& extension : model_.extensionsUsed)
+            warnings.push_back("extension " + extension + " skipped");
+    }
+
+    // The nodes to start from, with where they were named.
+    std::vector<std::pair<int, std::string>> RootNodes() const
+    {
+        std::vector<std::pair<int, std::string>> roots;
+        if (model_.scenes.empty()) {
+            // Without scenes, every node that is nobody's child.
+            std::vector<char> isChild(model_.nodes.size(), 0);
+            for (const tinygltf::Node& node : model_.nodes)
+                for (int child : node.children)
+                    if (child >= 0 && static_cast<size_t>(child) < isChild.size()) isChild[child] = 1;
+            for (size_t n = 0; n < model_.nodes.size(); ++n)
+                if (!isChild[n]) roots.emplace_back(static_cast<int>(n), Item("nodes", n));
+            return roots;
+        }
+        const size_t s =
+            model_.defaultScene < 0 ? 0 : CheckedIndex(model_.defaultScene, model_.scenes.size(), "scene", name_);
+        const std::vector<int>& nodes = model_.scenes[s].nodes;
+        for (size_t i = nodes.size(); i-- > 0;)
+            roots.emplace_back(nodes[i], Item("scenes", s) + ".nodes[" + std::to_string(i) + "]");
+        std::reverse(roots.begin(), roots.end());
+        return roots;
+    }
+
+    ElementParts MeshElement(size_t n, const Transform& transform)
+    {
+        const tinygltf::Node& node = model_.nodes[n];
+        const size_t m = CheckedIndex(node.mesh, model_.meshes.size(), Item("nodes", n) + ".mesh", name_);
+        const tinygltf::Mesh& mesh = model_.meshes[m];
+        ElementParts parts;
+        parts.meshName = mesh.name.empty() ? (node.name.empty() ? Item("meshes", m) : node.name) : mesh.name;
+        parts.name = node.name.empty() ? parts.meshName : node.name;
+        size_t morphed = 0, skipped = 0;
+        for (size_t p = 0; p < mesh.primitives.size(); ++p) {
+            const tinygltf::Primitive& primitive = mesh.primitives[p];
+            const std::string path = Item("meshes", m) + ".primitives[" + std::to_string(p) + "]";
+            if (!primitive.targets.empty()) ++morphed;
+            switch (primitive.mode) {
+                case TINYGLTF_MODE_TRIANGLES:
+                case TINYGLTF_MODE_TRIANGLE_STRIP:
+                case TINYGLTF_MODE_TRIANGLE_FAN:
+                    AddTriangles(parts, primitive, path, transform);
+                    break;
+                case TINYGLTF_MODE_POINTS:
+                case TINYGLTF_MODE_LINE:
+                case TINYGLTF_MODE_LINE_LOOP:
+                case TINYGLTF_MODE_LINE_STRIP:
+                    AddPointsOrLines(parts, primitive, path, transform);
+                    break;
+                default:
+                    ++skipped;
+            }
+        }
+        Warn(morphed, "morph targets of " + Item("meshes", m) + "'s primitives");
+        Warn(skipped, "primitives of unknown mode in " + Item("meshes", m));
+        return parts;
+    }
+
+    void AddTriangles(ElementParts& parts, const tinygltf::Primitive& primitive, const std::string& path,
+                      const Transform& transform)
+    {
+        const int texCoordSet = TextureOf(parts, primitive, path);
+        VertexSet& set = parts.triangleVertices;
+        const size_t first = AppendVertices(set, model_, primitive, path, transform, texCoordSet, name_);
+        const BulkVector<int> order = VertexOrder(model_, primitive, path, set.positions.size() - first, name_);
+        const size_t corners = order.size();
+        const size_t triangles = primitive.mode == TINYGLTF_MODE_TRIANGLES ? corners / 3
+                                 : corners < 3                             ? 0
+                                                                           : corners - 2;
+        if (triangles > static_cast<size_t>(INT_MAX) - parts.triangles.size())
+            throw FileError::InFile(name_, "at most 2147483647 triangles in one mesh", "more at " + path);
+        parts.triangles.reserve(parts.triangles.size() + triangles);
+        const int offset = static_cast<int>(first);
+        for (size_t t = 0; t < triangles; ++t) {
+            int a, b, c;
+            if (primitive.mode == TINYGLTF_MODE_TRIANGLES) {
+                a = order[3 * t], b = order[3 * t + 1], c = order[3 * t + 2];
+            } else if (primitive.mode == TINYGLTF_MODE_TRIANGLE_FAN) {
+                a = order[0], b = order[t + 1], c = order[t + 2];
+            } else {
+                // Every other triangle of a strip turns the other way.
+                a = order[t + (t % 2)], b = order[t + 1 - (t % 2)], c = order[t + 2];
+            }
+            parts.triangles.push_back({{a + offset, b + offset, c + offset, 0}, 3});
+        }
+    }
+
+    void AddPointsOrLines(ElementParts& parts, const tinygltf::Primitive& primitive, const std::string& path,
+                          const Transform& transform)
+    {
+        VertexSet primitiveVertices;
+        AppendVertices(primitiveVertices, model_, primitive, path, transform, 0, name_);
+        const BulkVector<int> order = VertexOrder(model_, primitive, path, primitiveVertices.positions.size(), name_);
+        if (primitive.mode == TINYGLTF_MODE_POINTS) {
+            VertexSet& set = parts.points;
+            const size_t before = set.positions.size(), after = before + order.size();
+            if (after > INT_MAX)
+                throw FileError::InFile(name_, "at most 2147483647 points in one mesh", "more at " + path);
+            Fill(set.normals, set.hasNormals, primitiveVertices.hasNormals, before, after, CVector_3<float>{0, 0, 0});
+            Fill(set.colors, set.hasColors, primitiveVertices.hasColors, before, after, RGBA{255, 255, 255, 255});
+            for (int v : order) {
+                set.positions.push_back(primitiveVertices.positions[v]);
+                if (primitiveVertices.hasNormals) set.normals.push_back(primitiveVertices.normals[v]);
+                if (primitiveVertices.hasColors) set.colors.push_back(primitiveVertices.colors[v]);
+            }
+            return;
+        }
+        auto point = [&](int v) {
+            const VERTEX& p = primitiveVertices.positions[v];
+            return CVector_3<double>{p.x, p.y, p.z};
+        };
+        if (primitive.mode == TINYGLTF_MODE_LINE) {
+            for (size_t i = 0; i + 1 < order.size(); i += 2)
+                parts.lines.push_back({point(order[i]), point(order[i + 1])});
+            return;
+        }
+        if (order.size() < 2) return;
+        std::vector<CVector_3<double>> line;
+        line.reserve(order.size() + 1);
+        for (int v : order) line.push_back(point(v));
+        if (primitive.mode == TINYGLTF_MODE_LINE_LOOP) line.push_back(line.front());
+        parts.lines.push_back(std::move(line));
+    }
+
+    // Reads the base colour texture of the primitive's material into parts,
+    // when it has none yet; the texture coordinate set it uses.
+    int TextureOf(ElementParts& parts, const tinygltf::Primitive& primitive, const std::string& path)
+    {
+        if (primitive.material < 0) return 0;
+        const size_t m = CheckedIndex(primitive.material, model_.materials.size(), path + ".material", name_);
+        const tinygltf::TextureInfo& info = model_.materials[m].pbrMetallicRoughness.baseColorTexture;
+        if (info.index < 0) return 0;
+        if (parts.texture) return info.texCoord;
+        const std::string where = Item("materials", m) + ".pbrMetallicRoughness.baseColorTexture";
+        const size_t t = CheckedIndex(info.index, model_.textures.size(), where + ".index", name_);
+        const int source = model_.textures[t].source;
+        if (source < 0) return info.texCoord;
+        const size_t i = CheckedIndex(source, model_.images.size(), Item("textures", t) + ".source", name_);
+        const tinygltf::Image& image = model_.images[i];
+        std::string_view bytes(reinterpret_cast<const char*>(image.image.data()), image.image.size());
+        std::optional<FileBytes> file;
+        if (image.bufferView >= 0) {
+            bytes = ViewBytes(model_, image.bufferView, Item("images", i) + ".bufferView", name_);
+        } else if (bytes.empty() && !image.uri.empty()) {
+            FileRoom room{folder_, std::nullopt, &name_};
+            const std::optional<std::string> inside = PathInRoom(folder_ + "/" + image.uri, room);
+            if (!inside) throw *room.refusal;
+            RequireRegularFile(*inside);
+            file.emplace(ReadWholeFile(*inside));
+            bytes = file->View();
+        }
+        if (bytes.size() < 8 || bytes.compare(0, 8, "\x89PNG\r\n\x1a\n") != 0) {
+            warnings.push_back(Item("images", i) + " skipped: only PNG textures are read");
+            return info.texCoord;
+        }
+        CRefData<CMatrixDataStore<RGBA>> pixels;
+        DecodePng(bytes, *pixels, name_, Item("images", i));
+        parts.texture = pixels;
+        return info.texCoord;
+    }
+
+    const GltfModel& model_;
+    const std::string& name_;
+    const std::string& folder_;
+};
+
+// Makes model hold the set's vertices, normals and colours.
+void FillModel(CModelNode& model, const VertexSet& set, const std::string& name)
+{
+    if (!model.AppendVertex(static_cast<int>(set.positions.size()))) throw std::bad_alloc();
+    std::memcpy(model.vertices->Buffer(), set.positions.data(), set.positions.size() * sizeof(VERTEX));
+    SetArrayAttribute(model, kNormalsAttribute, set.normals, name);
+    SetArrayAttribute(model, kColorsAttribute, set.colors, name);
+}
+
+CBaseNode* SceneOf(std::vector<ElementParts>& elements, const std::string& name)
+{
+    NewNode root(CBaseNode::Create());
+    for (ElementParts& parts : elements) {
+        CBaseNode* element = Adopt(root.Get(), CElementNode::Create());
+        element->SetName(parts.name.c_str());
+        if (!parts.triangles.empty()) {
+            auto* mesh = static_cast<CMeshNode*>(Adopt(element, CMeshNode::Create()));
+            mesh->SetName(parts.meshName.c_str());
+            FillModel(*mesh, parts.triangleVertices, name);
+            if (parts.triangleVertices.hasTexCoords) {
+                const BulkVector<CVector_2<float>>& uv = parts.triangleVertices.texCoords;
+                BulkVector<CPolygon<CVector_2<float>>>& rows = mesh->texCoords->rows;
+                rows.resize(parts.triangles.size());
+                for (size_t t = 0; t < rows.size(); ++t) {
+                    const int* corner = parts.triangles[t].items;
+                    rows[t] = {{uv[corner[0]], uv[corner[1]], uv[corner[2]], {0, 0}}, 3};
+                }
+            }
+            mesh->polygons->rows.swap(parts.triangles);
+            if (parts.texture && mesh->AppendImage(*parts.texture) < 0) throw std::bad_alloc();
+        }
+        if (!parts.points.positions.empty()) {
+            auto* model = static_cast<CModelNode*>(Adopt(element, CModelNode::Create()));
+            model->SetName(parts.meshName.c_str());
+            FillModel(*model, parts.points, name);
+        }
+        if (!parts.lines.empty()) {
+            auto* lines = static_cast<CLinearLineNode*>(Adopt(element, CLinearLineNode::Create()));
+            lines->SetName(parts.meshName.c_str());
+            lines->lines->lines.assign(parts.lines.begin(), parts.lines.end());
+        }
+    }
+    return root.Take();
+}
+
+CBaseNode* ReadGltfIn(std::string_view bytes, const std::string& name, const std::string& folder,
+                      std::vector<std::string>* warnings)
+{
+    const GltfModel model = Parse(bytes, name, folder);
+    GltfScene scene(model, name, folder);
+    std::vector<ElementParts> elements = scene.Elements();
+    if (elements.empty()) throw FileError::InFile(name, "a node showing a mesh", "none");
+    CBaseNode* root = SceneOf(elements, name);
+    if (warnings != nullptr) warnings->insert(warnings->end(), scene.warnings.begin(), scene.warnings.end());
+    return root;
+}
+
+}  // namespace
+
+CBaseNode* ReadGltf(std::string_view bytes, const std::string& name, std::vector<std::string>* warnings)
+{
+    return ReadGltfIn(bytes, name, "", warnings);
+}
+
+CBaseNode* ImportGltf(const std::string& path, std::vector<std::string>* warnings)
+{
+    const size_t slash = path.find_last_of('/');
+    const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+    const FileBytes bytes = ReadWholeFile(path);
+    return ReadGltfIn(bytes.View(), path, folder, warnings);
+}
+
+}  // namespace brell::io

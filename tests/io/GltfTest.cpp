@@ -1,0 +1,273 @@
+// glTF files: round trips through .glb and .gltf, what import makes of a
+// file, and hostile files. Every file exported here is kept in
+// BRELL_GLTF_EXPORTS, where the glTF validator test checks it.
+
+#include <brelldata/core/Tree.h>
+#include <brelldata/io/Gltf.h>
+#include <brelldata/io/ScanScene.h>
+#include <brelldata/scan/LineNodes.h>
+#include <brelldata/scan/ModelNodes.h>
+#include <brelldata/scan/ObjectNodes.h>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+namespace {
+
+using namespace brell::io;
+namespace fs = std::filesystem;
+
+const fs::path exports = BRELL_GLTF_EXPORTS;
+
+template <class T>
+std::vector<T> Attribute(CBaseNode* node, const char* name)
+{
+    int size = 0;
+    const auto* data = static_cast<const T*>(node->QueryAttributeStruct(name, &size));
+    return data == nullptr ? std::vector<T>() : std::vector<T>(data, data + size / sizeof(T));
+}
+
+template <class T>
+std::vector<char> Bytes(const T* items, size_t count)
+{
+    return std::vector<char>(reinterpret_cast<const char*>(items), reinterpret_cast<const char*>(items + count));
+}
+
+template <class Rows>
+std::vector<char> RowBytes(const Rows& rows)
+{
+    return Bytes(rows.data(), rows.size());
+}
+
+// A scene of one element holding a mesh of two triangles (and, as asked,
+// normals, colours, texture coordinates and a 3x2 texture) or a model of
+// its four points, every value exact as a 32-bit float.
+CBaseNode* Scan(bool mesh, bool colored, bool textured, bool withNormals = true)
+{
+    CBaseNode* root = CBaseNode::Create();
+    CBaseNode* element = CElementNode::Create();
+    element->SetName("shot 1");
+    root->AppendChild(element);
+    auto* model = static_cast<CModelNode*>(mesh ? CMeshNode::Create() : CModelNode::Create());
+    model->SetName("vase");
+    element->AppendChild(model);
+    const VERTEX points[] = {{0, 0, 0}, {1.5, 0, 0}, {0, 2.25, -1}, {1.5, 2.25, 0.125}};
+    model->AppendVertex(4);
+    std::memcpy(model->vertices->Buffer(), points, sizeof points);
+    CVector_3<float> normals[] = {{0, 0, 1}, {0, 1, 0}, {1, 0, 0}, {0, 0, -1}};
+    if (withNormals) model->SetAttributeStruct(kNormalsAttribute, normals, sizeof normals);
+    if (colored) {
+        RGBA colors[] = {{255, 0, 0, 255}, {0, 255, 0, 128}, {0, 0, 255, 0}, {9, 99, 199, 255}};
+        model->SetAttributeStruct(kColorsAttribute, colors, sizeof colors);
+    }
+    if (!mesh) return root;
+    auto* triangles = static_cast<CMeshNode*>(model);
+    triangles->polygons->rows.assign({{{0, 1, 2, 0}, 3}, {{1, 3, 2, 0}, 3}});
+    if (!textured) return root;
+    triangles->texCoords->rows.assign({{{{0, 0}, {1, 0}, {0, 1}, {}}, 3}, {{{1, 0}, {1, 1}, {0, 1}, {}}, 3}});
+    CRefData<CMatrixDataStore<RGBA>> image;
+    image->width = 3;
+    image->AppendRows(2);
+    for (int i = 0; i < 6; ++i) image->Buffer()[i] = {uint8_t(i * 40), uint8_t(255 - i), 7, uint8_t(200 + i)};
+    triangles->AppendImage(image);
+    return root;
+}
+
+void ExpectSameScan(CBaseNode* expected, CBaseNode* actual)
+{
+    auto* from = brell::AsKindOf<CModelNode>(expected->GetChild(0)->GetChild(0));
+    ASSERT_EQ(actual->GetChildNum(), 1u);
+    ASSERT_EQ(actual->GetChild(0)->GetChildNum(), 1u);
+    EXPECT_EQ(actual->GetChild(0)->Name(), "shot 1");
+    auto* to = brell::AsKindOf<CModelNode>(actual->GetChild(0)->GetChild(0));
+    ASSERT_NE(to, nullptr);
+    EXPECT_EQ(to->Type(), from->Type());
+    EXPECT_EQ(to->Name(), "vase");
+    EXPECT_EQ(Bytes(to->vertices->Buffer(), to->VertexNumber()), Bytes(from->vertices->Buffer(), from->VertexNumber()));
+    EXPECT_EQ(Attribute<char>(to, kNormalsAttribute), Attribute<char>(from, kNormalsAttribute));
+    EXPECT_EQ(Attribute<char>(to, kColorsAttribute), Attribute<char>(from, kColorsAttribute));
+    auto* fromMesh = brell::AsKindOf<CMeshNode>(from);
+    if (fromMesh == nullptr) return;
+    auto* toMesh = brell::AsKindOf<CMeshNode>(to);
+    EXPECT_EQ(RowBytes(toMesh->polygons->rows), RowBytes(fromMesh->polygons->rows));
+    EXPECT_EQ(RowBytes(toMesh->texCoords->rows), RowBytes(fromMesh->texCoords->rows));
+    ASSERT_EQ(toMesh->ImageNumber(), fromMesh->ImageNumber());
+    if (fromMesh->ImageNumber() == 0) return;
+    const auto fromImage = fromMesh->Image(0), toImage = toMesh->Image(0);
+    EXPECT_EQ(toImage->width, fromImage->width);
+    EXPECT_EQ(Bytes(toImage->Buffer(), toImage->HeldRows() * toImage->width),
+              Bytes(fromImage->Buffer(), fromImage->HeldRows() * fromImage->width));
+}
+
+// Each file keeps what the scan holds exactly, and stays for the validator.
+TEST(GltfFiles, KeepVerticesPolygonsNormalsColoursTextureCoordinatesAndPixelsExactly)
+{
+    fs::create_directories(exports);
+    const struct {
+        const char* file;
+        bool mesh, colored, textured;
+        GltfBuffer buffer;
+    } cases[] = {
+        {"points.glb", false, true, false, GltfBuffer::embedded},
+        {"mesh.glb", true, false, false, GltfBuffer::embedded},
+        {"colored-mesh.glb", true, true, false, GltfBuffer::embedded},
+        {"textured-mesh.glb", true, true, true, GltfBuffer::embedded},
+        {"textured-mesh.gltf", true, true, true, GltfBuffer::embedded},
+        {"textured-mesh-external.gltf", true, true, true, GltfBuffer::external},
+        {"points.gltf", false, true, false, GltfBuffer::external},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.file);
+        CTree scan(Scan(c.mesh, c.colored, c.textured));
+        const std::string path = (exports / c.file).string();
+        ExportGltf(scan.Root(), path, c.buffer);
+        CTree again(ImportGltf(path));
+        ExpectSameScan(scan.Root(), again.Root());
+    }
+}
+
+TEST(GltfFiles, SplitAVertexWhoseCornersHaveDifferentTextureCoordinates)
+{
+    CTree scan(Scan(true, false, true));
+    auto* mesh = static_cast<CMeshNode*>(scan.Root()->GetChild(0)->GetChild(0));
+    mesh->texCoords->rows[1].items[0] = {0.5f, 0.5f};  // vertex 1 is (1, 0) in the first triangle
+    CTree again(ReadGltf(WriteGlb(scan.Root(), "split.glb"), "split.glb"));
+    auto* read = static_cast<CMeshNode*>(again.Root()->GetChild(0)->GetChild(0));
+    EXPECT_EQ(read->VertexNumber(), 5);
+    EXPECT_EQ(read->polygons->rows[1].items[0], 4);
+    EXPECT_EQ(RowBytes(read->texCoords->rows), RowBytes(mesh->texCoords->rows));
+}
+
+// Unit normal of the triangle a, b, c of points.
+std::vector<float> FaceNormal(const VERTEX* p, int a, int b, int c)
+{
+    const double u[3] = {p[b].x - p[a].x, p[b].y - p[a].y, p[b].z - p[a].z};
+    const double v[3] = {p[c].x - p[a].x, p[c].y - p[a].y, p[c].z - p[a].z};
+    const double n[3] = {u[1] * v[2] - u[2] * v[1], u[2] * v[0] - u[0] * v[2], u[0] * v[1] - u[1] * v[0]};
+    const double length = std::sqrt(n[0] * n[0] + n[1] * n[1] + n[2] * n[2]);
+    return {float(n[0] / length), float(n[1] / length), float(n[2] / length)};
+}
+
+TEST(GltfFiles, GiveAMeshWithoutNormalsItsFlatOrSmoothNormalsWhenAsked)
+{
+    CTree scan(Scan(true, false, false, false));
+    const VERTEX* p = static_cast<CModelNode*>(scan.Root()->GetChild(0)->GetChild(0))->vertices->Buffer();
+    const std::vector<float> first = FaceNormal(p, 0, 1, 2), second = FaceNormal(p, 1, 3, 2);
+    const struct {
+        GltfNormals normals;
+        int vertices;
+        std::vector<std::vector<float>> expected;  // of vertices 0 and 3
+    } cases[] = {{GltfNormals::flat, 6, {first, second}}, {GltfNormals::smooth, 4, {first, second}}};
+    for (const auto& c : cases) {
+        CTree again(ReadGltf(WriteGlb(scan.Root(), "normals.glb", c.normals), "normals.glb"));
+        auto* mesh = static_cast<CMeshNode*>(again.Root()->GetChild(0)->GetChild(0));
+        EXPECT_EQ(mesh->VertexNumber(), c.vertices);
+        const auto normals = Attribute<CVector_3<float>>(mesh, kNormalsAttribute);
+        ASSERT_EQ(normals.size(), static_cast<size_t>(c.vertices));
+        for (int i : {0, 1}) {
+            const CVector_3<float>& n = normals[i == 0 ? 0 : c.vertices - 1];
+            EXPECT_THAT(std::vector<float>({n.x, n.y, n.z}),
+                        testing::Pointwise(testing::FloatNear(1e-6f), c.expected[i]));
+        }
+    }
+}
+
+// A hand-made file of one triangle, its points (and indices) as index gives them.
+std::string Triangle(const std::string& node, const std::string& indices, const std::string& extra = "")
+{
+    const std::string data = indices == "7" ? "AAAAAAAAAAAAAAAAAACAPwAAAAAAAAAAAAAAAAAAgD8AAAAAAAAAAAEAAAAHAAAA"
+                                            : "AAAAAAAAAAAAAAAAAACAPwAAAAAAAAAAAAAAAAAAgD8AAAAAAAAAAAEAAAACAAAA";
+    return R"({"asset":{"version":"2.0"},"scene":0,"scenes":[{"nodes":[0]}],"nodes":[)" + node +
+           R"(],"meshes":[{"primitives":[{"attributes":{"POSITION":0},"indices":1}]}],)"
+           R"("accessors":[{"bufferView":0,"componentType":5126,"count":3,"type":"VEC3"},)"
+           R"({"bufferView":1,"componentType":5125,"count":3,"type":"SCALAR"}],)"
+           R"("bufferViews":[{"buffer":0,"byteLength":36},{"buffer":0,"byteOffset":36,"byteLength":12}],)"
+           R"("buffers":[{"byteLength":48,"uri":"data:application/octet-stream;base64,)" +
+           data + "\"}]" + extra + "}";
+}
+
+TEST(GltfFiles, ApplyNodeTransformsToVertices)
+{
+    CTree scene(
+        ReadGltf(Triangle(R"({"name":"moved","mesh":0,"translation":[10,0,0],"scale":[2,2,2]})", ""), "t.gltf"));
+    auto* mesh = brell::AsKindOf<CMeshNode>(scene.Root()->GetChild(0)->GetChild(0));
+    ASSERT_NE(mesh, nullptr);
+    EXPECT_EQ(scene.Root()->GetChild(0)->Name(), "moved");
+    const VERTEX* v = mesh->vertices->Buffer();
+    EXPECT_THAT(std::vector<double>({v[1].x, v[1].y, v[2].x, v[2].y}), testing::ElementsAre(12, 0, 10, 2));
+}
+
+TEST(GltfFiles, SkipUnsupportedPartsWithOneWarningEach)
+{
+    std::vector<std::string> warnings;
+    CTree scene(ReadGltf(Triangle(R"({"mesh":0})", "",
+                                  R"(,"extensionsUsed":["KHR_materials_unlit"],"cameras":[{"type":"perspective",)"
+                                  R"("perspective":{"yfov":1,"znear":0.1}}])"),
+                         "t.gltf", &warnings));
+    EXPECT_THAT(warnings, testing::ElementsAre("1 cameras skipped", "extension KHR_materials_unlit skipped"));
+}
+
+std::string Message(std::string_view bytes, const std::string& name)
+{
+    try {
+        CTree scene(ReadGltf(bytes, name));
+    } catch (const FileError& error) {
+        return error.what();
+    }
+    return "read without error";
+}
+
+TEST(GltfFiles, AreRefusedWhenHostileEachWithItsOwnMessage)
+{
+    CTree scan(Scan(true, false, false));
+    const std::string glb = WriteGlb(scan.Root(), "hostile.glb");
+    uint32_t jsonLength = 0;
+    std::memcpy(&jsonLength, glb.data() + 12, 4);
+    std::string longChunk = glb;
+    const uint32_t pastTheEnd = static_cast<uint32_t>(glb.size());
+    std::memcpy(longChunk.data() + 20 + jsonLength, &pastTheEnd, 4);
+    std::string pastView = Triangle(R"({"mesh":0})", "");
+    pastView.replace(pastView.find("\"count\":3"), 9, "\"count\":4");
+    const std::string end = std::to_string(glb.size() - 10);
+    EXPECT_EQ(Message(glb.substr(0, glb.size() - 10), "hostile.glb"),
+              "hostile.glb: byte " + end + ": expected the " + std::to_string(glb.size()) +
+                  " bytes the header gives, found the end of the file");
+    EXPECT_EQ(Message(longChunk, "hostile.glb"), "hostile.glb: byte " + std::to_string(20 + jsonLength) +
+                                                     ": expected a chunk length of at most the " +
+                                                     std::to_string(glb.size() - 28 - jsonLength) +
+                                                     " bytes left in the file, found " + std::to_string(pastTheEnd));
+    EXPECT_EQ(Message(pastView, "hostile.gltf"),
+              "hostile.gltf: expected accessors[0] (4 elements of 12 bytes) to end within bufferViews[0]'s 36 bytes, "
+              "found an end at byte 48");
+    EXPECT_EQ(Message(Triangle(R"({"mesh":0})", "7"), "hostile.gltf"),
+              "hostile.gltf: expected vertex indices below 3 in accessors[1] (element 2), found 7");
+    EXPECT_EQ(Message("{\"a\":" + std::string(100, '['), "hostile.gltf"),
+              "hostile.gltf: byte 68: expected JSON nested at most 64 deep, found a 65th level");
+}
+
+TEST(GltfFiles, MayNotNameABufferOutsideTheirFolder)
+{
+    const fs::path folder = fs::path(testing::TempDir()) / "brell-gltf-outside" / "in";
+    fs::create_directories(folder);
+    std::string file = Triangle(R"({"mesh":0})", "");
+    const size_t uri = file.find("data:");
+    file.replace(uri, file.find('"', uri) - uri, "../secret.bin");
+    std::ofstream((folder / "escape.gltf").string()) << file;
+    std::ofstream((folder.parent_path() / "secret.bin").string()) << std::string(48, '\0');
+    const std::string path = (folder / "escape.gltf").string();
+    try {
+        CTree scene(ImportGltf(path));
+        ADD_FAILURE() << "read without error";
+    } catch (const FileError& error) {
+        EXPECT_STREQ(error.what(), (path + ": expected a URI inside the file's folder (no \"..\", no absolute "
+                                           "path), found \"../secret.bin\"")
+                                       .c_str());
+    }
+}
+
+}  // namespace

@@ -5,6 +5,8 @@
 #include <brelldata/io/Gltf.h>
 #include <brelldata/io/ScanScene.h>
 
+#include "PlainFiles.h"
+
 #include <benchmark/benchmark.h>
 
 #include <chrono>
@@ -48,41 +50,6 @@ std::string BenchPath(const char* what)
     return "/tmp/brell-gltf-bench-" + std::to_string(getpid()) + "-" + what;
 }
 
-size_t FileSize(const std::string& path)
-{
-    struct stat status {};
-    stat(path.c_str(), &status);
-    return static_cast<size_t>(status.st_size);
-}
-
-// write() of the bytes to a new file, made durable as a save makes its file.
-void PlainWrite(const std::string& path, const std::vector<char>& bytes)
-{
-    const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    for (size_t done = 0; done < bytes.size();) {
-        const ssize_t put = write(descriptor, bytes.data() + done, bytes.size() - done);
-        if (put <= 0) break;
-        done += static_cast<size_t>(put);
-    }
-    fsync(descriptor);
-    close(descriptor);
-}
-
-// read() of the whole file into a new bulk buffer, the floor for any reader.
-void PlainRead(const std::string& path, size_t size)
-{
-    char* buffer = static_cast<char*>(brell::AllocateBulk(size));
-    const int descriptor = open(path.c_str(), O_RDONLY);
-    for (size_t done = 0; done < size;) {
-        const ssize_t got = read(descriptor, buffer + done, size - done);
-        if (got <= 0) break;
-        done += static_cast<size_t>(got);
-    }
-    close(descriptor);
-    benchmark::DoNotOptimize(buffer);
-    brell::FreeBulk(buffer);
-}
-
 enum class Transfer { exportGlb, importGlb };
 
 // Each iteration exports or imports the .glb file, then writes or reads as
@@ -117,7 +84,8 @@ void AgainstPlainFile(benchmark::State& state, Transfer transfer)
     unlink(path.c_str());
     unlink(plainPath.c_str());
     state.counters["ratio"] = gltfTime / plainTime;
-    state.counters["plain MB/s"] = static_cast<double>(size) * static_cast<double>(state.iterations()) / plainTime / 1e6;
+    state.counters["plain MB/s"] =
+        static_cast<double>(size) * static_cast<double>(state.iterations()) / plainTime / 1e6;
     state.counters["file MB"] = static_cast<double>(size) / 1e6;
     state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * size));
 }

@@ -5,6 +5,7 @@
 
 #include <benchmark/benchmark.h>
 
+#include "PlainFiles.h"
 #include "ScanShapes.h"
 
 #include <chrono>
@@ -37,33 +38,10 @@ std::string MeshFile(PlyEncoding encoding)
     return path;
 }
 
-size_t FileSize(const std::string& path)
-{
-    struct stat status {};
-    stat(path.c_str(), &status);
-    return static_cast<size_t>(status.st_size);
-}
-
 std::string ReadFile(const std::string& path)
 {
     std::ifstream in(path, std::ios::binary);
     return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-}
-
-// read() of the whole file into a new buffer, the floor for any reader; the
-// buffer is bulk memory, as the importer's.
-void PlainRead(const std::string& path, size_t size)
-{
-    char* buffer = static_cast<char*>(brell::AllocateBulk(size));
-    const int descriptor = open(path.c_str(), O_RDONLY);
-    for (size_t done = 0; done < size;) {
-        const ssize_t got = read(descriptor, buffer + done, size - done);
-        if (got <= 0) break;
-        done += static_cast<size_t>(got);
-    }
-    close(descriptor);
-    benchmark::DoNotOptimize(buffer);
-    brell::FreeBulk(buffer);
 }
 
 // Each iteration imports the file and then reads it plainly. The iteration
@@ -80,7 +58,8 @@ void ImportAgainstPlainRead(benchmark::State& state, PlyEncoding encoding)
         const Clock::time_point middle = Clock::now();
         PlainRead(path, size);
         const Clock::time_point end = Clock::now();
-        if (mesh.positions.size() != kMeshVertices || mesh.faces.size() != kMeshTriangles) state.SkipWithError("wrong mesh");
+        if (mesh.positions.size() != kMeshVertices || mesh.faces.size() != kMeshTriangles)
+            state.SkipWithError("wrong mesh");
         importTime += std::chrono::duration<double>(middle - start).count();
         plainTime += std::chrono::duration<double>(end - middle).count();
         state.SetIterationTime(std::chrono::duration<double>(middle - start).count());
@@ -147,33 +126,6 @@ BENCHMARK(BM_ImportColouredCloud)->UseManualTime()->Unit(benchmark::kMillisecond
 std::string ScenePath(const char* what)
 {
     return "/tmp/brell-io-bench-" + std::to_string(getpid()) + "-" + what + ".scene";
-}
-
-// write() of the same number of bytes to a new file, made durable as a save
-// makes its file.
-void PlainWrite(const std::string& path, const std::vector<char>& bytes)
-{
-    const int descriptor = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    for (size_t done = 0; done < bytes.size();) {
-        const ssize_t put = write(descriptor, bytes.data() + done, bytes.size() - done);
-        if (put <= 0) break;
-        done += static_cast<size_t>(put);
-    }
-    fsync(descriptor);
-    close(descriptor);
-}
-
-// read() of the whole file into a buffer of bulk memory that is used again and again.
-void PlainReadInto(const std::string& path, brell::BulkVector<char>& buffer)
-{
-    const int descriptor = open(path.c_str(), O_RDONLY);
-    for (size_t done = 0; done < buffer.size();) {
-        const ssize_t got = read(descriptor, buffer.data() + done, buffer.size() - done);
-        if (got <= 0) break;
-        done += static_cast<size_t>(got);
-    }
-    close(descriptor);
-    benchmark::DoNotOptimize(buffer.data());
 }
 
 enum class SceneTransfer { save, load, loadAgain, loadFromMemory };

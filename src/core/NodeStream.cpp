@@ -57,7 +57,7 @@ unsigned char* WriteFrame(void* record, const RecordFrame& frame)
 
 // Streams repeat a few node types over and over, so a reader keeps the
 // factories of the last types it met and asks the registry only for others,
-// or once the registry has changed. The names are the reader's stream's own.
+// or once the registry has changed. The names it keeps are views of its stream.
 class RecentTypes {
 public:
     // A new node of type; null when the type is not registered.

@@ -11,6 +11,7 @@
 #include <algorithm>
 
 #include <cstdint>
+#include <new>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -28,6 +29,8 @@ struct RecordFrame {
 
 // Record size and child count, the two string lengths and the data block size.
 constexpr size_t kFixedFieldBytes = 20;
+// The fixed fields and the zero bytes of the two names.
+constexpr size_t kSmallestRecord = kFixedFieldBytes + 2;
 
 size_t DataBytes(int32_t dataSize)
 {
@@ -54,7 +57,7 @@ unsigned char* WriteFrame(void* record, const RecordFrame& frame)
 
 // Streams repeat a few node types over and over, so a reader keeps the
 // factories of the last types it met and asks the registry only for others,
-// or once the registry has changed. The names are the reader's stream's own.
+// or once the registry has changed. The names it keeps are views of its stream.
 class RecentTypes {
 public:
     // A new node of type; null when the type is not registered.
@@ -115,8 +118,32 @@ public:
         const unsigned char* firstChild = nullptr;
         CBaseNode* top = ReadRecord(record, frame, firstChild);
         if (top == nullptr) return nullptr;
+        const unsigned char* subtreeEnd = nullptr;
+        try {
+            subtreeEnd = ReadChildren(top, record, frame.childCount, firstChild);
+        } catch (const std::bad_alloc&) {
+            // the walk's stack could not grow
+        }
+        if (subtreeEnd == nullptr) {
+            top->Release();
+            return nullptr;
+        }
+        end = subtreeEnd;
+        return top;
+    }
+
+    brell::BlockBounds* Bounds() const { return bounds_; }
+
+private:
+    // Reads the children of top, whose record and children's records start
+    // at record and firstChild; the end of its subtree's stream, or null when
+    // a record is refused or a child cannot be added.
+    const unsigned char* ReadChildren(CBaseNode* top, const unsigned char* record, int32_t childCount,
+                                      const unsigned char* firstChild)
+    {
+        RecordFrame frame;
         brell::WalkStack<OpenRecord> open;
-        open.Push({top, record, firstChild, frame.childCount});
+        Open(open, {top, record, firstChild, childCount});
         const unsigned char* next = firstChild;
         while (true) {
             OpenRecord& parent = open.Top();
@@ -128,24 +155,30 @@ public:
             }
             --parent.childrenLeft;
             CBaseNode* child = ReadRecord(next, frame, firstChild);
-            if (child == nullptr || !brell::AppendOrRelease(*parent.node, child)) {
-                top->Release();
-                return nullptr;
-            }
+            if (child == nullptr || !brell::AppendOrRelease(*parent.node, child)) return nullptr;
             if (frame.childCount > 0) {
-                open.Push({child, next, firstChild, frame.childCount});
+                Open(open, {child, next, firstChild, frame.childCount});
                 next = firstChild;
             } else {
                 next = RecordEnd(child, next, 0);
             }
         }
-        end = next;
-        return top;
+        return next;
     }
 
-    brell::BlockBounds* Bounds() const { return bounds_; }
+    // Pushes record, with room made for its children, as many as the stream
+    // can hold under the bounds of a checked load.
+    void Open(brell::WalkStack<OpenRecord>& open, const OpenRecord& record) const
+    {
+        size_t children = static_cast<size_t>(std::max(record.childrenLeft, 0));
+        if (bounds_ != nullptr) {
+            const unsigned char* end = bounds_->end;
+            children = std::min(children, record.firstChild < end ? (end - record.firstChild) / kSmallestRecord : 0);
+        }
+        brell::ChildList::Reserve(*record.node, static_cast<unsigned int>(children));
+        open.Push(record);
+    }
 
-private:
     // Returns the address of the data block.
     const unsigned char* ReadFrame(const unsigned char* record, RecordFrame& frame) const
     {
@@ -203,17 +236,22 @@ int SizeOfByte(CBaseNode* node)
     if (node == nullptr) return 0;
     int64_t size = 0;
     bool fits = true;
-    brell::VisitSubtree(node, [&](CBaseNode* visited) {
-        const int dataSize = visited->SizeOfByte();
-        if (dataSize < 0) fits = false;
-        size += static_cast<int64_t>(RecordSize(visited->Type().size(), visited->Name().size(), dataSize));
-    });
+    try {
+        brell::VisitSubtree(node, [&](CBaseNode* visited) {
+            const int dataSize = visited->SizeOfByte();
+            if (dataSize < 0) fits = false;
+            size += static_cast<int64_t>(RecordSize(visited->Type().size(), visited->Name().size(), dataSize));
+        });
+    } catch (const std::bad_alloc&) {
+        return 0;  // the walk's stack could not grow
+    }
     return fits ? std::max(brell::BlockSize(size), 0) : 0;
 }
 
-int WriteNode(void* block, CBaseNode* node)
+namespace {
+
+int WriteStream(unsigned char* block, CBaseNode* node)
 {
-    if (block == nullptr || node == nullptr) return 0;
     // The block holds SizeOfByte(node) bytes, none for a stream past 2 GB: so
     // the whole is measured before anything is written, and each node's data
     // size kept for the writing.
@@ -228,7 +266,7 @@ int WriteNode(void* block, CBaseNode* node)
     });
     if (!fits || brell::BlockSize(size) < 0) return 0;
 
-    auto* next = static_cast<unsigned char*>(block);
+    unsigned char* next = block;
     size_t visits = 0;
     brell::VisitSubtree(node, [&](CBaseNode* visited) {
         RecordFrame frame;
@@ -240,7 +278,19 @@ int WriteNode(void* block, CBaseNode* node)
         visited->Write(data);
         next = data + DataBytes(frame.dataSize);
     });
-    return static_cast<int>(next - static_cast<unsigned char*>(block));
+    return static_cast<int>(next - block);
+}
+
+}  // namespace
+
+int WriteNode(void* block, CBaseNode* node)
+{
+    if (block == nullptr || node == nullptr) return 0;
+    try {
+        return WriteStream(static_cast<unsigned char*>(block), node);
+    } catch (const std::bad_alloc&) {
+        return 0;  // the sizes or a walk's stack could not grow
+    }
 }
 
 CBaseNode* ReadNode(void* block)

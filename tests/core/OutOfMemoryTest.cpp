@@ -150,4 +150,29 @@ TEST(OutOfMemory, StoreAndImageOperationsFailWithoutThrowingOrLeaking)
     for (const auto& [name, operation] : operations) EXPECT_EQ(FailuresOf(operation), std::vector<long>{}) << name;
 }
 
+TEST(OutOfMemory, NodeStreamsOfDeepTreesFailWithoutThrowingOrLeaking)
+{
+    // Each level's deeper child comes before a leaf, so that every walk holds
+    // all levels at once, more than its stack has room for without allocating.
+    CTree chain(CBaseNode::Create());
+    CBaseNode* deepest = chain.Root();
+    for (int depth = 0; depth < 100; ++depth) {
+        CBaseNode* child = CBaseNode::Create();
+        deepest->AppendChild(child);
+        deepest->AppendChild(CBaseNode::Create());
+        deepest = child;
+    }
+    std::vector<unsigned char> stream(static_cast<size_t>(SizeOfByte(chain.Root())));
+    WriteNode(stream.data(), chain.Root());
+    const std::pair<const char*, std::function<void()>> operations[] = {
+        {"SizeOfByte", [&] { SizeOfByte(chain.Root()); }},
+        {"WriteNode", [&] { WriteNode(stream.data(), chain.Root()); }},
+        {"ReadNode",
+         [&] {
+             if (CBaseNode* copy = ReadNode(stream.data())) copy->Release();
+         }},
+    };
+    for (const auto& [name, operation] : operations) EXPECT_EQ(FailuresOf(operation), std::vector<long>{}) << name;
+}
+
 }  // namespace

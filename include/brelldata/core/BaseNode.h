@@ -7,6 +7,10 @@
 #include <string>
 #include <vector>
 
+namespace brell {
+struct ChildList;
+}
+
 // The base of every node: a name, ordered children (each entry holds one
 // reference), an attribute store and a reference count. A new node has count
 // 0; the Release that brings it below 1 destroys it. Nodes are never deleted
@@ -103,6 +107,8 @@ public:
     const char* AttributeName(int index);
 
 private:
+    friend struct brell::ChildList;
+
     int refCount_ = 0;
     std::string name_;
     std::vector<CBaseNode*> children_;

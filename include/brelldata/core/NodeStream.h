@@ -10,14 +10,15 @@ class CBaseNode;
 // data block (by default its attribute block); 32-bit little-endian integers,
 // strings as length plus 1 with a zero byte, no padding.
 
-// The bytes that WriteNode needs for node and its subtree; 0 for null, and
-// for a stream past 2 GB (or a node whose block is past it).
+// The bytes that WriteNode needs for node and its subtree; 0 for null, for a
+// stream past 2 GB (or a node whose block is past it) and when memory runs out.
 BRELL_API int SizeOfByte(CBaseNode* node);
 // Writes the stream of node into block, which must hold SizeOfByte(node)
-// bytes; the number of bytes written, or 0 for a null block or node and for
-// a stream past 2 GB, of which nothing is written.
+// bytes; the number of bytes written, or 0 for a null block or node, for a
+// stream past 2 GB, of which nothing is written, and when memory runs out.
 BRELL_API int WriteNode(void* block, CBaseNode* node);
 // Makes the nodes of a complete stream and returns the top one with count 0;
-// null for a null block or when any record names an unregistered type (nothing
-// made on the way is left over). Nothing else in the stream is checked.
+// null for a null block, when any record names an unregistered type or when
+// memory runs out (nothing made on the way is left over). Nothing else in the
+// stream is checked.
 BRELL_API CBaseNode* ReadNode(void* block);

@@ -154,4 +154,18 @@ TEST(SplitScans, AMeshPastOneNodesLimitIsSplitByFacesAndJoinsBackAsItWas)
     brell::test::ExpectSameGeometry(GeometryOfScene(scene.Root(), "grid"), grid);
 }
 
+// Without texture coordinates a scene goes to a PLY file straight from its
+// stores, but a split mesh's parts still join back into the scan.
+TEST(SplitScans, AnExportedSplitMeshIsTheScanAgain)
+{
+    brell::io::detail::NodeStreamLimitScope limit(64 << 10);
+    ScanGeometry grid = FullGrid();
+    grid.texCoords.clear();
+    CTree scene(SceneOfGeometry(grid, "grid"));
+    const std::string path = testing::TempDir() + "brell-split-grid.ply";
+    ExportScan(scene.Root(), path);
+    brell::test::ExpectSameGeometry(ReadScanFile(path), grid);
+    std::remove(path.c_str());
+}
+
 }  // namespace

@@ -81,24 +81,36 @@ void Forget(void* block)
     mapped.lengths.erase(block);
 }
 
-// The smallest kept block of at least length bytes, cut to length and taken
-// out of the kept set; null when none is that long.
+// The smallest kept block of at least length bytes, taken out of the kept set;
+// null when none is that long. The rest of a longer block stays kept on its
+// own, its pages already touched, so that loads of other sizes reuse them too.
 void* TakeKept(size_t length)
 {
     MappedBlocks& mapped = Mapped();
-    const std::lock_guard<std::mutex> hold(mapped.lock);
-    auto best = mapped.kept.end();
-    for (auto kept = mapped.kept.begin(); kept != mapped.kept.end(); ++kept) {
-        if (kept->length >= length && (best == mapped.kept.end() || kept->length < best->length)) best = kept;
+    KeptBlock unusable{nullptr, 0};
+    void* taken = nullptr;
+    {
+        const std::lock_guard<std::mutex> hold(mapped.lock);
+        auto best = mapped.kept.end();
+        for (auto kept = mapped.kept.begin(); kept != mapped.kept.end(); ++kept) {
+            if (kept->length >= length && (best == mapped.kept.end() || kept->length < best->length)) best = kept;
+        }
+        if (best == mapped.kept.end()) return nullptr;
+        taken = best->block;
+        const KeptBlock rest{static_cast<char*>(taken) + length, best->length - length};
+        if (rest.length >= kMappedFrom) {
+            *best = rest;
+            mapped.keptBytes -= length;
+        } else {
+            mapped.keptBytes -= best->length;
+            mapped.kept.erase(best);
+            unusable = rest;
+        }
+        mapped.lengths[taken] = length;
     }
-    if (best == mapped.kept.end()) return nullptr;
-    const KeptBlock taken = *best;
-    mapped.kept.erase(best);
-    mapped.keptBytes -= taken.length;
-    // Shrinking in place gives the surplus pages back and never moves the block.
-    if (taken.length > length) mremap(taken.block, taken.length, length, 0);
-    mapped.lengths[taken.block] = length;
-    return taken.block;
+    // Too short for any mapped block.
+    if (unusable.length > 0) munmap(unusable.block, unusable.length);
+    return taken;
 }
 
 // Keeps a freed mapped block, giving the oldest kept ones back to the system

@@ -84,15 +84,24 @@ protected:
     void TearDown() override { brell::ReleaseKeptBulk(); }
 };
 
+// The rest of the cut block stays kept beside the part handed out.
 TEST_F(KeptBulk, AFreedLargeBlockIsHandedOutAgainCutToTheNewSize)
 {
     void* block = brell::AllocateBulk(16 * kMiB);
     brell::FreeBulk(block);
     void* again = brell::AllocateBulk(6 * kMiB);
     EXPECT_EQ(again, block);
-    EXPECT_EQ(brell::ReleaseKeptBulk(), 0u);
     brell::FreeBulk(again);
-    EXPECT_EQ(brell::ReleaseKeptBulk(), 6 * kMiB);
+    EXPECT_EQ(brell::ReleaseKeptBulk(), 16 * kMiB);
+}
+
+TEST_F(KeptBulk, TheRestOfACutBlockGoesBackToTheSystemWhenTooShortForALargeBlock)
+{
+    brell::FreeBulk(brell::AllocateBulk(16 * kMiB));
+    void* block = brell::AllocateBulk(14 * kMiB);
+    EXPECT_EQ(brell::ReleaseKeptBulk(), 0u);
+    brell::FreeBulk(block);
+    EXPECT_EQ(brell::ReleaseKeptBulk(), 14 * kMiB);
 }
 
 TEST_F(KeptBulk, TheOldestBlocksGoBackToTheSystemBeyondTheBound)

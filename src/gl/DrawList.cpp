@@ -8,6 +8,18 @@
 
 namespace brell::gl {
 
+namespace {
+
+void Attribute(GLuint location, GLint size, GLuint buffer, GLenum type = GL_FLOAT)
+{
+    glBindBuffer(GL_ARRAY_BUFFER, buffer);
+    // Colour bytes reach the shader as 0 to 1.
+    glVertexAttribPointer(location, size, type, type == GL_FLOAT ? GL_FALSE : GL_TRUE, 0, nullptr);
+    glEnableVertexAttribArray(location);
+}
+
+}  // namespace
+
 void Renderer::Impl::BeginFrame(const CAMERA_PARAM& camera, RGBA background)
 {
     MakeCurrent();
@@ -94,31 +106,31 @@ int Renderer::Impl::Add(Geometry& geometry, const Style& style)
                          : geometry.vertexStore != nullptr ? static_cast<size_t>(geometry.vertexStore->Number())
                                                            : geometry.positions.size() / 3;
     if (count == 0) return 1;
+    // Nothing keeps an uncached frame's store geometry after its draw, so a
+    // large one need not be on the GPU whole.
+    if (recording == nullptr && count > kPieceVertices && geometry.mode == GL_POINTS && !item.indexed &&
+        geometry.vertexStore != nullptr && geometry.normalStore == nullptr && geometry.normals.empty() && geometry.texCoords.empty() &&
+        geometry.colors.empty() && !style.window)
+        return AddInPieces(geometry, style);
     item.count = static_cast<GLsizei>(count);
     glGenVertexArrays(1, &item.vertexArray);
     batch.arrays.push_back(item.vertexArray);
     glBindVertexArray(item.vertexArray);
-    const auto attribute = [](GLuint location, GLint size, GLuint buffer, GLenum type = GL_FLOAT) {
-        glBindBuffer(GL_ARRAY_BUFFER, buffer);
-        // Colour bytes reach the shader as 0 to 1.
-        glVertexAttribPointer(location, size, type, type == GL_FLOAT ? GL_FALSE : GL_TRUE, 0, nullptr);
-        glEnableVertexAttribArray(location);
-    };
     const auto floats = [&](const std::vector<float>& values) {
         return Upload(batch, GL_ARRAY_BUFFER, values.data(), values.size() * sizeof(float));
     };
-    attribute(
+    Attribute(
         0, 3,
         geometry.vertexStore != nullptr ? SharedPositions(batch, *geometry.vertexStore) : floats(geometry.positions));
     if (geometry.normalStore != nullptr || !geometry.normals.empty())
-        attribute(
+        Attribute(
             1, 3,
             geometry.normalStore != nullptr ? SharedNormals(batch, *geometry.normalStore) : floats(geometry.normals));
-    if (!geometry.texCoords.empty()) attribute(2, 2, floats(geometry.texCoords));
+    if (!geometry.texCoords.empty()) Attribute(2, 2, floats(geometry.texCoords));
     if (geometry.vertexColors != nullptr && geometry.vertexStore != nullptr)
-        attribute(3, 4, SharedColors(batch, geometry.vertexColors, geometry.vertexStore->Number()), GL_UNSIGNED_BYTE);
+        Attribute(3, 4, SharedColors(batch, geometry.vertexColors, geometry.vertexStore->Number()), GL_UNSIGNED_BYTE);
     else if (!geometry.colors.empty())
-        attribute(3, 4, Upload(batch, GL_ARRAY_BUFFER, geometry.colors.data(), geometry.colors.size() * sizeof(RGBA)),
+        Attribute(3, 4, Upload(batch, GL_ARRAY_BUFFER, geometry.colors.data(), geometry.colors.size() * sizeof(RGBA)),
                   GL_UNSIGNED_BYTE);
     if (item.indexed)
         Upload(batch, GL_ELEMENT_ARRAY_BUFFER, geometry.elements.data(), geometry.elements.size() * sizeof(GLuint));
@@ -128,6 +140,65 @@ int Renderer::Impl::Add(Geometry& geometry, const Style& style)
     batch.items.push_back(item);
     Execute(item);
     return 1;
+}
+
+int Renderer::Impl::AddInPieces(const Geometry& geometry, const Style& style)
+{
+    const size_t count = static_cast<size_t>(geometry.vertexStore->Number());
+    const size_t piece = kPieceVertices;
+    Batch buffers;
+    Item item;
+    item.style = style;
+    item.mode = GL_POINTS;
+    glGenVertexArrays(1, &item.vertexArray);
+    buffers.arrays.push_back(item.vertexArray);
+    glBindVertexArray(item.vertexArray);
+    // Sized for one piece and filled for each; uploadedBytes counts the fills.
+    const auto allocate = [&](GLuint location, GLint size, size_t bytes, GLenum type = GL_FLOAT) {
+        GLuint buffer = 0;
+        glGenBuffers(1, &buffer);
+        buffers.buffers.push_back(buffer);
+        glBindBuffer(GL_ARRAY_BUFFER, buffer);
+        glBufferData(GL_ARRAY_BUFFER, static_cast<GLsizeiptr>(bytes), nullptr, GL_STREAM_DRAW);
+        Attribute(location, size, buffer, type);
+        ++uploads;
+        return buffer;
+    };
+    const GLuint positions = allocate(0, 3, piece * 3 * sizeof(float));
+    const GLuint colors =
+        geometry.vertexColors != nullptr ? allocate(3, 4, piece * sizeof(RGBA), GL_UNSIGNED_BYTE) : 0;
+    glBindVertexArray(0);
+    const auto fill = [&](GLuint buffer, const void* data, size_t bytes) {
+        glBindBuffer(GL_ARRAY_BUFFER, buffer);
+        glBufferSubData(GL_ARRAY_BUFFER, 0, static_cast<GLsizeiptr>(bytes), data);
+        uploadedBytes += bytes;
+    };
+    std::vector<float> floats;
+    int drawn = 1;
+    for (size_t first = 0; first < count; first += piece) {
+        const size_t n = std::min(count - first, piece);
+        PositionsAsFloats(geometry.vertexStore->Buffer() + first, n, floats);
+        fill(positions, floats.data(), floats.size() * sizeof(float));
+        if (colors != 0) fill(colors, geometry.vertexColors + first, n * sizeof(RGBA));
+        if (glGetError() == GL_OUT_OF_MEMORY) {
+            drawn = 0;
+            break;
+        }
+        item.count = static_cast<GLsizei>(n);
+        // One item however many pieces it takes.
+        if (first == 0) {
+            Execute(item);
+        } else {
+            glBindVertexArray(item.vertexArray);
+            glDrawArrays(GL_POINTS, 0, item.count);
+            glBindVertexArray(0);
+        }
+        // Lets the driver finish with this piece's data before the next one
+        // replaces it, rather than keep every piece's copy until the frame ends.
+        glFinish();
+    }
+    buffers.Free();
+    return drawn;
 }
 
 int Renderer::Impl::AddState(Item item)

@@ -118,18 +118,30 @@ int DrawGroup(void*, void*)
     return 1;
 }
 
-int DrawVertices(void* node, void* context)
+// Every vertex of the node's store in order, with no element list.
+int DrawWholeStore(CGeoVertexNode* node, void* context, const Style& style)
 {
-    auto* vertices = static_cast<CGeoVertexNode*>(node);
     Geometry points;
-    points.vertexStore = &*vertices->vertices;
-    points.vertexColors = VertexColors(vertices);
-    return RendererOf(context).Add(points, Look({255, 255, 255, 255}));
+    points.vertexStore = &*node->vertices;
+    points.vertexColors = VertexColors(node);
+    return RendererOf(context).Add(points, style);
 }
 
+int DrawVertices(void* node, void* context)
+{
+    return DrawWholeStore(static_cast<CGeoVertexNode*>(node), context, Look({255, 255, 255, 255}));
+}
+
+// A selection of every vertex in order, the points procedure's own, draws
+// the store whole: a scan's points need no element list beside them.
 int DrawPoints(void* node, void* context)
 {
     auto* points = static_cast<CGeoPointNode*>(node);
+    const int* selection = points->IndexBuffer();
+    int inOrder = 0;
+    while (inOrder < points->Number() && selection[inOrder] == inOrder) ++inOrder;
+    if (inOrder == points->VertexNumber() && inOrder == points->Number())
+        return DrawWholeStore(points, context, Look(points->color, points->size));
     Elements elements(points->VertexNumber());
     for (int i = 0; i < points->Number(); ++i)
         if (elements.Valid(&points->IndexBuffer()[i], 1)) elements.list.push_back(points->IndexBuffer()[i]);

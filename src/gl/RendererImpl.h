@@ -72,6 +72,13 @@ struct Batch {
 
 using CurrentWindow = Renderer::CurrentWindow;
 
+// Vertices converted and uploaded at a time from a large store: bounds the
+// staging memory, and the GPU-side memory of geometry drawn straight away.
+constexpr size_t kPieceVertices = size_t{1} << 17;
+
+// The first count vertices as x, y, z floats in out.
+void PositionsAsFloats(const VERTEX* vertices, size_t count, std::vector<float>& out);
+
 class Renderer::Impl : public std::enable_shared_from_this<Renderer::Impl> {
 public:
     Impl(int width, int height);
@@ -110,6 +117,9 @@ private:
     void Execute(const Item& item, bool overlay = false);
     void SetCamera(const CAMERA_PARAM& camera);
     void SetLights(const std::vector<LIGHT_PARAM>& lights);
+    // Draws a whole vertex store's points, coloured or not, a piece at a time
+    // through buffers of one piece, freed on return.
+    int AddInPieces(const Geometry& geometry, const Style& style);
     GLuint Upload(Batch& batch, GLenum target, const void* data, size_t bytes);
     GLuint SharedPositions(Batch& batch, CArrayDataStore<VERTEX>& store);
     GLuint SharedNormals(Batch& batch, CArrayDataStore<CVector_3<float>>& store);

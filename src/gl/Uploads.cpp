@@ -3,9 +3,20 @@
 
 #include "gl/RendererImpl.h"
 
+#include <algorithm>
 #include <vector>
 
 namespace brell::gl {
+
+void PositionsAsFloats(const VERTEX* vertices, size_t count, std::vector<float>& out)
+{
+    out.resize(3 * count);
+    for (size_t i = 0; i < count; ++i) {
+        out[3 * i] = static_cast<float>(vertices[i].x);
+        out[3 * i + 1] = static_cast<float>(vertices[i].y);
+        out[3 * i + 2] = static_cast<float>(vertices[i].z);
+    }
+}
 
 GLuint Renderer::Impl::Upload(Batch& batch, GLenum target, const void* data, size_t bytes)
 {
@@ -23,14 +34,15 @@ GLuint Renderer::Impl::SharedPositions(Batch& batch, CArrayDataStore<VERTEX>& st
 {
     auto found = batch.shared.find(&store);
     if (found != batch.shared.end()) return found->second;
-    std::vector<float> positions(3 * static_cast<size_t>(store.Number()));
-    const VERTEX* vertices = store.Buffer();
-    for (size_t i = 0; i < positions.size() / 3; ++i) {
-        positions[3 * i] = static_cast<float>(vertices[i].x);
-        positions[3 * i + 1] = static_cast<float>(vertices[i].y);
-        positions[3 * i + 2] = static_cast<float>(vertices[i].z);
+    // Converted a piece at a time, so that a large store needs no float copy of its own.
+    const size_t count = static_cast<size_t>(std::max(store.Number(), 0));
+    const GLuint buffer = Upload(batch, GL_ARRAY_BUFFER, nullptr, count * 3 * sizeof(float));
+    std::vector<float> piece;
+    for (size_t first = 0; first < count; first += kPieceVertices) {
+        PositionsAsFloats(store.Buffer() + first, std::min(count - first, kPieceVertices), piece);
+        glBufferSubData(GL_ARRAY_BUFFER, static_cast<GLintptr>(first * 3 * sizeof(float)),
+                        static_cast<GLsizeiptr>(piece.size() * sizeof(float)), piece.data());
     }
-    const GLuint buffer = Upload(batch, GL_ARRAY_BUFFER, positions.data(), positions.size() * sizeof(float));
     batch.shared.emplace(&store, buffer);
     return buffer;
 }

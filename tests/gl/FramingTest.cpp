@@ -45,6 +45,24 @@ TEST_F(GlTest, PointsAllInOnePlaceAreSeenWithoutACamera)
     }
 }
 
+TEST_F(GlTest, TheLastOfMillionsOfPointsDrawsToo)
+{
+    // More points than the renderer uploads at a time: all but the last
+    // frame the box from either side, the last alone marks its centre.
+    const int count = 1 << 20 | 1;
+    auto* points = RedPoints({});
+    points->AppendVertex(count);
+    points->Append(count);
+    for (int i = 0; i < count; ++i) {
+        points->GetVertex(i) = {i + 1 == count ? 0.0 : i % 2 == 0 ? -1.0 : 1.0, 0.0, 0.0};
+        points->Index(i) = i;
+    }
+    Scene scene;
+    Add(scene.node, points);
+    Render(scene.node);
+    EXPECT_EQ(At(kSize / 2, kSize / 2), kRed);
+}
+
 TEST_F(GlTest, PicturesShowTheDarkSlateBackgroundTheToolUsesWhereNothingIsDrawn)
 {
     Scene scene;

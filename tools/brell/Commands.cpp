@@ -252,8 +252,12 @@ void Render(const Common& common, const RenderRequest& request)
 
     progress.Step("calculating geometry");
     CTree geometry(scene.Root());
-    if (!HasGeometry(scene.Root()) || HasScanData(scene.Root()))
-        geometry = Calculate(scene.Root(), RenderMode(scene.Root(), request.mode), request.in);
+    if (!HasGeometry(scene.Root()) || HasScanData(scene.Root())) {
+        const std::string mode = RenderMode(scene.Root(), request.mode);
+        // The file's own geometry is not drawn: freed before the new one is made.
+        RemoveGeometry(scene.Root());
+        geometry = Calculate(scene.Root(), mode, request.in);
+    }
 
     progress.Step("starting the renderer");
     gl::RegisterProcedures();

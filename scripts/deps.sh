@@ -11,10 +11,11 @@ set -euo pipefail
 # tinygltf (with nlohmann JSON) reads and writes glTF files; Node.js and npm
 # run the glTF validator of the tests (scripts/validate_gltf.sh).
 # pybind11, Python's headers, numpy and pytest build and test the Python module.
+# time and bc measure the large-scan road (scripts/large.sh).
 packages=(cmake ninja-build g++ pkg-config libgtest-dev libgmock-dev libbenchmark-dev
   libegl-dev libopengl-dev libegl-mesa0 libgl1-mesa-dri libpng-dev clang libclang-rt-dev libxxhash-dev
   libcli11-dev libglfw3-dev xvfb libtinygltf-dev nlohmann-json3-dev pybind11-dev python3-dev python3-numpy
-  python3-pytest)
+  python3-pytest time bc)
 # A Node.js of another origin brings its own npm.
 command -v npm >/dev/null || packages+=(nodejs npm)
 missing=()

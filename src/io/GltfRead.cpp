@@ -11,12 +11,14 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <climits>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <map>
 #include <new>
+#include <numeric>
 #include <optional>
 #include <stdlib.h>
 
@@ -316,6 +318,14 @@ std::string_view ViewBytes(const GltfModel& model, int index, const std::string&
     return buffer.substr(view.byteOffset, view.byteLength);
 }
 
+template <class T>
+T Load(const char* at)
+{
+    T value;
+    std::memcpy(&value, at, sizeof value);
+    return value;
+}
+
 // An accessor's elements, every one checked to lie in its buffer view.
 struct Elements {
     const char* first;
@@ -328,9 +338,7 @@ struct Elements {
     template <class T>
     T Component(size_t element, int component) const
     {
-        T value;
-        std::memcpy(&value, first + element * stride + component * sizeof(T), sizeof(T));
-        return value;
+        return Load<T>(first + element * stride + component * sizeof(T));
     }
     // Component as a float; integers as normalized values.
     float Unit(size_t element, int component) const
@@ -457,24 +465,85 @@ Transform LocalTransform(const tinygltf::Node& node)
     return local;
 }
 
-// Vertices gathered from primitives; a channel some primitives lack is
-// filled with its default for them.
-struct VertexSet {
-    BulkVector<VERTEX> positions;
-    BulkVector<CVector_3<float>> normals;
-    BulkVector<RGBA> colors;
-    BulkVector<CVector_2<float>> texCoords;  // per vertex, made per corner at the end
-    bool hasNormals = false, hasColors = false, hasTexCoords = false;
+// One per-vertex channel of the vertices gathered from primitives; one that
+// some primitives lack is filled with its default for them.
+template <class T>
+struct Channel {
+    CRefData<CArrayDataStore<T>> items;
+    bool present = false;  // some primitive gave it
+
+    size_t Count() const { return static_cast<size_t>(items->Number()); }
+    const T* Data() const { return items->Buffer(); }
+    // count more items of unspecified value; the first of them.
+    T* Append(size_t count)
+    {
+        const size_t before = Count();
+        if (!items->Append(static_cast<int>(count))) throw std::bad_alloc();
+        return items->Buffer() + before;
+    }
+    // Room for the count items of a primitive after before others: to fill
+    // when it gives them, else filled with standard; null while no
+    // primitive gave any.
+    T* Room(bool given, size_t before, size_t count, const T& standard)
+    {
+        if (given && !present) {
+            std::fill_n(Append(before), before, standard);
+            present = true;
+        }
+        if (!present) return nullptr;
+        T* room = Append(count);
+        if (!given) std::fill_n(room, count, standard);
+        return room;
+    }
 };
 
-template <class T>
-void Fill(BulkVector<T>& channel, bool& has, bool present, size_t before, size_t after, const T& standard)
+// Vertices gathered from primitives; the stores become the model's.
+struct VertexSet {
+    Channel<VERTEX> positions;
+    Channel<CVector_3<float>> normals;
+    Channel<RGBA> colors;
+    Channel<CVector_2<float>> texCoords;  // per vertex, made per corner at the end
+
+    size_t Count() const { return positions.Count(); }
+};
+
+bool IsFinite(const VERTEX& p)
 {
-    if (present && !has) {
-        channel.assign(before, standard);
-        has = true;
+    return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
+}
+
+// Widens float VEC3 positions into to, placed by transform; FileError at
+// the first that is not finite.
+void ReadPositions(const Elements& positions, const Transform& transform, VERTEX* to, const std::string& name)
+{
+    const bool moved = !transform.IsIdentity();
+    bool finite = true;
+    for (size_t i = 0; i < positions.count; ++i) {
+        const char* at = positions.first + i * positions.stride;
+        VERTEX p{Load<float>(at), Load<float>(at + 4), Load<float>(at + 8)};
+        if (moved) p = transform.Apply(p);
+        // Checked after the loop, which then has no exit to keep it from running at memory speed.
+        finite &= IsFinite(p);
+        to[i] = p;
     }
-    if (has && !present) channel.resize(after, standard);
+    if (finite) return;
+    const VERTEX* bad = std::find_if_not(to, to + positions.count, IsFinite);
+    throw FileError::InFile(name, "finite coordinates in " + positions.path + ", as placed by its node",
+                            "element " + std::to_string(bad - to) + " at " + std::to_string(bad->x) + ", " +
+                                std::to_string(bad->y) + ", " + std::to_string(bad->z));
+}
+
+void ReadNormals(const Elements& normals, const Transform& transform, CVector_3<float>* to)
+{
+    const bool moved = !transform.IsIdentity();
+    if (!moved && normals.stride == sizeof(CVector_3<float>)) {
+        std::memcpy(to, normals.first, normals.count * sizeof(CVector_3<float>));
+        return;
+    }
+    for (size_t i = 0; i < normals.count; ++i) {
+        std::memcpy(&to[i], normals.first + i * normals.stride, sizeof(CVector_3<float>));
+        if (moved) to[i] = transform.ApplyToNormal(to[i]);
+    }
 }
 
 // Appends a primitive's vertices; the index of its first one.
@@ -489,7 +558,7 @@ size_t AppendVertices(VertexSet& set, const GltfModel& model, const tinygltf::Pr
     const std::optional<Elements> positions = attribute("POSITION");
     if (!positions) throw FileError::InFile(name, path + ".attributes.POSITION", "none");
     RequireKind(*positions, {TINYGLTF_COMPONENT_TYPE_FLOAT}, {3}, "VEC3 floats", name);
-    const size_t before = set.positions.size(), count = positions->count;
+    const size_t before = set.Count(), count = positions->count;
     if (count > static_cast<size_t>(INT_MAX) - before)
         throw FileError::InFile(name, "at most 2147483647 vertices in one mesh", "more at " + path);
     auto fitting = [&](std::optional<Elements> elements) {
@@ -509,44 +578,64 @@ size_t AppendVertices(VertexSet& set, const GltfModel& model, const tinygltf::Pr
     if (texCoords)
         RequireKind(*texCoords, {TINYGLTF_COMPONENT_TYPE_FLOAT, byteOrShort[0], byteOrShort[1]}, {2},
                     "VEC2 floats, bytes or shorts", name);
-    const size_t after = before + count;
-    const bool moved = !transform.IsIdentity();
-    set.positions.resize(after);
-    for (size_t i = 0; i < count; ++i) {
-        VERTEX p{positions->Component<float>(i, 0), positions->Component<float>(i, 1),
-                 positions->Component<float>(i, 2)};
-        if (moved) p = transform.Apply(p);
-        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z))
-            throw FileError::InFile(name, "finite coordinates in " + positions->path + ", as placed by its node",
-                                    "element " + std::to_string(i) + " at " + std::to_string(p.x) + ", " +
-                                        std::to_string(p.y) + ", " + std::to_string(p.z));
-        set.positions[before + i] = p;
-    }
-    Fill(set.normals, set.hasNormals, normals.has_value(), before, after, CVector_3<float>{0, 0, 0});
-    if (normals) {
-        set.normals.resize(after);
-        for (size_t i = 0; i < count; ++i) {
-            const CVector_3<float> n{normals->Component<float>(i, 0), normals->Component<float>(i, 1),
-                                     normals->Component<float>(i, 2)};
-            set.normals[before + i] = moved ? transform.ApplyToNormal(n) : n;
-        }
-    }
-    Fill(set.colors, set.hasColors, colors.has_value(), before, after, RGBA{255, 255, 255, 255});
-    if (colors) {
-        set.colors.resize(after);
+    ReadPositions(*positions, transform, set.positions.Append(count), name);
+    if (CVector_3<float>* to = set.normals.Room(normals.has_value(), before, count, {0, 0, 0}); normals)
+        ReadNormals(*normals, transform, to);
+    if (RGBA* to = set.colors.Room(colors.has_value(), before, count, {255, 255, 255, 255}); colors) {
         auto channel = [&](size_t i, int c) {
             return static_cast<uint8_t>(std::lround(std::clamp(colors->Unit(i, c), 0.0f, 1.0f) * 255.0f));
         };
         for (size_t i = 0; i < count; ++i)
-            set.colors[before + i] = {channel(i, 0), channel(i, 1), channel(i, 2),
-                                      colors->components == 4 ? channel(i, 3) : uint8_t{255}};
+            to[i] = {channel(i, 0), channel(i, 1), channel(i, 2),
+                     colors->components == 4 ? channel(i, 3) : uint8_t{255}};
     }
-    Fill(set.texCoords, set.hasTexCoords, texCoords.has_value(), before, after, CVector_2<float>{0, 0});
-    if (texCoords) {
-        set.texCoords.resize(after);
-        for (size_t i = 0; i < count; ++i) set.texCoords[before + i] = {texCoords->Unit(i, 0), texCoords->Unit(i, 1)};
-    }
+    if (CVector_2<float>* to = set.texCoords.Room(texCoords.has_value(), before, count, {0, 0}); texCoords)
+        for (size_t i = 0; i < count; ++i) to[i] = {texCoords->Unit(i, 0), texCoords->Unit(i, 1)};
     return before;
+}
+
+// A primitive's indices, unsigned bytes, shorts or ints.
+Elements Indices(const GltfModel& model, const tinygltf::Primitive& primitive, const std::string& path,
+                 const std::string& name)
+{
+    const Elements indices = Access(model, primitive.indices, path + ".indices", name);
+    RequireKind(indices,
+                {TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE, TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT,
+                 TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT},
+                {1}, "unsigned bytes, shorts or ints", name);
+    return indices;
+}
+
+// read(Index{}) for the indices' component type, so that each type has a
+// loop of its own.
+template <class Read>
+uint32_t ByIndexType(const Elements& indices, Read read)
+{
+    switch (indices.componentType) {
+        case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
+            return read(uint8_t{});
+        case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT:
+            return read(uint16_t{});
+        default:
+            return read(uint32_t{});
+    }
+}
+
+// FileError naming the first index not below vertices, when largest, the
+// largest index, is not.
+void CheckIndices(const Elements& indices, uint32_t largest, size_t vertices, const std::string& name)
+{
+    if (indices.count == 0 || largest < vertices) return;
+    for (size_t i = 0; i < indices.count; ++i) {
+        const uint32_t index = ByIndexType(indices, [&](auto type) -> uint32_t {
+            return indices.Component<decltype(type)>(i, 0);
+        });
+        if (index >= vertices)
+            throw FileError::InFile(name,
+                                    "vertex indices below " + std::to_string(vertices) + " in " + indices.path +
+                                        " (element " + std::to_string(i) + ")",
+                                    std::to_string(index));
+    }
 }
 
 // The vertex order of a primitive: its indices, checked against the vertex
@@ -557,28 +646,48 @@ BulkVector<int> VertexOrder(const GltfModel& model, const tinygltf::Primitive& p
     BulkVector<int> order;
     if (primitive.indices < 0) {
         order.resize(vertices);
-        for (size_t i = 0; i < vertices; ++i) order[i] = static_cast<int>(i);
+        std::iota(order.begin(), order.end(), 0);
         return order;
     }
-    const Elements indices = Access(model, primitive.indices, path + ".indices", name);
-    RequireKind(indices,
-                {TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE, TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT,
-                 TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT},
-                {1}, "unsigned bytes, shorts or ints", name);
+    const Elements indices = Indices(model, primitive, path, name);
     order.resize(indices.count);
-    for (size_t i = 0; i < indices.count; ++i) {
-        const uint32_t index =
-            indices.componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE    ? indices.Component<uint8_t>(i, 0)
-            : indices.componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT ? indices.Component<uint16_t>(i, 0)
-                                                                              : indices.Component<uint32_t>(i, 0);
-        if (index >= vertices)
-            throw FileError::InFile(name,
-                                    "vertex indices below " + std::to_string(vertices) + " in " + indices.path +
-                                        " (element " + std::to_string(i) + ")",
-                                    std::to_string(index));
-        order[i] = static_cast<int>(index);
-    }
+    const uint32_t largest = ByIndexType(indices, [&](auto type) {
+        uint32_t most = 0;
+        for (size_t i = 0; i < indices.count; ++i) {
+            const uint32_t index = indices.Component<decltype(type)>(i, 0);
+            most = std::max(most, index);
+            order[i] = static_cast<int>(index);
+        }
+        return most;
+    });
+    CheckIndices(indices, largest, vertices, name);
     return order;
+}
+
+// Appends a triangle list's triangles, their corners counted from first;
+// the largest index it holds (the corners of an unfinished last triangle too).
+template <class Index>
+uint32_t AppendTriangleList(const Elements& indices, size_t first, BulkVector<CPolygon<int>>& rows)
+{
+    // Unsigned, so that a bad index wraps instead of overflowing; it is refused after the loop.
+    const uint32_t offset = static_cast<uint32_t>(first);
+    uint32_t largest = 0;
+    const size_t triangles = indices.count / 3;
+    for (size_t t = 0; t < triangles; ++t) {
+        const char* at = indices.first + 3 * t * indices.stride;
+        // Scalars and field by field, so that nothing passes through the stack.
+        const uint32_t a = Load<Index>(at), b = Load<Index>(at + indices.stride),
+                       c = Load<Index>(at + 2 * indices.stride);
+        largest = std::max({largest, a, b, c});
+        CPolygon<int>& row = rows.emplace_back();
+        row.items[0] = static_cast<int>(a + offset);
+        row.items[1] = static_cast<int>(b + offset);
+        row.items[2] = static_cast<int>(c + offset);
+        row.count = 3;
+    }
+    for (size_t i = 3 * triangles; i < indices.count; ++i)
+        largest = std::max(largest, uint32_t{indices.Component<Index>(i, 0)});
+    return largest;
 }
 
 // What one glTF node's mesh becomes.
@@ -703,27 +812,46 @@ private:
         const int texCoordSet = TextureOf(parts, primitive, path);
         VertexSet& set = parts.triangleVertices;
         const size_t first = AppendVertices(set, model_, primitive, path, transform, texCoordSet, name_);
-        const BulkVector<int> order = VertexOrder(model_, primitive, path, set.positions.size() - first, name_);
-        const size_t corners = order.size();
-        const size_t triangles = primitive.mode == TINYGLTF_MODE_TRIANGLES ? corners / 3
-                                 : corners < 3                             ? 0
-                                                                           : corners - 2;
-        if (triangles > static_cast<size_t>(INT_MAX) - parts.triangles.size())
-            throw FileError::InFile(name_, "at most 2147483647 triangles in one mesh", "more at " + path);
-        parts.triangles.reserve(parts.triangles.size() + triangles);
+        const size_t vertices = set.Count() - first;
+        BulkVector<CPolygon<int>>& rows = parts.triangles;
+        if (primitive.mode == TINYGLTF_MODE_TRIANGLES) {
+            if (primitive.indices < 0) {
+                ReserveTriangles(rows, vertices / 3, path);
+                for (size_t t = 0; t < vertices / 3; ++t) {
+                    const int a = static_cast<int>(first + 3 * t);
+                    rows.push_back({{a, a + 1, a + 2, 0}, 3});
+                }
+                return;
+            }
+            const auto indices = Indices(model_, primitive, path, name_);
+            ReserveTriangles(rows, indices.count / 3, path);
+            const uint32_t largest = ByIndexType(
+                indices, [&](auto type) { return AppendTriangleList<decltype(type)>(indices, first, rows); });
+            CheckIndices(indices, largest, vertices, name_);
+            return;
+        }
+        const BulkVector<int> order = VertexOrder(model_, primitive, path, vertices, name_);
+        const size_t triangles = order.size() < 3 ? 0 : order.size() - 2;
+        ReserveTriangles(rows, triangles, path);
         const int offset = static_cast<int>(first);
         for (size_t t = 0; t < triangles; ++t) {
             int a, b, c;
-            if (primitive.mode == TINYGLTF_MODE_TRIANGLES) {
-                a = order[3 * t], b = order[3 * t + 1], c = order[3 * t + 2];
-            } else if (primitive.mode == TINYGLTF_MODE_TRIANGLE_FAN) {
+            if (primitive.mode == TINYGLTF_MODE_TRIANGLE_FAN) {
                 a = order[0], b = order[t + 1], c = order[t + 2];
             } else {
                 // Every other triangle of a strip turns the other way.
                 a = order[t + (t % 2)], b = order[t + 1 - (t % 2)], c = order[t + 2];
             }
-            parts.triangles.push_back({{a + offset, b + offset, c + offset, 0}, 3});
+            rows.push_back({{a + offset, b + offset, c + offset, 0}, 3});
         }
+    }
+
+    // Room for triangles more rows, within a mesh's 2^31 - 1.
+    void ReserveTriangles(BulkVector<CPolygon<int>>& rows, size_t triangles, const std::string& path)
+    {
+        if (triangles > static_cast<size_t>(INT_MAX) - rows.size())
+            throw FileError::InFile(name_, "at most 2147483647 triangles in one mesh", "more at " + path);
+        rows.reserve(rows.size() + triangles);
     }
 
     void AddPointsOrLines(ElementParts& parts, const tinygltf::Primitive& primitive, const std::string& path,
@@ -731,23 +859,27 @@ private:
     {
         VertexSet primitiveVertices;
         AppendVertices(primitiveVertices, model_, primitive, path, transform, 0, name_);
-        const BulkVector<int> order = VertexOrder(model_, primitive, path, primitiveVertices.positions.size(), name_);
+        const BulkVector<int> order = VertexOrder(model_, primitive, path, primitiveVertices.Count(), name_);
+        const VERTEX* positions = primitiveVertices.positions.Data();
         if (primitive.mode == TINYGLTF_MODE_POINTS) {
             VertexSet& set = parts.points;
-            const size_t before = set.positions.size(), after = before + order.size();
-            if (after > INT_MAX)
+            const size_t before = set.Count(), count = order.size();
+            if (count > static_cast<size_t>(INT_MAX) - before)
                 throw FileError::InFile(name_, "at most 2147483647 points in one mesh", "more at " + path);
-            Fill(set.normals, set.hasNormals, primitiveVertices.hasNormals, before, after, CVector_3<float>{0, 0, 0});
-            Fill(set.colors, set.hasColors, primitiveVertices.hasColors, before, after, RGBA{255, 255, 255, 255});
-            for (int v : order) {
-                set.positions.push_back(primitiveVertices.positions[v]);
-                if (primitiveVertices.hasNormals) set.normals.push_back(primitiveVertices.normals[v]);
-                if (primitiveVertices.hasColors) set.colors.push_back(primitiveVertices.colors[v]);
+            const Channel<CVector_3<float>>& normals = primitiveVertices.normals;
+            const Channel<RGBA>& colors = primitiveVertices.colors;
+            VERTEX* toPositions = set.positions.Append(count);
+            CVector_3<float>* toNormals = set.normals.Room(normals.present, before, count, {0, 0, 0});
+            RGBA* toColors = set.colors.Room(colors.present, before, count, {255, 255, 255, 255});
+            for (size_t i = 0; i < count; ++i) {
+                toPositions[i] = positions[order[i]];
+                if (normals.present) toNormals[i] = normals.Data()[order[i]];
+                if (colors.present) toColors[i] = colors.Data()[order[i]];
             }
             return;
         }
         auto point = [&](int v) {
-            const VERTEX& p = primitiveVertices.positions[v];
+            const VERTEX& p = positions[v];
             return CVector_3<double>{p.x, p.y, p.z};
         };
         if (primitive.mode == TINYGLTF_MODE_LINE) {
@@ -808,10 +940,9 @@ private:
 // Makes model hold the set's vertices, normals and colours.
 void FillModel(CModelNode& model, const VertexSet& set, const std::string& name)
 {
-    if (!model.AppendVertex(static_cast<int>(set.positions.size()))) throw std::bad_alloc();
-    std::memcpy(model.vertices->Buffer(), set.positions.data(), set.positions.size() * sizeof(VERTEX));
-    SetArrayAttribute(model, kNormalsAttribute, set.normals, name);
-    SetArrayAttribute(model, kColorsAttribute, set.colors, name);
+    model.vertices = set.positions.items;
+    SetArrayAttribute(model, kNormalsAttribute, set.normals.Data(), set.normals.Count(), name);
+    SetArrayAttribute(model, kColorsAttribute, set.colors.Data(), set.colors.Count(), name);
 }
 
 CBaseNode* SceneOf(std::vector<ElementParts>& elements, const std::string& name)
@@ -824,8 +955,8 @@ CBaseNode* SceneOf(std::vector<ElementParts>& elements, const std::string& name)
             auto* mesh = static_cast<CMeshNode*>(Adopt(element, CMeshNode::Create()));
             mesh->SetName(parts.meshName.c_str());
             FillModel(*mesh, parts.triangleVertices, name);
-            if (parts.triangleVertices.hasTexCoords) {
-                const BulkVector<CVector_2<float>>& uv = parts.triangleVertices.texCoords;
+            if (parts.triangleVertices.texCoords.present) {
+                const CVector_2<float>* uv = parts.triangleVertices.texCoords.Data();
                 BulkVector<CPolygon<CVector_2<float>>>& rows = mesh->texCoords->rows;
                 rows.resize(parts.triangles.size());
                 for (size_t t = 0; t < rows.size(); ++t) {
@@ -836,7 +967,7 @@ CBaseNode* SceneOf(std::vector<ElementParts>& elements, const std::string& name)
             mesh->polygons->rows.swap(parts.triangles);
             if (parts.texture && mesh->AppendImage(*parts.texture) < 0) throw std::bad_alloc();
         }
-        if (!parts.points.positions.empty()) {
+        if (parts.points.Count() != 0) {
             auto* model = static_cast<CModelNode*>(Adopt(element, CModelNode::Create()));
             model->SetName(parts.meshName.c_str());
             FillModel(*model, parts.points, name);

@@ -269,14 +269,20 @@ TEST(GltfFiles, ReadTriangleListsStripsAndFansOfEveryIndexType)
     }
 }
 
-std::string Message(std::string_view bytes, const std::string& name)
+template <class Read>
+std::string MessageOf(Read read)
 {
     try {
-        CTree scene(ReadGltf(bytes, name));
+        CTree scene(read());
     } catch (const FileError& error) {
         return error.what();
     }
     return "read without error";
+}
+
+std::string Message(std::string_view bytes, const std::string& name)
+{
+    return MessageOf([&] { return ReadGltf(bytes, name); });
 }
 
 TEST(GltfFiles, AreRefusedWhenHostileEachWithItsOwnMessage)
@@ -305,6 +311,51 @@ TEST(GltfFiles, AreRefusedWhenHostileEachWithItsOwnMessage)
               "hostile.gltf: expected vertex indices below 3 in accessors[1] (element 2), found 7");
     EXPECT_EQ(Message("{\"a\":" + std::string(100, '['), "hostile.gltf"),
               "hostile.gltf: byte 68: expected JSON nested at most 64 deep, found a 65th level");
+}
+
+// A file written to the test's folder, and its path.
+std::string FileOf(const std::string& bytes, const std::string& name)
+{
+    const fs::path path = fs::path(testing::TempDir()) / name;
+    std::ofstream(path.string(), std::ios::binary) << bytes;
+    return path.string();
+}
+
+TEST(GltfFiles, ReadFromDiskInPiecesAsFromMemory)
+{
+    // Enough triangles and vertices for several pieces of each.
+    constexpr int kTriangles = 60000, kVertices = kTriangles / 2 + 2;
+    CTree scan(Scan(true, false, false));
+    auto* mesh = static_cast<CMeshNode*>(scan.Root()->GetChild(0)->GetChild(0));
+    mesh->AppendVertex(kVertices - mesh->VertexNumber());
+    std::vector<CVector_3<float>> normals(kVertices);
+    for (int i = 0; i < kVertices; ++i) {
+        mesh->vertices->Buffer()[i] = {i * 0.5, i % 2 * 1.0, i * 0.25};
+        normals[i] = {0, i % 2 * 1.0f, 1 - i % 2 * 1.0f};
+    }
+    mesh->SetAttributeStruct(kNormalsAttribute, normals.data(), static_cast<int>(normals.size() * 12));
+    mesh->polygons->rows.resize(kTriangles);
+    for (int t = 0; t < kTriangles; ++t) mesh->polygons->rows[t] = {{t / 2, t / 2 + 1 + t % 2, t / 2 + 2, 0}, 3};
+    const std::string path = FileOf(WriteGlb(scan.Root(), "large.glb"), "large.glb");
+    CTree fromDisk(ImportGltf(path));
+    ExpectSameScan(scan.Root(), fromDisk.Root());
+}
+
+TEST(GltfFiles, ReadFromDiskAreRefusedWithTheMessagesOfFilesInMemory)
+{
+    CTree scan(Scan(true, false, false));
+    const std::string glb = WriteGlb(scan.Root(), "hostile.glb");
+    uint32_t jsonLength = 0;
+    std::memcpy(&jsonLength, glb.data() + 12, 4);
+    std::string longChunk = glb;
+    longChunk[20 + jsonLength + 3] = '\x7f';
+    const std::string hostile[] = {glb.substr(0, glb.size() - 10), longChunk, QuadGlb(4, 5121, {0, 1, 7})};
+    for (const std::string& bytes : hostile) {
+        const std::string path = FileOf(bytes, "hostile.glb");
+        const std::string inMemory = Message(bytes, path);
+        EXPECT_NE(inMemory, "read without error");
+        EXPECT_EQ(MessageOf([&] { return ImportGltf(path); }), inMemory);
+    }
 }
 
 TEST(GltfFiles, MayNotNameABufferOutsideTheirFolder)

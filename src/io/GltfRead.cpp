@@ -63,10 +63,8 @@ template <class ReadWord>
 GlbChunks CheckGlb(size_t size, ReadWord wordAt, const std::string& name)
 {
     GlbChunks chunks;
-    if (size < kGlbHeader)
-        throw FileError::AtByte(name, size, "a 12-byte glTF binary header", "the end of the file");
-    if (wordAt(4) != 2)
-        throw FileError::AtByte(name, 4, "glTF binary version 2", std::to_string(wordAt(4)));
+    if (size < kGlbHeader) throw FileError::AtByte(name, size, "a 12-byte glTF binary header", "the end of the file");
+    if (wordAt(4) != 2) throw FileError::AtByte(name, 4, "glTF binary version 2", std::to_string(wordAt(4)));
     const uint64_t length = wordAt(8);
     if (length > size)
         throw FileError::AtByte(name, size, "the " + std::to_string(length) + " bytes the header gives",
@@ -432,8 +430,8 @@ ViewPlace PlaceOfView(const GltfModel& model, int index, const std::string& path
                                    ? std::numeric_limits<uint64_t>::max()
                                    : view.byteOffset + view.byteLength));
     if (!chunk)
-        return {reinterpret_cast<const char*>(model.buffers[b].data.data()) + view.byteOffset, view.byteLength,
-                nullptr, 0};
+        return {reinterpret_cast<const char*>(model.buffers[b].data.data()) + view.byteOffset, view.byteLength, nullptr,
+                0};
     const ViewPlace& buffer = *model.buffer0;
     if (buffer.file != nullptr) return {nullptr, view.byteLength, buffer.file, buffer.fileAt + view.byteOffset};
     return {buffer.bytes + view.byteOffset, view.byteLength, nullptr, 0};
@@ -752,8 +750,7 @@ size_t AppendVertices(VertexSet& set, const GltfModel& model, const tinygltf::Pr
         return elements ? std::optional<Elements>(Resident(*elements)) : std::nullopt;
     };
     const std::optional<Elements> colors = resident(fitting(attribute("COLOR_0")));
-    const std::optional<Elements> texCoords =
-        resident(fitting(attribute("TEXCOORD_" + std::to_string(texCoordSet))));
+    const std::optional<Elements> texCoords = resident(fitting(attribute("TEXCOORD_" + std::to_string(texCoordSet))));
     const int byteOrShort[] = {TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE, TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT};
     if (normals) RequireKind(*normals, {TINYGLTF_COMPONENT_TYPE_FLOAT}, {3}, "VEC3 floats", name);
     if (colors)
@@ -812,9 +809,8 @@ void CheckIndices(const Elements& elements, uint32_t largest, size_t vertices, c
     if (elements.count == 0 || largest < vertices) return;
     const Elements indices = Resident(elements);
     for (size_t i = 0; i < indices.count; ++i) {
-        const uint32_t index = ByIndexType(indices, [&](auto type) -> uint32_t {
-            return indices.Component<decltype(type)>(i, 0);
-        });
+        const uint32_t index =
+            ByIndexType(indices, [&](auto type) -> uint32_t { return indices.Component<decltype(type)>(i, 0); });
         if (index >= vertices)
             throw FileError::InFile(name,
                                     "vertex indices below " + std::to_string(vertices) + " in " + indices.path +
@@ -849,29 +845,40 @@ BulkVector<int> VertexOrder(const GltfModel& model, const tinygltf::Primitive& p
     return order;
 }
 
+// Appends count / 3 triangles of the indices from first at stride to rows,
+// their corners counted from offset; the largest index, the corners of an
+// unfinished last triangle too. The largest index is a local: a reference
+// would be written back per row, as the rows might alias it.
+template <class Index>
+uint32_t TrianglesOf(const char* first, size_t count, size_t stride, uint32_t offset, BulkVector<CPolygon<int>>& rows)
+{
+    uint32_t largest = 0;
+    const size_t triangles = count / 3;
+    for (size_t t = 0; t < triangles; ++t) {
+        const char* at = first + 3 * t * stride;
+        const uint32_t a = Load<Index>(at), b = Load<Index>(at + stride), c = Load<Index>(at + 2 * stride);
+        largest = std::max({largest, a, b, c});
+        // Unsigned, so that a bad index wraps instead of overflowing; it is refused after the loop.
+        CPolygon<int>& row = rows.emplace_back();
+        row.items[0] = static_cast<int>(a + offset);
+        row.items[1] = static_cast<int>(b + offset);
+        row.items[2] = static_cast<int>(c + offset);
+        row.count = 3;
+    }
+    for (size_t i = 3 * triangles; i < count; ++i)
+        largest = std::max<uint32_t>(largest, Load<Index>(first + i * stride));
+    return largest;
+}
+
 // Appends a triangle list's triangles, their corners counted from first;
-// the largest index it holds (the corners of an unfinished last triangle too).
+// the largest index it holds.
 template <class Index>
 uint32_t AppendTriangleList(const Elements& indices, size_t first, BulkVector<CPolygon<int>>& rows)
 {
-    // Unsigned, so that a bad index wraps instead of overflowing; it is refused after the loop.
-    const uint32_t offset = static_cast<uint32_t>(first);
-    const size_t stride = indices.stride;
     uint32_t largest = 0;
     EachPiece(indices, 3, [&](const char* piece, size_t, size_t count) {
-        const size_t triangles = count / 3;
-        for (size_t t = 0; t < triangles; ++t) {
-            const char* at = piece + 3 * t * stride;
-            // Scalars and field by field, so that nothing passes through the stack.
-            const uint32_t a = Load<Index>(at), b = Load<Index>(at + stride), c = Load<Index>(at + 2 * stride);
-            largest = std::max({largest, a, b, c});
-            CPolygon<int>& row = rows.emplace_back();
-            row.items[0] = static_cast<int>(a + offset);
-            row.items[1] = static_cast<int>(b + offset);
-            row.items[2] = static_cast<int>(c + offset);
-            row.count = 3;
-        }
-        for (size_t i = 3 * triangles; i < count; ++i) largest = std::max<uint32_t>(largest, Load<Index>(piece + i * stride));
+        largest =
+            std::max(largest, TrianglesOf<Index>(piece, count, indices.stride, static_cast<uint32_t>(first), rows));
     });
     return largest;
 }

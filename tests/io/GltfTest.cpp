@@ -222,15 +222,17 @@ std::string QuadGlb(int mode, int componentType, std::vector<uint32_t> indices)
     const size_t size = componentType == 5121 ? 1 : componentType == 5123 ? 2 : 4;
     for (uint32_t index : indices) bin.append(reinterpret_cast<const char*>(&index), size);
     bin.resize((bin.size() + 3) / 4 * 4, '\0');
-    const std::string n = std::to_string(indices.size()), type = componentType == 0 ? "5125" : std::to_string(componentType);
-    std::string json = R"({"asset":{"version":"2.0"},"nodes":[{"mesh":0}],"meshes":[{"primitives":[{"mode":)" +
-                       std::to_string(mode) + R"(,"attributes":{"POSITION":0})" +
-                       (componentType != 0 ? R"(,"indices":1)" : "") +
-                       R"(}]}],"accessors":[{"bufferView":0,"componentType":5126,"count":4,"type":"VEC3"},)"
-                       R"({"bufferView":1,"componentType":)" + type + R"(,"count":)" + n +
-                       R"(,"type":"SCALAR"}],"bufferViews":[{"buffer":0,"byteLength":48},)"
-                       R"({"buffer":0,"byteOffset":48,"byteLength":)" + std::to_string(bin.size() - 48) +
-                       R"(}],"buffers":[{"byteLength":)" + std::to_string(bin.size()) + "}]}";
+    const std::string n = std::to_string(indices.size()),
+                      type = componentType == 0 ? "5125" : std::to_string(componentType);
+    std::string json =
+        R"({"asset":{"version":"2.0"},"nodes":[{"mesh":0}],"meshes":[{"primitives":[{"mode":)" + std::to_string(mode) +
+        R"(,"attributes":{"POSITION":0})" + (componentType != 0 ? R"(,"indices":1)" : "") +
+        R"(}]}],"accessors":[{"bufferView":0,"componentType":5126,"count":4,"type":"VEC3"},)"
+        R"({"bufferView":1,"componentType":)" +
+        type + R"(,"count":)" + n +
+        R"(,"type":"SCALAR"}],"bufferViews":[{"buffer":0,"byteLength":48},)"
+        R"({"buffer":0,"byteOffset":48,"byteLength":)" +
+        std::to_string(bin.size() - 48) + R"(}],"buffers":[{"byteLength":)" + std::to_string(bin.size()) + "}]}";
     json.resize((json.size() + 3) / 4 * 4, ' ');
     auto word = [](std::string& to, size_t value) { to.append(reinterpret_cast<const char*>(&value), 4); };
     std::string glb = "glTF";

@@ -1202,6 +1202,8 @@ CBaseNode* ImportGltf(const std::string& path, std::vector<std::string>* warning
 {
     const size_t slash = path.find_last_of('/');
     const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+    // A binary file whose BIN chunk is its buffer 0 stays on disk while it is
+    // read; any other file is read whole.
     {
         const FileOnDisk file(path);
         if (file.Size() >= 4 && file.WordAt(0) == kGlbMagic)

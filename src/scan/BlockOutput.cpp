@@ -5,6 +5,8 @@
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
 
+#include "scan/ScanNodes.h"
+
 #include <algorithm>
 #include <new>
 #include <string>
@@ -31,6 +33,18 @@ constexpr BlockLayout kLayouts[] = {
     LayoutOf<CModelNode>(),      LayoutOf<CMeshNode>(),       LayoutOf<CImageNode>(),    LayoutOf<CLodNode>(),
     LayoutOf<CLinearLineNode>(), LayoutOf<CBezierLineNode>(), LayoutOf<CCharLineNode>(),
 };
+
+// The block of a new node of class Node, with that many vertices.
+template <class Node>
+uint64_t BlockWithVertices(uint64_t vertices)
+{
+    Node* node = static_cast<Node*>(Node::Create());
+    if (node == nullptr) throw std::bad_alloc();
+    const uint64_t bytes = node->BlockBytes();
+    node->AddRef();
+    node->Release();
+    return bytes + vertices * sizeof(VERTEX);
+}
 
 const BlockLayout* LayoutOf(CBaseNode& node)
 {
@@ -95,6 +109,24 @@ bool PutDataBlock(CBaseNode* node, ByteOutput& out)
     else
         out.PutMade(static_cast<size_t>(bytes), [node](unsigned char* at) { node->Write(at); });
     return true;
+}
+
+uint64_t ModelBlockBytes(uint64_t vertices)
+{
+    return BlockWithVertices<CModelNode>(vertices);
+}
+
+uint64_t MeshBlockBytes(uint64_t vertices)
+{
+    return BlockWithVertices<CMeshNode>(vertices);
+}
+
+uint64_t MeshPolygonBytes(int corners, bool texCoords)
+{
+    BlockCounter counter;
+    PolygonRow(counter, CPolygon<int>{{}, corners});
+    if (texCoords) PolygonRow(counter, CPolygon<CVector_2<float>>{{}, corners});
+    return counter.Total();
 }
 
 }  // namespace brell

@@ -62,14 +62,18 @@ void StoreItems(Cursor& cursor, const CMatrixDataStore<T>& store)
 }
 
 template <class Cursor, class T>
+void PolygonRow(Cursor& cursor, const CPolygon<T>& row)
+{
+    const int count = std::clamp(row.count, 0, 4);
+    cursor.Int32(count);
+    cursor.Bytes(row.items, static_cast<size_t>(count) * sizeof(T));
+}
+
+template <class Cursor, class T>
 void StoreItems(Cursor& cursor, const CPolygonDataStore<T>& store)
 {
     cursor.Int32(store.Number());
-    for (const CPolygon<T>& row : store.rows) {
-        const int count = std::clamp(row.count, 0, 4);
-        cursor.Int32(count);
-        cursor.Bytes(row.items, static_cast<size_t>(count) * sizeof(T));
-    }
+    for (const CPolygon<T>& row : store.rows) PolygonRow(cursor, row);
 }
 
 template <class Cursor, class T>

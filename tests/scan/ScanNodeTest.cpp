@@ -150,6 +150,22 @@ TEST(ScanNodeBlocks, ArePutPieceByPieceAsWriteMakesThemAndCountedAsSizeOfByteCou
     }
 }
 
+TEST(ScanNodeBlocks, PlannedFromCountsMeasureAsTheNodesMade)
+{
+    CTree model(CModelNode::Create()), mesh(CMeshNode::Create());
+    static_cast<CModelNode*>(model.Root())->AppendVertex(5);
+    auto* meshNode = static_cast<CMeshNode*>(mesh.Root());
+    meshNode->AppendVertex(3);
+    uint64_t planned = brell::MeshBlockBytes(3);
+    for (int corners = 0; corners <= 4; ++corners) {
+        meshNode->polygons->rows.push_back({{}, corners});
+        meshNode->texCoords->rows.push_back({{}, corners});
+        planned += brell::MeshPolygonBytes(corners, true);
+    }
+    EXPECT_EQ(brell::ModelBlockBytes(5), brell::DataBlockBytes(model.Root()));
+    EXPECT_EQ(planned, brell::DataBlockBytes(mesh.Root()));
+}
+
 TEST(ScanNodeBlocks, NullBlocksAreNeitherReadNorWritten)
 {
     for (const ScanClass& c : ScanClasses()) {

@@ -84,4 +84,13 @@ BRELL_API uint64_t DataBlockBytes(CBaseNode* node);
 // block past 2 GB; std::bad_alloc when a block made whole cannot be.
 BRELL_API bool PutDataBlock(CBaseNode* node, ByteOutput& out);
 
+// What the model and mesh blocks take, for planning a scan's nodes before
+// they are made: a model's or mesh's block with that many vertices, no
+// polygons and an empty attribute block, and what one polygon of that many
+// corners adds to a mesh's, with its row of texture coordinates when
+// texCoords. std::bad_alloc when the empty node to count cannot be made.
+BRELL_API uint64_t ModelBlockBytes(uint64_t vertices);
+BRELL_API uint64_t MeshBlockBytes(uint64_t vertices);
+BRELL_API uint64_t MeshPolygonBytes(int corners, bool texCoords);
+
 }  // namespace brell

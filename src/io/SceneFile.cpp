@@ -354,7 +354,7 @@ void CommitMeasured(FileSaver& saver, const std::string& path, uint64_t total)
 
 // Saves a tree that fits one stream (format version 1) a record at a time,
 // its hash taken as the records pass; the header goes in last.
-void SaveStream(const std::vector<MeasuredNode>& nodes, const std::string& path)
+void SaveOneStream(const std::vector<MeasuredNode>& nodes, const std::string& path)
 {
     const uint64_t length = nodes.front().subtreeBytes;
     FileSaver saver(path, kSceneHeaderBytes + length);
@@ -513,7 +513,7 @@ void SaveScene(CBaseNode* root, const std::string& path)
     CheckLoadable(root, path);
     const std::vector<MeasuredNode> nodes = MeasureTree(root, path);
     if (nodes.front().subtreeBytes <= detail::PieceBytes())
-        SaveStream(nodes, path);
+        SaveOneStream(nodes, path);
     else
         SaveStreams(nodes, PlanStreams(nodes), path);
 }

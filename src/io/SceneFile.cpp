@@ -320,14 +320,19 @@ void PutString(ByteOutput& out, const std::string& text)
 
 // Puts one record, frame and data block, into out: the node's stores go a
 // bounded piece at a time, so no record is made whole in memory.
+void PutRecord(CBaseNode* node, uint32_t children, int dataBytes, ByteOutput& out)
+{
+    out.Int32(static_cast<int32_t>(RecordBytes(node, dataBytes)));
+    out.Int32(static_cast<int32_t>(children));
+    PutString(out, node->Type());
+    PutString(out, node->Name());
+    out.Int32(dataBytes);
+    brell::PutDataBlock(node, out);
+}
+
 void PutRecord(const MeasuredNode& node, uint32_t children, ByteOutput& out)
 {
-    out.Int32(static_cast<int32_t>(node.recordBytes));
-    out.Int32(static_cast<int32_t>(children));
-    PutString(out, node.node->Type());
-    PutString(out, node.node->Name());
-    out.Int32(node.dataBytes);
-    brell::PutDataBlock(node.node, out);
+    PutRecord(node.node, children, node.dataBytes, out);
 }
 
 // The header of a scene file of the given version, whose length counts the
@@ -352,16 +357,21 @@ void CommitMeasured(FileSaver& saver, const std::string& path, uint64_t total)
     saver.Commit();
 }
 
-// Saves a tree that fits one stream (format version 1) a record at a time,
-// its hash taken as the records pass; the header goes in last.
-void SaveOneStream(const std::vector<MeasuredNode>& nodes, const std::string& path)
+// Saves a tree of one stream of length bytes (format version 1) a record at
+// a time, its hash taken as the records pass; the header goes in last.
+void SaveOneStream(CBaseNode* root, uint64_t length, const std::string& path)
 {
-    const uint64_t length = nodes.front().subtreeBytes;
     FileSaver saver(path, kSceneHeaderBytes + length);
     const SceneHeader unknown{};
     saver.Put(&unknown, sizeof unknown);
     HashedOutput out(saver);
-    for (const MeasuredNode& node : nodes) PutRecord(node, node.node->GetChildNum(), out);
+    std::vector<CBaseNode*> pending{root};
+    while (!pending.empty()) {
+        CBaseNode* node = pending.back();
+        pending.pop_back();
+        PutRecord(node, node->GetChildNum(), node->SizeOfByte(), out);
+        for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.push_back(node->GetChild(i));
+    }
     const SceneHeader header = HeaderOf(kSceneFormatVersion, length, out.TakeHash());
     saver.Overwrite(0, &header, sizeof header);
     CommitMeasured(saver, path, kSceneHeaderBytes + length);
@@ -511,11 +521,13 @@ void SaveScene(CBaseNode* root, const std::string& path)
 {
     if (root == nullptr) throw FileError::InFile(path, "a scene to save", "none");
     CheckLoadable(root, path);
+    const int streamSize = SizeOfByte(root);
+    if (streamSize >= 1 && static_cast<uint64_t>(streamSize) <= detail::PieceBytes()) {
+        SaveOneStream(root, static_cast<uint64_t>(streamSize), path);
+        return;
+    }
     const std::vector<MeasuredNode> nodes = MeasureTree(root, path);
-    if (nodes.front().subtreeBytes <= detail::PieceBytes())
-        SaveOneStream(nodes, path);
-    else
-        SaveStreams(nodes, PlanStreams(nodes), path);
+    SaveStreams(nodes, PlanStreams(nodes), path);
 }
 
 void SaveScene(CTree& tree, const std::string& path)

@@ -15,6 +15,7 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <string>
 
 namespace brell {
@@ -67,6 +68,19 @@ void PolygonRow(Cursor& cursor, const CPolygon<T>& row)
     const int count = std::clamp(row.count, 0, 4);
     cursor.Int32(count);
     cursor.Bytes(row.items, static_cast<size_t>(count) * sizeof(T));
+}
+
+// Millions of rows go out one after another: each is copied whole at a
+// constant size, which compiles to plain moves, and the cursor moves past
+// the items in use only.
+template <class T>
+void PolygonRow(ByteOutput& out, const CPolygon<T>& row)
+{
+    const int32_t count = std::clamp(row.count, 0, 4);
+    char* at = out.Room(4 + sizeof row.items);
+    std::memcpy(at, &count, 4);
+    std::memcpy(at + 4, row.items, sizeof row.items);
+    out.Advance(4 + static_cast<size_t>(count) * sizeof(T));
 }
 
 template <class Cursor, class T>

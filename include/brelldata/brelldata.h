@@ -33,6 +33,7 @@
 #include <brelldata/platform/DApi.h>
 #include <brelldata/platform/DataManager.h>
 #include <brelldata/platform/Region.h>
+#include <brelldata/scan/BlockOutput.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>

@@ -6,9 +6,11 @@
 #include <brelldata/core/NodeRegistry.h>
 #include <brelldata/core/NodeStream.h>
 #include <brelldata/core/Walk.h>
+#include <brelldata/scan/BlockOutput.h>
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -124,6 +126,44 @@ TEST(ScanNodeBlocks, ReadIntoANewNodeThatWritesTheSameBytes)
         ASSERT_EQ(read.Root()->SizeOfByte(), static_cast<int>(block.size()));
         EXPECT_EQ(BlockOf(read.Root()), ExpectedBlock(c));
     }
+}
+
+struct CollectedOutput : brell::ByteOutput {
+    void Take(const char* bytes, size_t size) override { collected.insert(collected.end(), bytes, bytes + size); }
+    std::vector<uint8_t> collected;
+};
+
+// The bytes Write leaves alone, the character line node's last four, are put as zeros.
+TEST(ScanNodeBlocks, ArePutPieceByPieceAsWriteMakesThemAndCountedAsSizeOfByteCounts)
+{
+    for (const ScanClass& c : ScanClasses()) {
+        if (!c.filled) continue;
+        SCOPED_TRACE(c.type);
+        CTree written(c.filled());
+        std::vector<uint8_t> expected = ExpectedBlock(c);
+        std::replace(expected.end() - (std::string(c.type) == "CCharLineNode" ? 4 : 0), expected.end(), 0xEE, 0);
+        CollectedOutput out;
+        EXPECT_TRUE(brell::PutDataBlock(written.Root(), out));
+        out.Drain();
+        EXPECT_EQ(out.collected, expected);
+        EXPECT_EQ(brell::DataBlockBytes(written.Root()), expected.size());
+    }
+}
+
+TEST(ScanNodeBlocks, PlannedFromCountsMeasureAsTheNodesMade)
+{
+    CTree model(CModelNode::Create()), mesh(CMeshNode::Create());
+    static_cast<CModelNode*>(model.Root())->AppendVertex(5);
+    auto* meshNode = static_cast<CMeshNode*>(mesh.Root());
+    meshNode->AppendVertex(3);
+    uint64_t planned = brell::MeshBlockBytes(3);
+    for (int corners = 0; corners <= 4; ++corners) {
+        meshNode->polygons->rows.push_back({{}, corners});
+        meshNode->texCoords->rows.push_back({{}, corners});
+        planned += brell::MeshPolygonBytes(corners, true);
+    }
+    EXPECT_EQ(brell::ModelBlockBytes(5), brell::DataBlockBytes(model.Root()));
+    EXPECT_EQ(planned, brell::DataBlockBytes(mesh.Root()));
 }
 
 TEST(ScanNodeBlocks, NullBlocksAreNeitherReadNorWritten)

@@ -1,0 +1,96 @@
+#pragma once
+
+#include <brelldata/Export.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <memory>
+
+class CBaseNode;
+
+namespace brell {
+
+// Bytes put a piece at a time through a bounded buffer, which is handed on
+// (Take) whenever it is full and at the end, so that a writer makes output
+// of any size in the memory of one buffer that stays in the cache. Node data
+// blocks are put here a piece at a time (PutDataBlock), so that a saved scan
+// is never made whole in memory.
+class BRELL_API ByteOutput {
+public:
+    static constexpr size_t kBufferBytes = size_t{1} << 20;
+
+    ByteOutput(const ByteOutput&) = delete;
+    ByteOutput& operator=(const ByteOutput&) = delete;
+    virtual ~ByteOutput();
+
+    // Room for bytes (at most kBufferBytes) at the cursor; Advance moves the
+    // cursor past what was written there.
+    char* Room(size_t bytes)
+    {
+        if (static_cast<size_t>(end_ - at_) < bytes) Drain();
+        return at_;
+    }
+    void Advance(size_t bytes) { at_ += bytes; }
+    // Any number of bytes; large runs go on without passing the buffer.
+    void Put(const void* bytes, size_t size);
+    // Hands on what the buffer holds.
+    void Drain();
+
+    // The fields of a block layout, as a block writer takes them.
+    void Int32(int32_t value)
+    {
+        std::memcpy(Room(4), &value, 4);
+        Advance(4);
+    }
+    void Bytes(const void* bytes, size_t size) { Put(bytes, size); }
+    // size bytes made by fill(at) in memory: in the buffer when they fit,
+    // else in memory of their own; std::bad_alloc when that cannot be had.
+    template <class Fill>
+    void PutMade(size_t size, Fill fill)
+    {
+        if (size <= kBufferBytes) {
+            fill(reinterpret_cast<unsigned char*>(Room(size)));
+            Advance(size);
+            return;
+        }
+        const std::unique_ptr<unsigned char, void (*)(unsigned char*)> made(Bulk(size), FreeMade);
+        fill(made.get());
+        Put(made.get(), size);
+    }
+
+protected:
+    ByteOutput();
+    virtual void Take(const char* bytes, size_t size) = 0;
+
+private:
+    static unsigned char* Bulk(size_t size);
+    static void FreeMade(unsigned char* bytes);
+
+    std::unique_ptr<char[]> buffer_;
+    char* at_;
+    char* end_;
+};
+
+// The bytes of node's data block, counted in 64 bits: for the scan-data
+// classes, which lay out their blocks themselves, also past the 2 GB at which
+// SizeOfByte gives up; 0 when they cannot be counted (null, a block of any
+// other class past 2 GB, or an attribute block past it).
+BRELL_API uint64_t DataBlockBytes(CBaseNode* node);
+
+// Puts node's data block into out: the bytes its Write makes. The scan-data
+// classes put their stores a bounded piece at a time; any other class's
+// block is made whole first. false, with nothing put, for null and for a
+// block past 2 GB; std::bad_alloc when a block made whole cannot be.
+BRELL_API bool PutDataBlock(CBaseNode* node, ByteOutput& out);
+
+// What the model and mesh blocks take, for planning a scan's nodes before
+// they are made: a model's or mesh's block with that many vertices, no
+// polygons and an empty attribute block, and what one polygon of that many
+// corners adds to a mesh's, with its row of texture coordinates when
+// texCoords. std::bad_alloc when the empty node to count cannot be made.
+BRELL_API uint64_t ModelBlockBytes(uint64_t vertices);
+BRELL_API uint64_t MeshBlockBytes(uint64_t vertices);
+BRELL_API uint64_t MeshPolygonBytes(int corners, bool texCoords);
+
+}  // namespace brell

@@ -1,18 +1,21 @@
 #!/usr/bin/env bash
 # The road of a 92,000,000-point scan through every brell command. Makes a
 # binary PLY of float positions on the fly, then imports it, inspects,
-# exports, calculates and renders its scene, and checks each command's counts
-# and its peak memory: at most 1.25 times the stores it makes (24 bytes a
-# vertex) plus 16 MB. Saving and loading the scene are timed beside a plain
+# exports, takes it through the Python module, calculates, renders, cuts it
+# and cuts it in the viewer (in a virtual X server), and checks each step's
+# counts and its peak memory: at most 1.25 times the stores it makes (24 bytes
+# a vertex) plus 16 MB. Saving and loading the scene are timed beside a plain
 # write (made durable) and read of the same number of bytes and the ratios
 # printed; times vary with the machine's load, so they are reported, not
 # checked (the benchmarks in bench/ measure them).
-# Needs build/bin/brell (scripts/test.sh builds it; BRELL=... names another),
+# Needs build/bin/brell and the Python module in build/python (scripts/test.sh
+# builds both; BRELL=... and BRELL_PYTHON=... name others),
 # about 5 GB of memory and 5 GB of disk in TMPDIR; removes its files.
 # BRELL_LARGE_POINTS=N runs the same road on N points.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 brell=$(realpath "${BRELL:-build/bin/brell}")
+python_module=$(realpath "${BRELL_PYTHON:-build/python}")
 points=${BRELL_LARGE_POINTS:-92000000}
 work=$(mktemp -d "${TMPDIR:-/tmp}/brell-large.XXXXXX")
 trap 'rm -rf "$work"' EXIT
@@ -41,12 +44,12 @@ EOF
 stores=$((points * 24))
 peak_limit_kb=$((stores * 5 / 4 / 1024 + 16 * 1024))
 
-# run WHAT ARGS...: brell ARGS with its output in out and its step times in
-# steps; checks the exit status and the peak memory.
-run() {
+# measure WHAT COMMAND...: COMMAND with its output in out; checks the exit
+# status and the peak memory.
+measure() {
   local what=$1
   shift
-  if ! /usr/bin/time -f '%M %e' -o time "$brell" --quiet --timing "$@" >out 2>err; then
+  if ! /usr/bin/time -f '%M %e' -o time "$@" >out 2>err; then
     fail "$what failed: $(cat err)"
     return
   fi
@@ -54,6 +57,12 @@ run() {
   read -r peak seconds <time
   printf '%-8s %7.1f s  peak %6d MB (at most %d MB)\n' "$what" "$seconds" $((peak / 1024)) $((peak_limit_kb / 1024))
   [ "$peak" -le "$peak_limit_kb" ] || fail "$what peaks at $((peak / 1024)) MB, over $((peak_limit_kb / 1024)) MB"
+}
+# run WHAT ARGS...: measure brell ARGS, with its step times in out.
+run() {
+  local what=$1
+  shift
+  measure "$what" "$brell" --quiet --timing "$@"
 }
 says() { grep -qF -- "$1" out || fail "$2 does not say \"$1\""; }
 # step_seconds NAME: the seconds brell --timing gave the step whose name starts so.
@@ -88,6 +97,23 @@ run export export big.scene -o out.ply
 head -c 200 out.ply | grep -qa "^element vertex $points$" || fail "export wrote another vertex count"
 [ "$(stat -c %s out.ply)" -gt $((points * 12)) ] || fail "export wrote too few bytes"
 rm -f out.ply
+
+# The Python module imports the scan, saves its scene and loads it again.
+measure python env PYTHONPATH="$python_module" /usr/bin/python3 - <<'EOF'
+import brelldata
+
+def vertices(root):
+    return sum(node.vertex_count for node in root.walk() if isinstance(node, brelldata.ModelNode))
+
+scene = brelldata.import_scan("big.ply")
+print("imported vertices:", vertices(scene))
+brelldata.save_scene(scene, "python.scene")
+del scene
+print("loaded vertices:", vertices(brelldata.load_scene("python.scene")))
+EOF
+says "imported vertices: $points" "the Python module's import"
+says "loaded vertices: $points" "the Python module's load"
+rm -f python.scene
 
 run calc calc big.scene --proc points -o points.scene
 rm -f big.ply

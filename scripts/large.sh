@@ -18,7 +18,8 @@ brell=$(realpath "${BRELL:-build/bin/brell}")
 python_module=$(realpath "${BRELL_PYTHON:-build/python}")
 points=${BRELL_LARGE_POINTS:-92000000}
 work=$(mktemp -d "${TMPDIR:-/tmp}/brell-large.XXXXXX")
-trap 'rm -rf "$work"' EXIT
+xvfb=
+trap '[ -z "$xvfb" ] || kill "$xvfb" 2>/dev/null; rm -rf "$work"' EXIT
 cd "$work"
 failures=0
 
@@ -145,7 +146,8 @@ if command -v Xvfb >/dev/null; then
   xvfb=$!
   while [ ! -s display ] && kill -0 "$xvfb" 2>/dev/null; do sleep 0.1; done
   DISPLAY=:$(cat display) run view view big.scene --mode points --size 320x240 --replay events.txt -o viewed.scene
-  kill "$xvfb"
+  kill "$xvfb" 2>/dev/null || true
+  xvfb=
   kept_in viewed.scene view
 else
   fail "view needs Xvfb (scripts/deps.sh installs it)"

@@ -102,6 +102,28 @@ TEST_F(ScanGeometry, CalculationOfASceneBuildsTheGeometryOfEachElement)
     EXPECT_EQ(Built<CGeoPolyShadeRefNode>()->smooth, 1);
 }
 
+TEST(PointGeometry, PointsOfModelsOfOneSizeShareOneSelectionAndOthersHaveTheirOwn)
+{
+    gl::RegisterProcedures();
+    Held<CElementNode> parts;
+    for (int vertices : {3, 3, 2}) Add(parts.node, new CModelNode)->AppendVertex(vertices);
+    Held<CBaseNode> output;
+    ASSERT_EQ(parts->GeoCalc(gl::kPointsProcedure, output.node), 1);
+    std::vector<CArrayDataStore<int>*> selections;
+    std::vector<CBaseNode*> pending{output.node};
+    while (!pending.empty()) {
+        CBaseNode* node = pending.back();
+        pending.pop_back();
+        if (auto* points = AsKindOf<CGeoPointNode>(node)) selections.push_back(&*points->indices);
+        for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.push_back(node->GetChild(i));
+    }
+    ASSERT_EQ(selections.size(), 3u);
+    const auto selection = [&](size_t i) { return selections[i]; };
+    EXPECT_EQ(selection(0), selection(1));
+    EXPECT_NE(selection(2), selection(1));
+    EXPECT_EQ(selection(2)->Number(), 2);
+}
+
 TEST_F(ScanGeometry, CalculationRefusesUnknownProceduresAndTreesWithoutScanData)
 {
     const unsigned int children = output->GetChildNum();

@@ -3,68 +3,12 @@
 #include "io/PlyBody.h"
 #include "io/Text.h"
 
-#include <atomic>
 #include <cmath>
-#include <cstdint>
 #include <limits>
-#include <system_error>
-#include <thread>
-
-#include <sys/mman.h>
-
-#ifndef MADV_POPULATE_WRITE
-#define MADV_POPULATE_WRITE 23
-#endif
 
 namespace brell::io::ply {
 
 namespace {
-
-// The system clears each fresh page at its first touch, which costs more than
-// reading and widening the values that fill it. While the reader fills a large
-// room from its front, a second thread has the pages from its end back
-// towards the reader made ready, so that two cores clear them. It stops where
-// the reader has come to, or at once where the system cannot do it.
-class PageClearing {
-public:
-    PageClearing(void* room, size_t bytes)
-    {
-        constexpr size_t kWorthIt = size_t{64} << 20;
-        if (bytes < kWorthIt || std::thread::hardware_concurrency() < 2) return;
-        const auto begin = reinterpret_cast<uintptr_t>(room);
-        reached_ = begin;
-        // Without a thread the reader clears the pages itself.
-        try {
-            thread_ = std::thread([this, begin, end = begin + bytes] { ClearBackFrom(begin, end); });
-        } catch (const std::system_error&) {
-        }
-    }
-    ~PageClearing()
-    {
-        stop_ = true;
-        if (thread_.joinable()) thread_.join();
-    }
-    PageClearing(const PageClearing&) = delete;
-    PageClearing& operator=(const PageClearing&) = delete;
-
-    void Reached(const void* at) { reached_.store(reinterpret_cast<uintptr_t>(at), std::memory_order_relaxed); }
-
-private:
-    void ClearBackFrom(uintptr_t begin, uintptr_t end)
-    {
-        constexpr uintptr_t kChunk = uintptr_t{2} << 20, kAhead = uintptr_t{4} << 20;
-        for (uintptr_t to = end / kChunk * kChunk; to >= begin + kChunk; to -= kChunk) {
-            if (stop_.load(std::memory_order_relaxed) ||
-                to - kChunk < reached_.load(std::memory_order_relaxed) + kAhead ||
-                madvise(reinterpret_cast<void*>(to - kChunk), kChunk, MADV_POPULATE_WRITE) != 0)
-                return;
-        }
-    }
-
-    std::atomic<uintptr_t> reached_{0};
-    std::atomic<bool> stop_{false};
-    std::thread thread_;
-};
 
 // Values from a binary body, read through a window of the file. Every read is
 // checked against the end of the file first, and slides the window on when it
@@ -140,12 +84,10 @@ public:
         size_t stride = 0;
         for (const Property& property : element.properties) stride += SizeOf(property.type);
         constexpr size_t block = 2048;
-        PageClearing clearing(sink.positionRoom, sink.positionRoom != nullptr ? element.count * sizeof(VERTEX) : 0);
         for (size_t from = 0; from < element.count; from += block) {
             const size_t to = std::min<size_t>(from + block, element.count);
             Need((to - from) * stride, "vertices");
             sink.Grow(to);
-            clearing.Reached(sink.positions + to);
             const unsigned char* record = at_;
             bool positionsFinite = true;
             for (const Property& property : element.properties) {

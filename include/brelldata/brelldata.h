@@ -17,6 +17,7 @@
 #include <brelldata/core/Walk.h>
 #include <brelldata/data/ArrayDataStore.h>
 #include <brelldata/data/BulkMemory.h>
+#include <brelldata/data/ByteOutput.h>
 #include <brelldata/data/LineDataStore.h>
 #include <brelldata/data/MatrixDataStore.h>
 #include <brelldata/data/Normal.h>

@@ -1,6 +1,5 @@
 #include <brelldata/scan/BlockOutput.h>
 
-#include <brelldata/data/BulkMemory.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
@@ -57,41 +56,6 @@ const BlockLayout* LayoutOf(CBaseNode& node)
 
 }  // namespace
 
-ByteOutput::ByteOutput() : buffer_(new char[kBufferBytes]), at_(buffer_.get()), end_(at_ + kBufferBytes) {}
-
-ByteOutput::~ByteOutput() = default;
-
-void ByteOutput::Put(const void* bytes, size_t size)
-{
-    const char* from = static_cast<const char*>(bytes);
-    if (size >= kBufferBytes) {
-        Drain();
-        for (size_t done = 0; done < size; done += kBufferBytes) Take(from + done, std::min(kBufferBytes, size - done));
-        return;
-    }
-    if (size == 0) return;
-    std::memcpy(Room(size), from, size);
-    Advance(size);
-}
-
-void ByteOutput::Drain()
-{
-    if (at_ != buffer_.get()) Take(buffer_.get(), static_cast<size_t>(at_ - buffer_.get()));
-    at_ = buffer_.get();
-}
-
-unsigned char* ByteOutput::Bulk(size_t size)
-{
-    auto* bytes = static_cast<unsigned char*>(AllocateBulk(size));
-    if (bytes == nullptr) throw std::bad_alloc();
-    return bytes;
-}
-
-void ByteOutput::FreeMade(unsigned char* bytes)
-{
-    FreeBulk(bytes);
-}
-
 uint64_t DataBlockBytes(CBaseNode* node)
 {
     if (node == nullptr) return 0;
@@ -124,8 +88,8 @@ uint64_t MeshBlockBytes(uint64_t vertices)
 uint64_t MeshPolygonBytes(int corners, bool texCoords)
 {
     BlockCounter counter;
-    PolygonRow(counter, CPolygon<int>{{}, corners});
-    if (texCoords) PolygonRow(counter, CPolygon<CVector_2<float>>{{}, corners});
+    CPolygonDataStore<int>::PutRow(counter, {{}, corners});
+    if (texCoords) CPolygonDataStore<CVector_2<float>>::PutRow(counter, {{}, corners});
     return counter.Total();
 }
 

@@ -44,62 +44,6 @@ private:
     uint64_t bytes_ = 0;
 };
 
-// A store's block, item by item, into a counter or a piece-wise output, in
-// the layout of the store's own WriteAt, which writes it into memory.
-template <class Cursor, class T>
-void StoreItems(Cursor& cursor, const CArrayDataStore<T>& store)
-{
-    cursor.Int32(store.Number());
-    cursor.Bytes(store.Buffer(), static_cast<size_t>(store.Number()) * sizeof(T));
-}
-
-template <class Cursor, class T>
-void StoreItems(Cursor& cursor, const CMatrixDataStore<T>& store)
-{
-    const int held = store.HeldRows();
-    cursor.Int32(held);
-    cursor.Int32(store.width);
-    cursor.Bytes(store.Buffer(), static_cast<size_t>(held) * static_cast<size_t>(std::max(store.width, 0)) * sizeof(T));
-}
-
-template <class Cursor, class T>
-void PolygonRow(Cursor& cursor, const CPolygon<T>& row)
-{
-    const int count = std::clamp(row.count, 0, 4);
-    cursor.Int32(count);
-    cursor.Bytes(row.items, static_cast<size_t>(count) * sizeof(T));
-}
-
-// Millions of rows go out one after another: each is copied whole at a
-// constant size, which compiles to plain moves, and the cursor moves past
-// the items in use only.
-template <class T>
-void PolygonRow(ByteOutput& out, const CPolygon<T>& row)
-{
-    const int32_t count = std::clamp(row.count, 0, 4);
-    char* at = out.Room(4 + sizeof row.items);
-    std::memcpy(at, &count, 4);
-    std::memcpy(at + 4, row.items, sizeof row.items);
-    out.Advance(4 + static_cast<size_t>(count) * sizeof(T));
-}
-
-template <class Cursor, class T>
-void StoreItems(Cursor& cursor, const CPolygonDataStore<T>& store)
-{
-    cursor.Int32(store.Number());
-    for (const CPolygon<T>& row : store.rows) PolygonRow(cursor, row);
-}
-
-template <class Cursor, class T>
-void StoreItems(Cursor& cursor, const CLineDataStore<T>& store)
-{
-    cursor.Int32(store.Number());
-    for (const auto& line : store.lines) {
-        cursor.Int32(static_cast<int32_t>(line.size()));
-        cursor.Bytes(line.data(), line.size() * sizeof(T));
-    }
-}
-
 // A reader of a scan node's data block, which knows the node it reads for.
 class NodeBlockReader : public BlockReader {
 public:
@@ -148,7 +92,7 @@ template <class Store>
 void StorePart(BlockCounter& counter, const Store& store)
 {
     counter.Int32(0);
-    StoreItems(counter, store);
+    store.Put(counter);
 }
 
 // Only blocks below 2 GB are put, so the store's own measure gives its length.
@@ -156,7 +100,7 @@ template <class Store>
 void StorePart(ByteOutput& out, const Store& store)
 {
     out.Int32(store.SizeOfByte());
-    StoreItems(out, store);
+    store.Put(out);
 }
 
 // A class's data block: its own fields, laid out once by Fields (called with

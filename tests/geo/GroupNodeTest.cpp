@@ -54,7 +54,6 @@ private:
 TEST(SwitchNodes, FlagsFollowEnablesDefaultsAndCopies)
 {
     Held three(SwitchOf(3));
-    EXPECT_EQ(three->Comment(), "Default: Enable <  >");
     EXPECT_EQ(Enabled(*three.node), (std::vector<int>{1, 1, 1}));
     three->SetDefault(0);
     EXPECT_EQ(Enabled(*three.node), (std::vector<int>{0, 0, 0}));
@@ -86,9 +85,7 @@ TEST(ModeNodes, KeepMembersInOrderAndReleaseReplacedOnes)
 {
     Held<CGeoModeNode> mode;
     auto* other = new CGeoBaseNode;
-    auto* line = new CGeoBaseNode;
-    auto* normal = new CGeoBaseNode;
-    auto* point = new CGeoBaseNode;
+    auto *line = new CGeoBaseNode, *normal = new CGeoBaseNode, *point = new CGeoBaseNode;
     mode->AppendChild(other);
     EXPECT_EQ(mode->SetNormalNode(normal), 1);
     EXPECT_EQ(mode->SetLineNode(line), 1);
@@ -150,6 +147,7 @@ TEST(GeoRefNodes, DiscardTheirCacheExactlyOnceOnEveryPath)
         {"other reference", [](CGeoRefNode& node, CBaseNode&) { node.SetRefNode(nullptr); }, 1},
         {"copy", [](CGeoRefNode& node, CBaseNode&) { node.Copy(&node); }, 1},
         {"copy of a plain node", [](CGeoRefNode& node, CBaseNode& target) { node.Copy(&target); }, 0},
+        {"same cache", [](CGeoRefNode& node, CBaseNode&) { node.SetCache(node.GetCache()); }, 0},
     };
     for (const Path& path : paths) {
         SCOPED_TRACE(path.title);
@@ -185,9 +183,8 @@ TEST(GeoRefNodes, FollowMixedChainsAndAreFoundBySearch)
     geoToRef->SetRefNode(toPolygon);
     refToGeo->SetRefNode(geoToRef);
     geoToGeo->SetRefNode(geoToRef);
-    EXPECT_EQ(geoToRef->Reference(), referred);
-    EXPECT_EQ(refToGeo->Reference(), referred);
-    EXPECT_EQ(geoToGeo->Reference(), referred);
+    EXPECT_EQ((std::vector<CBaseNode*>{geoToRef->Reference(), refToGeo->Reference(), geoToGeo->Reference()}),
+              std::vector<CBaseNode*>(3, referred));
     EXPECT_EQ(CGeoRefNode().Reference(), nullptr);
 
     int counter = 1;
@@ -207,25 +204,10 @@ TEST(GeoRefNodes, ChainsThatComeBackResolveToNothing)
     geoFirst->SetRefNode(second);
     second->SetRefNode(geoFirst);
     for (CBaseNode* node : std::vector<CBaseNode*>{self, geoFirst, second}) root->AppendChild(node);
-    EXPECT_EQ(self->Reference(), nullptr);
-    EXPECT_EQ(geoFirst->Reference(), nullptr);
-    EXPECT_EQ(second->Reference(), nullptr);
+    EXPECT_EQ((std::vector<CBaseNode*>{self->Reference(), geoFirst->Reference(), second->Reference()}),
+              std::vector<CBaseNode*>(3, nullptr));
     int counter = 0;
     EXPECT_EQ(SearchNode(root.node, IsRefNode, counter, root.node), nullptr);
-}
-
-TEST(GeoRefNodes, GivingTheCacheAlreadyHeldAgainChangesNothing)
-{
-    int discards = 0;
-    {
-        Held<CGeoRefNode> node(new CGeoRefNode);
-        auto* cache = new CountingCache(discards);
-        node->SetCache(cache);
-        node->SetCache(cache);
-        EXPECT_EQ(discards, 0);
-        EXPECT_EQ(node->GetCache(), cache);
-    }
-    EXPECT_EQ(discards, 1);
 }
 
 }  // namespace

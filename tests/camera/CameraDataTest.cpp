@@ -9,6 +9,7 @@
 #include <string>
 #include <type_traits>
 #include <vector>
+#include <tuple>
 
 namespace {
 
@@ -104,8 +105,7 @@ TYPED_TEST(Shots, ArraysRoundUpToSixteenAndAreKeptForSmallerRequests)
     EXPECT_EQ(TypeParam::Allocate2d(sized, 1), 1);
     EXPECT_EQ(sized.length2D, 16);
     EXPECT_EQ(TypeParam::Allocate2d(sized, INT_MAX), 0) << "a length past 32 bits cannot be had";
-    EXPECT_EQ(sized.data2D, nullptr);
-    EXPECT_EQ(sized.length2D, 0);
+    EXPECT_EQ(std::tuple(sized.data2D, sized.length2D), std::tuple(nullptr, 0));
 }
 
 // The header keeps what was read and zeros, each array what was read; before
@@ -164,9 +164,8 @@ TYPED_TEST(Shots, EachErrorLeavesAnAllZeroRecordAndOneErrorLine)
         ExpectEmpty<TypeParam>(failed);
         std::vector<std::string> outputs = Outputs(recording);
         ASSERT_GE(outputs.size(), 3u);
-        EXPECT_EQ(outputs[0], kClear);
-        EXPECT_EQ(outputs[1], kReadHeader);
-        EXPECT_EQ(outputs.back(), "output 0 -2 " + c.error);
+        EXPECT_EQ(std::tuple(outputs[0], outputs[1], outputs.back()),
+                  std::tuple(kClear, kReadHeader, "output 0 -2 " + c.error));
         EXPECT_EQ(std::count_if(outputs.begin(), outputs.end(), [](auto& o) { return o.rfind("output 0 -2", 0) == 0; }),
                   1);
     }

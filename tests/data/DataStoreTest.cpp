@@ -13,6 +13,7 @@
 #include <initializer_list>
 #include <numeric>
 #include <vector>
+#include <tuple>
 
 namespace {
 
@@ -83,8 +84,7 @@ TEST(Stores, ArraysGrowAndShrinkByTheirRules)
         CArrayDataStore<int> array;
         ASSERT_EQ(array.Append(c.initialCount), 1);
         EXPECT_EQ(c.operation(array), 1);
-        EXPECT_EQ(array.Number(), c.count);
-        EXPECT_EQ(array.Capacity(), c.capacity);
+        EXPECT_EQ(std::tuple(array.Number(), array.Capacity()), std::tuple(c.count, c.capacity));
     }
 }
 
@@ -109,16 +109,14 @@ TEST(Stores, RefuseRequestsTooLargeForA32BitCapacity)
     auto array = Store<uint8_t>({1, 2, 3, 4, 5});
     EXPECT_EQ(array->Reserve(INT_MAX) + array->Append(INT_MAX) + array->Insert(2, INT_MAX) + array->Insert(INT_MAX, 1),
               0);
-    EXPECT_EQ(array->Number(), 5);
-    EXPECT_EQ(array->Capacity(), 512);
+    EXPECT_EQ(std::tuple(array->Number(), array->Capacity()), std::tuple(5, 512));
 
     CMatrixDataStore<uint8_t> image;
     image.width = 640;
     ASSERT_EQ(image.AppendRows(480), 1);
     EXPECT_EQ(image.ReserveRows(4 * 1024 * 1024) + image.AppendRows(INT_MAX) + image.InsertRows(0, INT_MAX), 0);
     EXPECT_EQ(&image.Element(INT_MAX, 0), &image.Element(-1, 0)) << "an element that gets no room is the spare";
-    EXPECT_EQ(image.height, 480);
-    EXPECT_EQ(image.Capacity(), 1024 * 640);
+    EXPECT_EQ(std::tuple(image.height, image.Capacity()), std::tuple(480, 1024 * 640));
 }
 
 TEST(Stores, InsertAndDeleteMoveWholeElementsAndRows)
@@ -199,8 +197,7 @@ TEST(StoreBlocks, BadOnesAreRefusedWithTheStoreUnchanged)
     EXPECT_EQ(refusing.Read(nullptr) + badMatrix.Read(nullptr) + badPolygons.Read(nullptr) + badLines.Read(nullptr), 0);
     EXPECT_EQ(badPolygons.Read(Bytes().I32(1).I32(5).I32(1).I32(2).I32(3).I32(4).I32(5).Data().data()), 0)
         << "5 corners";
-    EXPECT_EQ(badMatrix.width, 1);
-    EXPECT_EQ(badPolygons.Number(), 2);
+    EXPECT_EQ(std::tuple(badMatrix.width, badPolygons.Number()), std::tuple(1, 2));
 }
 
 // Assignment moves the reference.
@@ -213,9 +210,7 @@ TEST(SharedStores, SeeEachOthersEditsUntilUnshared)
     EXPECT_EQ(first->Element(599).z, 3.0);
 
     ASSERT_EQ(second.Unshare(), 1);
-    EXPECT_EQ(first->RefCount(), 1);
-    EXPECT_EQ(second->RefCount(), 1);
-    EXPECT_EQ(second->Element(599).z, 3.0);
+    EXPECT_EQ(std::tuple(first->RefCount(), second->RefCount(), second->Element(599).z), std::tuple(1, 1, 3.0));
     second->Element(599).z = -3.0;
     EXPECT_EQ(first->Element(599).z, 3.0);
 
@@ -225,9 +220,7 @@ TEST(SharedStores, SeeEachOthersEditsUntilUnshared)
 
     VertexStore witness(second);
     second = first;
-    EXPECT_EQ(&*second, &*first);
-    EXPECT_EQ(first->RefCount(), 2);
-    EXPECT_EQ(witness->RefCount(), 1);
+    EXPECT_EQ(std::tuple(&*second, first->RefCount(), witness->RefCount()), std::tuple(&*first, 2, 1));
 }
 
 // Degenerate input comes back unscaled.
@@ -279,10 +272,8 @@ TEST(Normals, InFloatScaleByTheRoundedReciprocalLength)
 {
     auto floats = Store<CVector_3<float>>({{5, 9, 18}, {1e-7f, 0, 0}});
     UnitFloatNormal(floats);
-    EXPECT_EQ(floats->Element(0).x, 0x1.edd11p-3f);
-    EXPECT_EQ(floats->Element(0).y, 0x1.bc6f5ap-2f);
-    EXPECT_EQ(floats->Element(0).z, 0x1.bc6f5ap-1f);
-    EXPECT_EQ(floats->Element(1).x, 1.0f);
+    EXPECT_EQ(std::tuple(floats->Element(0).x, floats->Element(0).y, floats->Element(0).z, floats->Element(1).x),
+              std::tuple(0x1.edd11p-3f, 0x1.bc6f5ap-2f, 0x1.bc6f5ap-1f, 1.0f));
     ClearFloatNormal(floats);
     EXPECT_EQ(floats->Element(0).z, 0.0f);
 }

@@ -10,6 +10,7 @@
 
 #include <string>
 #include <vector>
+#include <tuple>
 
 namespace {
 
@@ -124,13 +125,10 @@ TEST(ModeNodes, ModeReachesShadedMeshesBelow)
     polygon->AppendChild(middle);
     shading->SetMode(CGeoModeNode::kTexture);
     shading->SetPolygonNode(polygon);
-    EXPECT_EQ(polygon->texture, 1);
-    EXPECT_EQ(deep->texture, 0);
+    EXPECT_EQ(std::tuple(polygon->texture, deep->texture), std::tuple(1, 0));
 
     shading->SetMode(CGeoModeNode::kSmooth);
-    EXPECT_EQ(polygon->smooth, 1);
-    EXPECT_EQ(polygon->texture, 0);
-    EXPECT_EQ(deep->smooth, 1);
+    EXPECT_EQ(std::tuple(polygon->smooth, polygon->texture, deep->smooth), std::tuple(1, 0, 1));
 }
 
 TEST(GeoRefNodes, DiscardTheirCacheExactlyOnceOnEveryPath)
@@ -163,8 +161,7 @@ TEST(GeoRefNodes, DiscardTheirCacheExactlyOnceOnEveryPath)
         node->SetCache(new CountingCache(second));
         EXPECT_EQ(discards, 1);
         node->Release();
-        EXPECT_EQ(second, 1);
-        EXPECT_EQ(discards, 1);
+        EXPECT_EQ(std::tuple(second, discards), std::tuple(1, 1));
     }
     EXPECT_EQ(target.RefCount(), 0);
 }

@@ -87,8 +87,7 @@ TEST(OverlayRegions, CopyTheContentOfTheGivenRegion)
     square.CreateRectRgn(0, 0, 4, 4);
     Held copied(new CGeoRegion2DNode(square, 0x00FF00u, 3, 0x0000FFu));
     square.DeleteObject();
-    EXPECT_EQ(copied->region.PtInRegion(3, 3), 1);
-    EXPECT_EQ(copied->regionValue, 3);
+    EXPECT_EQ(std::tuple(copied->region.PtInRegion(3, 3), copied->regionValue), std::tuple(1, 3));
 }
 
 TEST(OverlayRegions, TakeTheClosedPathOfADeviceContextOnce)
@@ -101,8 +100,7 @@ TEST(OverlayRegions, TakeTheClosedPathOfADeviceContextOnce)
     dc.CloseFigure();
     dc.EndPath();
     Held fromPath(new CGeoRegion2DNode(&dc, 0x00FF00u, 0, 0u));
-    EXPECT_EQ(fromPath->region.PtInRegion(1, 1), 1);
-    EXPECT_EQ(fromPath->region.PtInRegion(7, 7), 0);
+    EXPECT_EQ(std::tuple(fromPath->region.PtInRegion(1, 1), fromPath->region.PtInRegion(7, 7)), std::tuple(1, 0));
 
     Held withoutPath(new CGeoRegion2DNode(&dc, 0x00FF00u, 0, 0u));
     EXPECT_EQ(withoutPath->region.m_hObject, nullptr);

@@ -87,15 +87,6 @@ TEST_F(ScanGeometry, WireAndPointProceduresBuildTheirOwnNodes)
     EXPECT_GT(AtWorld(0.0, 0.0).r, 150);
 }
 
-TEST_F(ScanGeometry, CalculationOfASceneBuildsTheGeometryOfEachElement)
-{
-    Held<CBaseNode> scene;
-    scene->AppendChild(element.node);
-    gl::CalculateGeometry(scene.node, gl::kSmoothProcedure, output.node);
-    ASSERT_NE(Built<CGeoPolyShadeRefNode>(), nullptr);
-    EXPECT_EQ(Built<CGeoPolyShadeRefNode>()->smooth, 1);
-}
-
 TEST_F(ScanGeometry, CalculationRefusesUnknownProceduresAndTreesWithoutScanData)
 {
     const unsigned int children = output->GetChildNum();

@@ -286,18 +286,6 @@ TEST(ScanScenes, HoldTheElementsAmongTheRootsChildren)
               std::tuple(0, nullptr, 1));
 }
 
-TEST(ModelNodes, EditVerticesThroughTheVertexStore)
-{
-    Scene elements;
-    EXPECT_EQ(std::tuple(elements.model->GetVertex(2), elements.model->GetVertex(-1)), std::tuple(nullptr, nullptr));
-    EXPECT_EQ(elements.model->InsertVertex(0, 1), 1);
-    EXPECT_EQ(elements.model->GetVertex(1)->x, 1.0);
-    EXPECT_EQ(elements.model->DeleteVertex(0, 2), 1);
-    EXPECT_EQ(elements.model->GetVertex(0)->x, 4.0);
-    EXPECT_EQ(elements.model->ClearVertex(), 1);
-    EXPECT_EQ(elements.model->VertexNumber(), 0);
-}
-
 TEST(ObjectNodes, CopyLeavesOutMeshImagesAndTakesOnlyCommonBases)
 {
     Scene fresh;

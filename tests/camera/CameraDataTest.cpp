@@ -46,27 +46,6 @@ TYPED_TEST(Shots, WriteBackTheFileTheyWereReadFromLeavingTheHeaderInHostOrder)
     EXPECT_EQ(ImageOf(shot.header), hostOrder);
 }
 
-TYPED_TEST(Shots, RoundTripThroughADiskFile)
-{
-    using Shot = typename TypeParam::Shot;
-    const Buffer file = SmallFile<TypeParam>();
-    Shot shot;
-    ReadShot(file, shot);
-    const std::string path = testing::TempDir() + "brell-camera-round-trip";
-    {
-        CFile out(path.c_str(), CFile::modeCreate | CFile::modeWrite);
-        CArchive store(&out, CArchive::store);
-        store << shot;
-        store.Close();
-    }
-    Shot fromDisk;
-    CFile in(path.c_str(), CFile::modeRead);
-    CArchive load(&in, CArchive::load);
-    load >> fromDisk;
-    EXPECT_EQ(WriteShot(fromDisk), file);
-    std::remove(path.c_str());
-}
-
 TYPED_TEST(Shots, CopiesHoldArraysOfTheirOwnWithEveryByte)
 {
     using Shot = typename TypeParam::Shot;

@@ -7,9 +7,9 @@
 #include <cstdio>
 #include <fstream>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <vector>
-#include <tuple>
 
 namespace {
 

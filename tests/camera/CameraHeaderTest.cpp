@@ -5,8 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 #include <tuple>
+#include <vector>
 
 namespace {
 

@@ -15,8 +15,8 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
-#include <vector>
 #include <tuple>
+#include <vector>
 
 namespace brell::test {
 

@@ -11,8 +11,8 @@
 
 #include <cstdio>
 #include <string>
-#include <vector>
 #include <tuple>
+#include <vector>
 
 namespace {
 

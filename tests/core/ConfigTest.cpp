@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <utility>
 #include <tuple>
+#include <utility>
 
 namespace {
 

@@ -12,8 +12,8 @@
 #include <cstdint>
 #include <initializer_list>
 #include <numeric>
-#include <vector>
 #include <tuple>
+#include <vector>
 
 namespace {
 

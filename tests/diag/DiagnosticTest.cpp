@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 #include <tuple>
+#include <vector>
 
 brell::diag::DiagnosticState& brell::diag::State()
 {

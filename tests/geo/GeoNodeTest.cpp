@@ -10,8 +10,8 @@
 
 #include <cmath>
 #include <string>
-#include <vector>
 #include <tuple>
+#include <vector>
 
 namespace {
 

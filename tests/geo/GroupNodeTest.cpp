@@ -9,8 +9,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 #include <tuple>
+#include <vector>
 
 namespace {
 

@@ -11,8 +11,8 @@
 #include <filesystem>
 #include <set>
 #include <string>
-#include <vector>
 #include <tuple>
+#include <vector>
 
 // Range scans and meshes that no one here made: the data files of Debian's
 // libcgal-demo package, fetched into the build tree on first use.

@@ -2,8 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <vector>
 #include <tuple>
+#include <vector>
 
 namespace {
 

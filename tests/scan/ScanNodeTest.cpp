@@ -12,8 +12,8 @@
 #include <cstdint>
 #include <functional>
 #include <string>
-#include <vector>
 #include <tuple>
+#include <vector>
 
 namespace {
 

@@ -223,11 +223,11 @@ TEST(SharedStores, SeeEachOthersEditsUntilUnshared)
     EXPECT_EQ(std::tuple(&*second, first->RefCount(), witness->RefCount()), std::tuple(&*first, 2, 1));
 }
 
-// Degenerate input comes back unscaled.
+// Degenerate input comes back unscaled; huge coordinates do not overflow.
 TEST(Normals, OfFacesAreRightHandedUnitNormalsOfThreeCorners)
 {
-    auto vertices =
-        Store<VERTEX>({{0, 0, 0}, {10, 0, 0}, {0, 10, 0}, {0, 0, 5}, {1, 1, 1}, {2, 2, 2}, {1e-6, 0, 0}, {0, 1, 0}});
+    auto vertices = Store<VERTEX>({{0, 0, 0}, {10, 0, 0}, {0, 10, 0}, {0, 0, 5}, {1, 1, 1}, {2, 2, 2}, {1e-6, 0, 0},
+                                   {0, 1, 0}, {1e160, 0, 0}, {0, 1e160, 0}});
     struct NormalCase {
         const char* what;
         std::vector<int> corners;
@@ -237,6 +237,7 @@ TEST(Normals, OfFacesAreRightHandedUnitNormalsOfThreeCorners)
         {"counter-clockwise", {0, 1, 2}, {0, 0, 1}},          {"clockwise", {0, 2, 1}, {0, 0, -1}},
         {"quadrilateral", {0, 1, 2, 3}, {0, 0, 1}},           {"collinear", {0, 4, 5}, {0, 0, 0}},
         {"length at the threshold", {0, 6, 7}, {0, 0, 1e-6}}, {"two corners", {0, 6}, {0, 0, 0}},
+        {"huge", {0, 8, 9}, {0, 0, 1}},
     };
     for (NormalCase& c : normalCases) {
         SCOPED_TRACE(c.what);
@@ -247,23 +248,13 @@ TEST(Normals, OfFacesAreRightHandedUnitNormalsOfThreeCorners)
 
 TEST(Normals, UnitOnesHaveLengthOneAndShortOnesAreMarked)
 {
-    auto normals = Store<CVector_3<double>>({{3, 0, 4}, {0, 0, 0}, {1e-7, 2e-7, 0}, {0, 1e-6, 0}});
+    auto normals = Store<CVector_3<double>>(
+        {{3, 0, 4}, {0, 0, 0}, {1e-7, 2e-7, 0}, {0, 1e-6, 0}, {1e200, 0, 0}, {3e200, 0, -4e200}});
     UnitNormal(normals);
-    const CVector_3<double> units[] = {{0.6, 0, 0.8}, {1, 0, 0}, {1, 2e-7, 0}, {0, 1, 0}};
-    for (int i = 0; i < 4; ++i) ExpectVector(normals->Element(i), units[i]);
+    const CVector_3<double> units[] = {{0.6, 0, 0.8}, {1, 0, 0}, {1, 2e-7, 0}, {0, 1, 0}, {1, 0, 0}, {0.6, 0, -0.8}};
+    for (int i = 0; i < 6; ++i) ExpectVector(normals->Element(i), units[i]);
     ClearNormal(normals);
     ExpectVector(normals->Element(0), {0, 0, 0});
-}
-
-TEST(Normals, OfHugeVectorsAreUnitNormalsToo)
-{
-    auto normals = Store<CVector_3<double>>({{1e200, 0, 0}, {3e200, 0, -4e200}});
-    UnitNormal(normals);
-    ExpectVector(normals->Element(0), {1, 0, 0});
-    ExpectVector(normals->Element(1), {0.6, 0, -0.8});
-    auto vertices = Store<VERTEX>({{0, 0, 0}, {1e160, 0, 0}, {0, 1e160, 0}});
-    int corners[] = {0, 1, 2};
-    ExpectVector(CalcNormal(vertices, corners, 3), {0, 0, 1});
 }
 
 // The reciprocal length is rounded to float before scaling; neither a float

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 namespace {
 
@@ -86,8 +87,7 @@ void ExpectSameScan(CBaseNode* expected, CBaseNode* actual)
     EXPECT_EQ(actual->GetChild(0)->Name(), "shot 1");
     auto* to = brell::AsKindOf<CModelNode>(actual->GetChild(0)->GetChild(0));
     ASSERT_NE(to, nullptr);
-    EXPECT_EQ(to->Type(), from->Type());
-    EXPECT_EQ(to->Name(), "vase");
+    EXPECT_EQ(std::tuple(to->Type(), to->Name()), std::tuple(from->Type(), "vase"));
     EXPECT_EQ(Bytes(to->vertices->Buffer(), to->VertexNumber()), Bytes(from->vertices->Buffer(), from->VertexNumber()));
     EXPECT_EQ(Attribute<char>(to, kNormalsAttribute), Attribute<char>(from, kNormalsAttribute));
     EXPECT_EQ(Attribute<char>(to, kColorsAttribute), Attribute<char>(from, kColorsAttribute));
@@ -138,9 +138,8 @@ TEST(GltfFiles, SplitAVertexWhoseCornersHaveDifferentTextureCoordinates)
     mesh->texCoords->rows[1].items[0] = {0.5f, 0.5f};  // vertex 1 is (1, 0) in the first triangle
     CTree again(ReadGltf(WriteGlb(scan.Root(), "split.glb"), "split.glb"));
     auto* read = static_cast<CMeshNode*>(again.Root()->GetChild(0)->GetChild(0));
-    EXPECT_EQ(read->VertexNumber(), 5);
-    EXPECT_EQ(read->polygons->rows[1].items[0], 4);
-    EXPECT_EQ(RowBytes(read->texCoords->rows), RowBytes(mesh->texCoords->rows));
+    EXPECT_EQ(std::tuple(read->VertexNumber(), read->polygons->rows[1].items[0], RowBytes(read->texCoords->rows)),
+              std::tuple(5, 4, RowBytes(mesh->texCoords->rows)));
 }
 
 // Unit normal of the triangle a, b, c of points.

@@ -254,6 +254,13 @@ void FileSaver::Take(const char* bytes, size_t size)
         done += static_cast<size_t>(written);
         written_ += static_cast<size_t>(written);
     }
+    // The disk starts on what is written while the rest is made, so that the
+    // sync at the end waits for the last step only, not for the whole file.
+    if (written_ - writtenBack_ >= kWritebackStep) {
+        sync_file_range(descriptor_, static_cast<off_t>(writtenBack_), static_cast<off_t>(written_ - writtenBack_),
+                        SYNC_FILE_RANGE_WRITE);
+        writtenBack_ = written_;
+    }
     const uint64_t told = std::min(written_, expected_);
     if (told > told_) ReportProgress(told_ = told, expected_);
 }

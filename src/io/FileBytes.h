@@ -130,7 +130,11 @@ private:
     std::string temporary_;
     int descriptor_ = -1;
     bool committed_ = false;
+    static constexpr uint64_t kWritebackStep = uint64_t{32} << 20;
+
     uint64_t written_ = 0;
+    // Where the disk was last asked to start writing back.
+    uint64_t writtenBack_ = 0;
     uint64_t expected_;
     uint64_t told_ = 0;
 };

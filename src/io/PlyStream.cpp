@@ -36,13 +36,17 @@ bool FitsFloat(ply::Type type)
     return type != ply::Type::int32 && type != ply::Type::uint32 && type != ply::Type::float64;
 }
 
-// Reads the point cloud at path, handing its vertices to onPiece a piece at a time.
+// Reads the point cloud of vertices at path, handing its vertices to onPiece
+// a piece at a time; FileError when the file no longer holds that cloud.
 template <class OnPiece>
-void ReadPieces(const std::string& path, OnPiece onPiece)
+void ReadPieces(const std::string& path, size_t vertices, OnPiece onPiece)
 {
     FileWindow window(path);
     const ply::Header header = ply::ReadHeader(window, path);
-    const ply::Element& vertex = *PointCloud(header);
+    const ply::Element* cloud = PointCloud(header);
+    if (cloud == nullptr || cloud->count != vertices)
+        throw FileError::InFile(path, "the same file on every pass", "a file changed while read");
+    const ply::Element& vertex = *cloud;
     ScanGeometry piece;
     BulkVector<CVector_2<float>> uv;
     ply::VertexSink sink = ply::SinkFor(vertex, piece, uv);
@@ -105,10 +109,9 @@ bool CopyPlyPointCloud(const std::string& in, const std::string& out, PlyEncodin
         // be opaque throughout: a first pass over the values decides.
         if (!shape.asFloat || vertex->Find(ply::Slot::alpha)) {
             bool fits = true;
-            ReadPieces(in, [&](const ScanGeometry& piece) {
+            ReadPieces(in, shape.vertices, [&](const ScanGeometry& piece) {
                 fits = fits && detail::PositionsFitFloat(piece.positions.data(), piece.positions.size());
-                shape.alpha = shape.alpha || std::any_of(piece.colors.begin(), piece.colors.end(),
-                                                         [](const RGBA& c) { return c.a != 255; });
+                shape.alpha = shape.alpha || detail::AnyTranslucent(piece.colors.data(), piece.colors.size());
             });
             shape.asFloat = fits;
         }
@@ -120,7 +123,7 @@ bool CopyPlyPointCloud(const std::string& in, const std::string& out, PlyEncodin
         const FileProgressScope quiet{FileProgress{}};
         write();
     };
-    ReadPieces(in, [&](const ScanGeometry& piece) { quietly([&] { saver.Put(PartOf(piece)); }); });
+    ReadPieces(in, shape.vertices, [&](const ScanGeometry& piece) { quietly([&] { saver.Put(PartOf(piece)); }); });
     quietly([&] { saver.Commit(); });
     return true;
 }

@@ -27,11 +27,6 @@ std::vector<detail::ScanPart> PartsOf(const ScanGeometry& geometry)
              geometry.faces.data(), geometry.faces.size(), orNull(geometry.faceColors)}};
 }
 
-bool AnyTranslucent(const RGBA* colors, size_t count)
-{
-    return colors != nullptr && std::any_of(colors, colors + count, [](const RGBA& c) { return c.a != 255; });
-}
-
 // What the file holds, decided from its parts before a byte is written;
 // texture coordinates and lines come from a whole geometry, when there is one.
 struct Layout {
@@ -73,9 +68,9 @@ Layout::Layout(const std::vector<detail::ScanPart>& parts, const ScanGeometry* w
         asFloat = asFloat && detail::PositionsFitFloat(part.positions, part.vertices);
         normals = normals || part.normals != nullptr;
         colors = colors || part.colors != nullptr;
-        alpha = alpha || AnyTranslucent(part.colors, part.vertices);
+        alpha = alpha || detail::AnyTranslucent(part.colors, part.vertices);
         faceColors = faceColors || part.faceColors != nullptr;
-        faceAlpha = faceAlpha || AnyTranslucent(part.faceColors, part.faceCount);
+        faceAlpha = faceAlpha || detail::AnyTranslucent(part.faceColors, part.faceCount);
     }
     if (whole != nullptr) {
         const bool hasUv = !whole->texCoords.empty();
@@ -331,6 +326,11 @@ void detail::SavePly(const ScanGeometry& geometry, const std::string& path, PlyE
 {
     CheckWritable(geometry, path);
     Save(PartsOf(geometry), &geometry, path, encoding);
+}
+
+bool detail::AnyTranslucent(const RGBA* colors, size_t count)
+{
+    return colors != nullptr && std::any_of(colors, colors + count, [](const RGBA& c) { return c.a != 255; });
 }
 
 struct detail::PlyPointSaver::Saving {

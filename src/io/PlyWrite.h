@@ -10,6 +10,10 @@
 
 namespace brell::io::detail {
 
+// True when any of the colours (none when null) is not opaque: the file
+// then gives every colour its alpha.
+bool AnyTranslucent(const RGBA* colors, size_t count);
+
 // What a point cloud's file holds, decided before its first vertex is written.
 struct PlyPointShape {
     size_t vertices = 0;

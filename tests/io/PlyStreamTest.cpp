@@ -12,62 +12,77 @@
 #include <fstream>
 #include <sstream>
 #include <string>
-#include <vector>
 
 namespace {
 
 using namespace brell::io;
 namespace fs = std::filesystem;
 
-struct Property {
-    const char* type;
-    const char* name;
+// A cloud of 7 vertices whose properties are "type name" pairs.
+struct Cloud {
+    const char* what;
+    const char* properties;
+    const char* format;
+    bool inexact;  // x of values that floats do not hold
+    bool translucent;
+
+    double Value(int k, const std::string& type, const std::string& name) const
+    {
+        if (name == "alpha") return translucent && k == 4 ? 128 : 255;
+        if (name == "x" && inexact) return type == "int" ? 16777217 + k : 0.1 * k;
+        return name == "red" || name == "green" || name == "blue" ? 30 * k : 0.5 * k - name.size();
+    }
+    std::string File() const
+    {
+        std::ostringstream file, body;
+        std::istringstream words(properties);
+        std::vector<std::pair<std::string, std::string>> list;
+        for (std::string type, name; words >> type >> name;) list.emplace_back(type, name);
+        file << "ply\nformat " << format << " 1.0\nelement vertex 7\n";
+        for (const auto& [type, name] : list) file << "property " << type << " " << name << "\n";
+        file << "end_header\n";
+        for (int k = 0; k < 7; ++k) {
+            for (const auto& [type, name] : list) {
+                const double v = Value(k, type, name);
+                if (std::strcmp(format, "ascii") == 0) {
+                    file << v << (&name == &list.back().second ? "\n" : " ");
+                    continue;
+                }
+                const float single = static_cast<float>(v);
+                const int32_t integer = static_cast<int32_t>(v);
+                const uint8_t byte = static_cast<uint8_t>(v);
+                const char* bytes = type == "double"  ? reinterpret_cast<const char*>(&v)
+                                    : type == "float" ? reinterpret_cast<const char*>(&single)
+                                    : type == "int"   ? reinterpret_cast<const char*>(&integer)
+                                                      : reinterpret_cast<const char*>(&byte);
+                std::string value(bytes, type == "double" ? 8 : type == "uchar" ? 1 : 4);
+                if (std::strcmp(format, "binary_big_endian") == 0) std::reverse(value.begin(), value.end());
+                file << value;
+            }
+        }
+        return file.str();
+    }
 };
 
-// A PLY file of one vertex element with the properties, row k holding
-// value(k, property number) for each; binary of either byte order or text.
-template <class Value>
-std::string CloudFile(const std::vector<Property>& properties, int rows, const char* format, Value value)
-{
-    std::ostringstream file;
-    file << "ply\nformat " << format << " 1.0\nelement vertex " << rows << "\n";
-    for (const Property& p : properties) file << "property " << p.type << " " << p.name << "\n";
-    file << "end_header\n";
-    const bool text = std::strcmp(format, "ascii") == 0, swap = std::strcmp(format, "binary_big_endian") == 0;
-    file.precision(17);
-    for (int k = 0; k < rows; ++k) {
-        for (size_t i = 0; i < properties.size(); ++i) {
-            const double v = value(k, i);
-            const std::string type = properties[i].type;
-            if (text) {
-                file << v << (i + 1 < properties.size() ? " " : "\n");
-                continue;
-            }
-            char bytes[8];
-            const float single = static_cast<float>(v);
-            const int32_t integer = static_cast<int32_t>(v);
-            const uint8_t byte = static_cast<uint8_t>(v);
-            const size_t size = type == "double" ? 8 : type == "uchar" ? 1 : 4;
-            std::memcpy(bytes, type == "double" ? static_cast<const void*>(&v)
-                               : type == "float" ? static_cast<const void*>(&single)
-                               : type == "int"   ? static_cast<const void*>(&integer)
-                                                 : static_cast<const void*>(&byte),
-                        size);
-            if (swap) std::reverse(bytes, bytes + size);
-            file.write(bytes, static_cast<std::streamsize>(size));
-        }
-    }
-    return file.str();
-}
+const char* kEverything = "float x float y float z float nx float ny float nz uchar red uchar green uchar blue uchar alpha";
+
+const Cloud kClouds[] = {
+    {"float positions", "float x float y float z", "binary_little_endian", false, false},
+    {"double positions that fit floats", "double x double y double z", "binary_little_endian", false, false},
+    {"double positions that do not", "double x double y double z", "binary_little_endian", true, false},
+    {"int positions past a float's integers", "int x int y int z", "binary_little_endian", true, false},
+    {"colours without alpha", "float x float y float z uchar red uchar green uchar blue", "binary_little_endian",
+     false, false},
+    {"normals and opaque colours", kEverything, "binary_little_endian", false, false},
+    {"normals and translucent colours", kEverything, "binary_little_endian", false, true},
+    {"big-endian", kEverything, "binary_big_endian", true, true},
+    {"text", kEverything, "ascii", true, true},
+    {"a dropped property", "float x float y float z float intensity", "binary_little_endian", false, false},
+};
 
 class PlyStreamTest : public ::testing::Test {
 protected:
-    void SetUp() override
-    {
-        folder_ = fs::path(::testing::TempDir()) / ("brell-ply-stream-" + std::to_string(::getpid()));
-        fs::remove_all(folder_);
-        fs::create_directories(folder_);
-    }
+    void SetUp() override { fs::create_directories(folder_); }
     void TearDown() override { fs::remove_all(folder_); }
 
     std::string Path(const std::string& name) const { return (folder_ / name).string(); }
@@ -76,87 +91,28 @@ protected:
         std::ofstream(Path(name), std::ios::binary) << bytes;
         return Path(name);
     }
-    static std::string Read(const std::string& path)
+    std::string Read(const std::string& name) const
     {
-        std::ifstream in(path, std::ios::binary);
+        std::ifstream in(Path(name), std::ios::binary);
         return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
     }
-    // The file import then export makes of in.
-    std::string Exported(const std::string& in, PlyEncoding encoding) const
+    // Each cloud copied in each encoding, against what import then export writes.
+    void ExpectSameAsExport() const
     {
-        CTree scene(ImportScan(in));
-        ExportScan(scene.Root(), Path("exported.ply"), encoding);
-        return Read(Path("exported.ply"));
-    }
-    std::string Streamed(const std::string& in, PlyEncoding encoding) const
-    {
-        EXPECT_TRUE(CopyPlyPointCloud(in, Path("streamed.ply"), encoding));
-        return Read(Path("streamed.ply"));
-    }
-    // Every cloud of the table, copied in each encoding, against import then export.
-    void ExpectSameAsExport() const;
-
-    fs::path folder_;
-};
-
-const std::vector<Property> kFloatXyz = {{"float", "x"}, {"float", "y"}, {"float", "z"}};
-
-struct Cloud {
-    const char* what;
-    std::vector<Property> properties;
-    const char* format;
-    bool inexact;  // positions that floats do not hold
-    bool translucent;
-};
-
-std::vector<Cloud> Clouds()
-{
-    const std::vector<Property> doubles = {{"double", "x"}, {"double", "y"}, {"double", "z"}};
-    const std::vector<Property> everything = {{"float", "x"},  {"float", "y"},     {"float", "z"},
-                                              {"float", "nx"}, {"float", "ny"},    {"float", "nz"},
-                                              {"uchar", "red"}, {"uchar", "green"}, {"uchar", "blue"},
-                                              {"uchar", "alpha"}};
-    const std::vector<Property> rgb = {{"float", "x"},   {"float", "y"},     {"float", "z"},
-                                       {"uchar", "red"}, {"uchar", "green"}, {"uchar", "blue"}};
-    return {
-        {"float positions", kFloatXyz, "binary_little_endian", false, false},
-        {"double positions that fit floats", doubles, "binary_little_endian", false, false},
-        {"double positions that do not", doubles, "binary_little_endian", true, false},
-        {"int positions past a float's integers", {{"int", "x"}, {"int", "y"}, {"int", "z"}}, "binary_little_endian",
-         true, false},
-        {"colours without alpha", rgb, "binary_little_endian", false, false},
-        {"normals and opaque colours", everything, "binary_little_endian", false, false},
-        {"normals and translucent colours", everything, "binary_little_endian", false, true},
-        {"big-endian", everything, "binary_big_endian", true, true},
-        {"text", everything, "ascii", true, true},
-        {"a dropped property", {{"float", "x"}, {"float", "y"}, {"float", "z"}, {"float", "intensity"}},
-         "binary_little_endian", false, false},
-    };
-}
-
-// Row k's value of property i of the cloud.
-double ValueOf(const Cloud& cloud, int k, size_t i)
-{
-    const std::string name = cloud.properties[i].name;
-    if (name == "alpha") return cloud.translucent && k == 4 ? 128 : 255;
-    if (name == "red" || name == "green" || name == "blue") return 30 * k + static_cast<double>(i);
-    if (name == "nz") return 1;
-    if (name == "x" && cloud.inexact) return std::strcmp(cloud.properties[i].type, "int") == 0 ? 16777217 + k : 0.1 * k;
-    return 0.5 * k - static_cast<double>(i);
-}
-
-void PlyStreamTest::ExpectSameAsExport() const
-{
-    for (const Cloud& cloud : Clouds()) {
-        const std::string in = Write(
-            "in.ply", CloudFile(cloud.properties, 7, cloud.format, [&](int k, size_t i) { return ValueOf(cloud, k, i); }));
-        for (PlyEncoding encoding : {PlyEncoding::binaryLittleEndian, PlyEncoding::ascii}) {
-            SCOPED_TRACE(std::string(cloud.what) + (encoding == PlyEncoding::ascii ? ", written as text" : ""));
-            const std::string expected = Exported(in, encoding);
-            EXPECT_EQ(Streamed(in, encoding), expected);
+        for (const Cloud& cloud : kClouds) {
+            const std::string in = Write("in.ply", cloud.File());
+            for (PlyEncoding encoding : {PlyEncoding::binaryLittleEndian, PlyEncoding::ascii}) {
+                SCOPED_TRACE(std::string(cloud.what) + (encoding == PlyEncoding::ascii ? ", written as text" : ""));
+                CTree scene(ImportScan(in));
+                ExportScan(scene.Root(), Path("exported.ply"), encoding);
+                EXPECT_TRUE(CopyPlyPointCloud(in, Path("streamed.ply"), encoding));
+                EXPECT_EQ(Read("streamed.ply"), Read("exported.ply"));
+            }
         }
     }
-}
+
+    const fs::path folder_ = fs::path(::testing::TempDir()) / "brell-ply-stream";
+};
 
 TEST_F(PlyStreamTest, CopiedCloudsAreTheBytesImportThenExportWrites)
 {
@@ -181,9 +137,10 @@ TEST_F(PlyStreamTest, CopyingAMeshIsLeftToImportThenExport)
 
 TEST_F(PlyStreamTest, BadCloudsAreRefusedAsImportRefusesThemAndLeaveNothingBehind)
 {
-    const std::string good = CloudFile(kFloatXyz, 7, "binary_little_endian", [](int k, size_t) { return k; });
-    const std::string nan =
-        CloudFile(kFloatXyz, 7, "binary_little_endian", [](int k, size_t) { return k == 5 ? std::nan("") : k; });
+    const std::string good = kClouds[0].File();
+    std::string nan = good;
+    const float notANumber = std::nanf("");
+    std::memcpy(&nan[nan.size() - 8], &notANumber, 4);
     const struct {
         const char* what;
         std::string bytes;

@@ -102,4 +102,11 @@ ScanGeometry ReadAsciiBody(std::string_view bytes, const Header& header, const s
     return ReadBody(source, header, positionStore);
 }
 
+void StreamAsciiVertices(std::string_view bytes, const Header& header, const Element& element,
+                         const std::string& name, VertexSink& sink)
+{
+    AsciiSource source(bytes, header.size, header.lines, name);
+    StreamVertices(source, element, sink);
+}
+
 }  // namespace brell::io::ply

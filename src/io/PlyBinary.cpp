@@ -83,7 +83,7 @@ public:
         if (!element.FixedSize()) return false;
         size_t stride = 0;
         for (const Property& property : element.properties) stride += SizeOf(property.type);
-        constexpr size_t block = 2048;
+        const size_t block = sink.Block();
         for (size_t from = 0; from < element.count; from += block) {
             const size_t to = std::min<size_t>(from + block, element.count);
             Need((to - from) * stride, "vertices");
@@ -249,18 +249,31 @@ private:
     const std::string& name_;
 };
 
+// What read makes of the body through the source for the file's byte order.
+template <class Read>
+auto WithSource(FileWindow& window, const Header& header, const std::string& name, Read read)
+{
+    const bool swap = (header.encoding == PlyEncoding::binaryBigEndian) == (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
+    if (swap) {
+        BinarySource<true> source(window, header.size, name);
+        return read(source);
+    }
+    BinarySource<false> source(window, header.size, name);
+    return read(source);
+}
+
 }  // namespace
 
 ScanGeometry ReadBinaryBody(FileWindow& window, const Header& header, const std::string& name,
                             CArrayDataStore<VERTEX>* positionStore)
 {
-    const bool swap = (header.encoding == PlyEncoding::binaryBigEndian) == (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
-    if (swap) {
-        BinarySource<true> source(window, header.size, name);
-        return ReadBody(source, header, positionStore);
-    }
-    BinarySource<false> source(window, header.size, name);
-    return ReadBody(source, header, positionStore);
+    return WithSource(window, header, name, [&](auto& source) { return ReadBody(source, header, positionStore); });
+}
+
+void StreamBinaryVertices(FileWindow& window, const Header& header, const Element& element, const std::string& name,
+                          VertexSink& sink)
+{
+    WithSource(window, header, name, [&](auto& source) { StreamVertices(source, element, sink); });
 }
 
 }  // namespace brell::io::ply

@@ -8,6 +8,8 @@
 #include "io/PlyFormat.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <functional>
 #include <new>
 #include <vector>
 
@@ -23,6 +25,14 @@ struct VertexSink {
     VERTEX* positionRoom = nullptr;
     VERTEX* positions = nullptr;
     size_t made = 0;
+    // A sink that streams holds at most pieceVertices vertices, from vertex
+    // first on, and hands them to onPiece before it takes more.
+    size_t pieceVertices = SIZE_MAX;
+    size_t first = 0;
+    std::function<void(const ScanGeometry& piece)> onPiece = nullptr;
+
+    // The vertices a reader takes in one go: few enough to stay in the cache.
+    size_t Block() const { return std::min<size_t>(2048, pieceVertices); }
 
     // Room reserved for count vertices; none of them made yet.
     void Reserve(size_t count)
@@ -41,66 +51,100 @@ struct VertexSink {
     void Grow(size_t count, bool valuesFollow = true)
     {
         if (count <= made) return;
+        if (count - first > pieceVertices) HandOn();
+        const size_t from = made - first, to = count - first;
         if (positionRoom != nullptr) {
-            if (!valuesFollow) std::fill(positionRoom + made, positionRoom + count, VERTEX{});
+            if (!valuesFollow) std::fill(positionRoom + from, positionRoom + to, VERTEX{});
         } else {
-            geometry.positions.resize(count);
+            geometry.positions.resize(to);
         }
         // Growing to a value fills element by element through the allocator,
         // many times slower than growing zeroed and setting what is not zero.
-        if (normals) geometry.normals.resize(count);
+        if (normals) geometry.normals.resize(to);
         if (colors) {
-            geometry.colors.resize(count);
-            for (size_t i = made; i < count; ++i) geometry.colors[i].a = 255;
+            geometry.colors.resize(to);
+            for (size_t i = from; i < to; ++i) geometry.colors[i].a = 255;
         }
-        if (texture) uv.resize(count);
+        if (texture) uv.resize(to);
         made = count;
+    }
+    // Hands the vertices made since the last piece to onPiece, and empties
+    // the arrays (keeping their room) for the next.
+    void HandOn()
+    {
+        if (made > first) onPiece(geometry);
+        first = made;
+        geometry.positions.clear();
+        geometry.normals.clear();
+        geometry.colors.clear();
+        uv.clear();
     }
 
     template <class Each>
     void ForSlot(Slot slot, bool floatColor, Each each)
     {
         auto channel = [floatColor](double value) { return Channel(value, floatColor); };
+        // Vertex i lies at i - first in the arrays.
         VERTEX* const p = positions;
-        auto& n = geometry.normals;
-        auto& c = geometry.colors;
+        CVector_3<float>* const n = geometry.normals.data();
+        RGBA* const c = geometry.colors.data();
+        CVector_2<float>* const t = uv.data();
+        const size_t f = first;
         switch (slot) {
             case Slot::x:
-                return each([p](size_t i, double value) { p[i].x = value; });
+                return each([p, f](size_t i, double value) { p[i - f].x = value; });
             case Slot::y:
-                return each([p](size_t i, double value) { p[i].y = value; });
+                return each([p, f](size_t i, double value) { p[i - f].y = value; });
             case Slot::z:
-                return each([p](size_t i, double value) { p[i].z = value; });
+                return each([p, f](size_t i, double value) { p[i - f].z = value; });
             case Slot::nx:
-                return each([&n](size_t i, double value) { n[i].x = static_cast<float>(value); });
+                return each([n, f](size_t i, double value) { n[i - f].x = static_cast<float>(value); });
             case Slot::ny:
-                return each([&n](size_t i, double value) { n[i].y = static_cast<float>(value); });
+                return each([n, f](size_t i, double value) { n[i - f].y = static_cast<float>(value); });
             case Slot::nz:
-                return each([&n](size_t i, double value) { n[i].z = static_cast<float>(value); });
+                return each([n, f](size_t i, double value) { n[i - f].z = static_cast<float>(value); });
             case Slot::red:
-                return each([&c, channel](size_t i, double value) { c[i].r = channel(value); });
+                return each([c, f, channel](size_t i, double value) { c[i - f].r = channel(value); });
             case Slot::green:
-                return each([&c, channel](size_t i, double value) { c[i].g = channel(value); });
+                return each([c, f, channel](size_t i, double value) { c[i - f].g = channel(value); });
             case Slot::blue:
-                return each([&c, channel](size_t i, double value) { c[i].b = channel(value); });
+                return each([c, f, channel](size_t i, double value) { c[i - f].b = channel(value); });
             case Slot::alpha:
-                return each([&c, channel](size_t i, double value) { c[i].a = channel(value); });
+                return each([c, f, channel](size_t i, double value) { c[i - f].a = channel(value); });
             case Slot::u:
-                return each([this](size_t i, double value) { uv[i].x = static_cast<float>(value); });
+                return each([t, f](size_t i, double value) { t[i - f].x = static_cast<float>(value); });
             case Slot::v:
-                return each([this](size_t i, double value) { uv[i].y = static_cast<float>(value); });
+                return each([t, f](size_t i, double value) { t[i - f].y = static_cast<float>(value); });
             default:
                 return;
         }
     }
 };
 
+// What the geometry keeps of a vertex element: a normal when it has any of
+// the normal's axes, a colour when it has any channel.
+inline bool HasNormals(const Element& vertex)
+{
+    return vertex.Find(Slot::nx) || vertex.Find(Slot::ny) || vertex.Find(Slot::nz);
+}
+inline bool HasColors(const Element& vertex)
+{
+    return vertex.Find(Slot::red) || vertex.Find(Slot::green) || vertex.Find(Slot::blue) || vertex.Find(Slot::alpha);
+}
+
+// A sink with arrays for what the vertex element holds.
+inline VertexSink SinkFor(const Element& vertex, ScanGeometry& geometry, BulkVector<CVector_2<float>>& uv)
+{
+    return {geometry, uv, HasNormals(vertex), HasColors(vertex), vertex.Find(Slot::u) || vertex.Find(Slot::v)};
+}
+
 template <class Source>
 void ReadVertices(Source& source, const Element& element, VertexSink& sink)
 {
     if (source.ReadFixed(element, sink)) return;
-    sink.Grow(element.count);
+    const size_t block = sink.Block();
     for (size_t i = 0; i < element.count; ++i) {
+        if (i == sink.made) sink.Grow(std::min<size_t>(i + block, element.count));
         for (const Property& property : element.properties) {
             if (property.list) {
                 source.SkipList(property, source.ListCount(property));
@@ -214,11 +258,7 @@ ScanGeometry ReadBody(Source& source, const Header& header, CArrayDataStore<VERT
         if (element.name == "vertex") vertexElement = &element;
     }
     const int vertices = static_cast<int>(vertexElement->count);
-    VertexSink sink{geometry, vertexUv,
-                    vertexElement->Find(Slot::nx) || vertexElement->Find(Slot::ny) || vertexElement->Find(Slot::nz),
-                    vertexElement->Find(Slot::red) || vertexElement->Find(Slot::green) ||
-                        vertexElement->Find(Slot::blue) || vertexElement->Find(Slot::alpha),
-                    vertexElement->Find(Slot::u) || vertexElement->Find(Slot::v)};
+    VertexSink sink = SinkFor(*vertexElement, geometry, vertexUv);
     detail::PolygonSplitter splitter;
     if (positionStore != nullptr) {
         positionStore->Clear();
@@ -243,5 +283,20 @@ ScanGeometry ReadBody(Source& source, const Header& header, CArrayDataStore<VERT
     source.Finish();
     return geometry;
 }
+
+// The body of a file whose only element with any items is element, its
+// vertices handed on a piece at a time through the sink.
+template <class Source>
+void StreamVertices(Source& source, const Element& element, VertexSink& sink)
+{
+    ReadVertices(source, element, sink);
+    sink.HandOn();
+    source.Finish();
+}
+
+void StreamBinaryVertices(FileWindow& window, const Header& header, const Element& element, const std::string& name,
+                          VertexSink& sink);
+void StreamAsciiVertices(std::string_view bytes, const Header& header, const Element& element,
+                         const std::string& name, VertexSink& sink);
 
 }  // namespace brell::io::ply

@@ -6,6 +6,7 @@
 
 #include "io/FileBytes.h"
 #include "io/Geometry.h"
+#include "io/PlyWrite.h"
 
 #include <algorithm>
 #include <charconv>
@@ -26,15 +27,11 @@ std::vector<detail::ScanPart> PartsOf(const ScanGeometry& geometry)
              geometry.faces.data(), geometry.faces.size(), orNull(geometry.faceColors)}};
 }
 
-bool AnyTranslucent(const RGBA* colors, size_t count)
-{
-    return colors != nullptr && std::any_of(colors, colors + count, [](const RGBA& c) { return c.a != 255; });
-}
-
 // What the file holds, decided from its parts before a byte is written;
 // texture coordinates and lines come from a whole geometry, when there is one.
 struct Layout {
     Layout(const std::vector<detail::ScanPart>& parts, const ScanGeometry* whole, PlyEncoding encoding);
+    Layout(const detail::PlyPointShape& shape, PlyEncoding encoding);
 
     size_t VertexBytes() const
     {
@@ -47,6 +44,9 @@ struct Layout {
         const uint64_t faceBytes = 13 + (uvPerCorner ? 25 : 0) + (faceColors ? (faceAlpha ? 4 : 3) : 0);
         return header.size() + vertices * VertexBytes() + faces * faceBytes + edges * 8;
     }
+    // What a saver tells progress against: text takes about twice the bytes
+    // of binary values.
+    uint64_t SavedBytes() const { return encoding == PlyEncoding::ascii ? 2 * ExpectedBytes() : ExpectedBytes(); }
 
     PlyEncoding encoding;
     size_t vertices = 0, faces = 0, edges = 0;
@@ -54,6 +54,9 @@ struct Layout {
     bool uvPerVertex = false, uvPerCorner = false;
     BulkVector<CVector_2<float>> vertexUv;
     std::string header;
+
+private:
+    void MakeHeader();
 };
 
 Layout::Layout(const std::vector<detail::ScanPart>& parts, const ScanGeometry* whole, PlyEncoding encoding)
@@ -65,9 +68,9 @@ Layout::Layout(const std::vector<detail::ScanPart>& parts, const ScanGeometry* w
         asFloat = asFloat && detail::PositionsFitFloat(part.positions, part.vertices);
         normals = normals || part.normals != nullptr;
         colors = colors || part.colors != nullptr;
-        alpha = alpha || AnyTranslucent(part.colors, part.vertices);
+        alpha = alpha || detail::AnyTranslucent(part.colors, part.vertices);
         faceColors = faceColors || part.faceColors != nullptr;
-        faceAlpha = faceAlpha || AnyTranslucent(part.faceColors, part.faceCount);
+        faceAlpha = faceAlpha || detail::AnyTranslucent(part.faceColors, part.faceCount);
     }
     if (whole != nullptr) {
         const bool hasUv = !whole->texCoords.empty();
@@ -75,7 +78,22 @@ Layout::Layout(const std::vector<detail::ScanPart>& parts, const ScanGeometry* w
         uvPerCorner = hasUv && !uvPerVertex;
         edges = whole->lineVertices.size() - whole->lineStarts.size();
     }
+    MakeHeader();
+}
 
+Layout::Layout(const detail::PlyPointShape& shape, PlyEncoding encoding)
+    : encoding(encoding),
+      vertices(shape.vertices),
+      asFloat(shape.asFloat),
+      normals(shape.normals),
+      colors(shape.colors),
+      alpha(shape.alpha)
+{
+    MakeHeader();
+}
+
+void Layout::MakeHeader()
+{
     static const char* formats[] = {"ascii", "binary_little_endian", "binary_big_endian"};
     header = "ply\nformat " + std::string(formats[static_cast<int>(encoding)]) + " 1.0\n";
     header += "element vertex " + std::to_string(vertices) + "\n";
@@ -249,18 +267,27 @@ void WriteBody(ByteOutput& out, const std::vector<detail::ScanPart>& parts, cons
     }
 }
 
+// Calls write with the row type of the encoding as a null pointer.
+template <class Write>
+void WithRow(PlyEncoding encoding, Write write)
+{
+    const bool swap = (encoding == PlyEncoding::binaryBigEndian) == (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
+    if (encoding == PlyEncoding::ascii) {
+        write(static_cast<TextRow*>(nullptr));
+    } else if (swap) {
+        write(static_cast<BinaryRow<true>*>(nullptr));
+    } else {
+        write(static_cast<BinaryRow<false>*>(nullptr));
+    }
+}
+
 void WriteFile(ByteOutput& out, const std::vector<detail::ScanPart>& parts, const ScanGeometry* whole,
                const Layout& layout)
 {
     out.Put(layout.header.data(), layout.header.size());
-    const bool swap = (layout.encoding == PlyEncoding::binaryBigEndian) == (__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
-    if (layout.encoding == PlyEncoding::ascii) {
-        WriteBody<TextRow>(out, parts, whole, layout);
-    } else if (swap) {
-        WriteBody<BinaryRow<true>>(out, parts, whole, layout);
-    } else {
-        WriteBody<BinaryRow<false>>(out, parts, whole, layout);
-    }
+    WithRow(layout.encoding, [&](auto* row) {
+        WriteBody<std::remove_pointer_t<decltype(row)>>(out, parts, whole, layout);
+    });
     out.Drain();
 }
 
@@ -269,9 +296,7 @@ void Save(const std::vector<detail::ScanPart>& parts, const ScanGeometry* whole,
           PlyEncoding encoding)
 {
     const Layout layout(parts, whole, encoding);
-    // Text takes about twice the bytes of binary values.
-    const uint64_t binaryBytes = layout.ExpectedBytes();
-    FileSaver file(path, encoding == PlyEncoding::ascii ? 2 * binaryBytes : binaryBytes);
+    FileSaver file(path, layout.SavedBytes());
     WriteFile(file, parts, whole, layout);
     file.Commit();
 }
@@ -301,6 +326,40 @@ void detail::SavePly(const ScanGeometry& geometry, const std::string& path, PlyE
 {
     CheckWritable(geometry, path);
     Save(PartsOf(geometry), &geometry, path, encoding);
+}
+
+bool detail::AnyTranslucent(const RGBA* colors, size_t count)
+{
+    return colors != nullptr && std::any_of(colors, colors + count, [](const RGBA& c) { return c.a != 255; });
+}
+
+struct detail::PlyPointSaver::Saving {
+    Layout layout;
+    FileSaver file;
+    size_t written = 0;
+};
+
+detail::PlyPointSaver::PlyPointSaver(const std::string& path, const PlyPointShape& shape, PlyEncoding encoding)
+{
+    Layout layout(shape, encoding);
+    const uint64_t bytes = layout.SavedBytes();
+    saving_.reset(new Saving{std::move(layout), FileSaver(path, bytes)});
+    saving_->file.Put(saving_->layout.header.data(), saving_->layout.header.size());
+}
+
+detail::PlyPointSaver::~PlyPointSaver() = default;
+
+void detail::PlyPointSaver::Put(const ScanPart& piece)
+{
+    WithRow(saving_->layout.encoding, [&](auto* row) {
+        WriteVertices<std::remove_pointer_t<decltype(row)>>(saving_->file, piece, saving_->written, saving_->layout);
+    });
+    saving_->written += piece.vertices;
+}
+
+void detail::PlyPointSaver::Commit()
+{
+    saving_->file.Commit();
 }
 
 void detail::SavePly(const std::vector<ScanPart>& parts, const std::string& path, PlyEncoding encoding)

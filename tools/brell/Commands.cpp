@@ -12,6 +12,7 @@
 #include <brelldata/gl/Cut.h>
 #include <brelldata/gl/Picture.h>
 #include <brelldata/io/Files.h>
+#include <brelldata/io/ScanFormats.h>
 #include <brelldata/io/ScanScene.h>
 #include <brelldata/io/SceneFile.h>
 #include <brelldata/scan/ObjectNodes.h>
@@ -66,6 +67,13 @@ const char* KindName(FileKind kind)
     }
 }
 
+// What a scan reader had to drop from the file at path, on standard error.
+void Warn(const std::string& path, const std::vector<std::string>& warnings)
+{
+    for (const std::string& warning : warnings)
+        std::fprintf(stderr, "brell: %s: warning: %s\n", path.c_str(), warning.c_str());
+}
+
 // The scene or scan file at path as a tree holding its root. What a scan
 // reader had to drop is said on standard error.
 CTree Open(const std::string& path, FileKind kind)
@@ -73,8 +81,7 @@ CTree Open(const std::string& path, FileKind kind)
     if (kind == FileKind::scan) {
         std::vector<std::string> warnings;
         CTree scan(io::ImportScan(path, &warnings));
-        for (const std::string& warning : warnings)
-            std::fprintf(stderr, "brell: %s: warning: %s\n", path.c_str(), warning.c_str());
+        Warn(path, warnings);
         return scan;
     }
     if (kind == FileKind::scene) return CTree(LoadSceneFile(path));
@@ -222,9 +229,20 @@ void Export(const Common& common, const std::string& in, const std::string& out,
     const FileKind kind = KindOf(in, common.kind);
     Progress progress(BarWanted(common.quiet, common.progress), common.timing, "brell export", 2);
     progress.Step("reading " + in);
+    const io::PlyEncoding encoding = ascii ? io::PlyEncoding::ascii : io::PlyEncoding::binaryLittleEndian;
+    // A PLY point cloud goes to PLY a piece at a time, never whole in memory.
+    std::vector<std::string> warnings;
+    const auto writing = [&] {
+        Warn(in, warnings);
+        progress.Step("writing " + out);
+    };
+    if (kind == FileKind::scan && io::CopyPlyPointCloud(in, out, encoding, &warnings, writing)) {
+        progress.End();
+        return;
+    }
     CTree scene = Open(in, kind);
     progress.Step("writing " + out);
-    io::ExportScan(scene.Root(), out, ascii ? io::PlyEncoding::ascii : io::PlyEncoding::binaryLittleEndian);
+    io::ExportScan(scene.Root(), out, encoding);
     progress.End();
 }
 

@@ -4,8 +4,10 @@
 #include <brelldata/io/FileError.h>
 #include <brelldata/io/ScanGeometry.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 // Readers and writers of range scan files: PLY (ASCII and binary of either
 // byte order), OFF, OBJ and XYZ point lists. Every reader either returns the
@@ -58,5 +60,19 @@ BRELL_IO_API ScanGeometry ReadScanFile(const std::string& path);
 // whole. plyEncoding applies to .ply files only.
 BRELL_IO_API void WriteScanFile(const ScanGeometry& geometry, const std::string& path,
                                 PlyEncoding plyEncoding = PlyEncoding::binaryLittleEndian);
+
+// WriteScanFile(ReadScanFile(in), out, plyEncoding) for a PLY point cloud (a
+// file whose only element with any items is vertex), the same bytes and the
+// same FileError, made a piece of vertices at a time: memory stays a few MB
+// whatever the cloud's size. The reader's warnings are added to warnings,
+// and onWriting is called once the output's form is decided, before the
+// output is written; it may take a first pass over in to decide whether
+// positions fit floats and any colour is translucent. False, with nothing
+// read past the header, when in or out is no PLY file or in holds more than a
+// point cloud.
+BRELL_IO_API bool CopyPlyPointCloud(const std::string& in, const std::string& out,
+                                    PlyEncoding plyEncoding = PlyEncoding::binaryLittleEndian,
+                                    std::vector<std::string>* warnings = nullptr,
+                                    const std::function<void()>& onWriting = {});
 
 }  // namespace brell::io

@@ -53,9 +53,10 @@ public:
     // brell::kSizeTooLarge past 2 GB.
     int SizeOfByte() const
     {
-        int64_t size = 4;
-        for (const CPolygon<T>& row : rows) size += 4 + ItemCount(row) * int64_t{sizeof(T)};
-        return brell::BlockSize(size);
+        // Counted first and sized once: a loaded scene is measured row by row.
+        int64_t items = 0;
+        for (const CPolygon<T>& row : rows) items += ItemCount(row);
+        return brell::BlockSize(4 + 4 * static_cast<int64_t>(rows.size()) + items * int64_t{sizeof(T)});
     }
 
     // 0 when block is null.
@@ -119,9 +120,10 @@ private:
         while (rows.size() < wanted && reader.Remaining() >= kLargestRow) {
             const unsigned char* at = reader.Position();
             const size_t remaining = reader.Remaining();
-            const size_t batchEnd = rows.size() + std::min(kBatchRows, wanted - rows.size());
+            // Every row of the batch surely fits while this many bytes are left.
+            const size_t safe = remaining - kLargestRow;
             size_t used = 0;
-            while (rows.size() < batchEnd && used + kLargestRow <= remaining) {
+            for (size_t left = std::min(kBatchRows, wanted - rows.size()); left > 0 && used <= safe; --left) {
                 int32_t count = 0;
                 std::memcpy(&count, at + used, 4);
                 CPolygon<T>& row = rows.emplace_back();

@@ -1,3 +1,5 @@
+#include "PathRegion.h"
+
 #include <brelldata/gl/Cut.h>
 #include <brelldata/scan/ModelNodes.h>
 
@@ -32,20 +34,10 @@ CModelNode* Cloud()
 // A wavy ring of 100 corners round the middle of the window.
 HRGN Lasso()
 {
-    CDC dc;
-    dc.BeginPath();
-    for (int k = 0; k < 100; ++k) {
+    return PathRegion(100, [](int k) {
         const double angle = 2.0 * 3.14159265358979 * k / 100, radius = 150.0 + 30.0 * std::sin(7.0 * angle);
-        const int x = static_cast<int>(400 + radius * std::cos(angle)),
-                  y = static_cast<int>(300 + radius * std::sin(angle));
-        if (k == 0)
-            dc.MoveTo(x, y);
-        else
-            dc.LineTo(x, y);
-    }
-    dc.CloseFigure();
-    dc.EndPath();
-    return PathToRegion(dc.m_hDC);
+        return POINT{static_cast<int>(400 + radius * std::cos(angle)), static_cast<int>(300 + radius * std::sin(angle))};
+    });
 }
 
 CAMERA_PARAM Camera()

@@ -6,6 +6,7 @@
 //   brell_peak import PATH                 ImportScan of a scan file
 //   brell_peak load PATH                   LoadScene of a scene file
 //   brell_peak export IN OUT               ImportScan or LoadScene, then ExportScan
+//   brell_peak save IN OUT                 ImportScan or LoadScene, then SaveScene
 // Prints the process's peak resident memory beside the bytes of the stores
 // the scene holds, and the limit of 1.25 times those plus 16 MB.
 
@@ -86,14 +87,16 @@ int Run(const std::vector<std::string>& arguments)
         return 0;
     }
     const bool exporting = command == "export" && arguments.size() == 3;
-    if (!exporting && !((command == "import" || command == "load") && arguments.size() == 2)) {
-        std::fputs("usage: brell_peak write-mesh PATH | write-mesh-scene PATH | write-cloud POINTS PATH [coloured] | import PATH | "
-                   "load PATH | export IN OUT\n",
+    const bool saving = command == "save" && arguments.size() == 3;
+    if (!exporting && !saving && !((command == "import" || command == "load") && arguments.size() == 2)) {
+        std::fputs("usage: brell_peak write-mesh PATH | write-mesh-scene PATH | write-cloud POINTS PATH [coloured] | "
+                   "import PATH | load PATH | export IN OUT | save IN OUT\n",
                    stderr);
         return 2;
     }
     CBaseNode* root = Open(arguments[1]);
     if (exporting) brell::io::ExportScan(root, arguments[2]);
+    if (saving) brell::io::SaveScene(root, arguments[2]);
     const double stores = StoreBytes(root);
     root->Release();
     rusage usage{};

@@ -1,3 +1,5 @@
+#include "PathRegion.h"
+
 #include <brelldata/platform/Region.h>
 
 #include <benchmark/benchmark.h>
@@ -13,20 +15,11 @@ namespace {
 
 HRGN CameraImageStar()
 {
-    CDC dc;
-    dc.BeginPath();
-    for (int k = 0; k < 100; ++k) {
+    return PathRegion(100, [](int k) {
         const double angle = 2 * std::acos(-1.0) * k / 100, reach = k % 2 == 0 ? 1.0 : 0.6;
-        const int x = static_cast<int>(std::lround(320 + 320 * reach * std::cos(angle)));
-        const int y = static_cast<int>(std::lround(240 + 240 * reach * std::sin(angle)));
-        if (k == 0)
-            dc.MoveTo(x, y);
-        else
-            dc.LineTo(x, y);
-    }
-    dc.CloseFigure();
-    dc.EndPath();
-    return PathToRegion(dc.m_hDC);
+        return POINT{static_cast<int>(std::lround(320 + 320 * reach * std::cos(angle))),
+                     static_cast<int>(std::lround(240 + 240 * reach * std::sin(angle)))};
+    });
 }
 
 void CountRects(benchmark::State& state, HRGN region)

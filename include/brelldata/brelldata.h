@@ -17,6 +17,7 @@
 #include <brelldata/core/Walk.h>
 #include <brelldata/data/ArrayDataStore.h>
 #include <brelldata/data/BulkMemory.h>
+#include <brelldata/data/ByteOutput.h>
 #include <brelldata/data/LineDataStore.h>
 #include <brelldata/data/MatrixDataStore.h>
 #include <brelldata/data/Normal.h>
@@ -33,6 +34,7 @@
 #include <brelldata/platform/DApi.h>
 #include <brelldata/platform/DataManager.h>
 #include <brelldata/platform/Region.h>
+#include <brelldata/scan/BlockOutput.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>

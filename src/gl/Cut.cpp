@@ -18,6 +18,9 @@
 #include <string>
 #include <utility>
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 namespace brell::gl {
 
 namespace {
@@ -37,25 +40,41 @@ int Total(const Runs& runs)
     return total;
 }
 
+// Gives the whole pages in [begin, end) back to the system; written again,
+// they come back cleared.
+void ReleasePages(unsigned char* begin, unsigned char* end)
+{
+    static const uintptr_t page = static_cast<uintptr_t>(sysconf(_SC_PAGESIZE));
+    const uintptr_t first = (reinterpret_cast<uintptr_t>(begin) + page - 1) / page * page;
+    const uintptr_t last = reinterpret_cast<uintptr_t>(end) / page * page;
+    if (first < last) madvise(reinterpret_cast<void*>(first), last - first, MADV_DONTNEED);
+}
+
 // Closes the gaps of runs in items[0, count) of size bytes each, the removed
-// bytes appended to taken; the count left.
+// bytes appended to taken; the count left. The gap that opens behind the kept
+// items is given back as taken fills, so a large cut needs about no more
+// memory than the items had.
 size_t TakeOut(void* items, size_t size, size_t count, const Runs& runs, Bytes& taken)
 {
+    constexpr size_t kReleaseStep = size_t{8} << 20;
     auto* bytes = static_cast<unsigned char*>(items);
-    const size_t first = taken.size();
-    taken.resize(first + static_cast<size_t>(Total(runs)) * size);
-    unsigned char* into = taken.data() + first;
-    size_t write = 0, read = 0;
+    taken.reserve(taken.size() + static_cast<size_t>(Total(runs)) * size);
+    size_t write = 0, read = 0, released = 0;
     for (const Run& run : runs) {
         const size_t start = static_cast<size_t>(run.start), removed = static_cast<size_t>(run.count);
         std::memmove(bytes + write * size, bytes + read * size, (start - read) * size);
         write += start - read;
-        std::memcpy(into, bytes + start * size, removed * size);
-        into += removed * size;
+        taken.insert(taken.end(), bytes + start * size, bytes + (start + removed) * size);
         read = start + removed;
+        if (read * size >= released + kReleaseStep) {
+            ReleasePages(bytes + std::max(write * size, released), bytes + read * size);
+            released = read * size;
+        }
     }
     std::memmove(bytes + write * size, bytes + read * size, (count - read) * size);
-    return write + count - read;
+    const size_t left = write + count - read;
+    ReleasePages(bytes + std::max(left * size, released), bytes + count * size);
+    return left;
 }
 
 // The inverse of TakeOut: items has room for kept plus the runs' items, and
@@ -336,13 +355,17 @@ Runs VerticesToCut(CModelNode* model, const WindowProjection& projection, const 
 {
     const int count = model->VertexNumber();
     const VERTEX* vertices = model->vertices->Buffer();
-    std::vector<unsigned char> cut(static_cast<size_t>(count));
+    Runs runs;
     for (int i = 0; i < count; ++i) {
         double x = 0.0, y = 0.0;
         const bool inside = projection.Project(vertices[i].x, vertices[i].y, vertices[i].z, x, y) && mask.Holds(x, y);
-        cut[static_cast<size_t>(i)] = inside != keepInside ? 1 : 0;
+        if (inside == keepInside) continue;
+        if (!runs.empty() && runs.back().start + runs.back().count == i)
+            ++runs.back().count;
+        else
+            runs.push_back({i, 1});
     }
-    return RunsOf(cut);
+    return runs;
 }
 
 // The polygons of mesh with a corner among the vertex runs.

@@ -32,6 +32,32 @@ void SelectAll(CArrayDataStore<int>& selection, int count)
     for (int i = 0; i < count; ++i) selection.Buffer()[i] = i;
 }
 
+// Whether the selection is 0, 1, ..., count - 1.
+bool SelectsAllInOrder(const CArrayDataStore<int>& selection, int count)
+{
+    if (selection.Number() != count) return false;
+    const int* index = selection.Buffer();
+    for (int i = 0; i < count; ++i)
+        if (index[i] != i) return false;
+    return true;
+}
+
+// Selects every one of count vertices in order, sharing the selection the
+// last points of this thread got while other geometry still holds it and it
+// is the same: the parts of a split scan, all of one size, then hold one list
+// rather than one each.
+void SelectAllOf(CGeoPointNode& points, int count)
+{
+    thread_local CRefData<CArrayDataStore<int>> last;
+    if (last->RefCount() > 1 && SelectsAllInOrder(*last, count)) {
+        points.indices = last;
+        return;
+    }
+    // One that no geometry holds any more is freed before the new one is filled.
+    last = points.indices;
+    SelectAll(*points.indices, count);
+}
+
 // Copies the model's per-vertex colours, when it has one for each vertex,
 // into the same attribute of the geometry made from it; 1 when there were.
 int CarryColors(CModelNode* model, CBaseNode* geometry)
@@ -47,7 +73,7 @@ CGeoPointNode* Points(CModelNode* model)
 {
     auto* points = new CGeoPointNode;
     points->vertices = model->vertices;
-    SelectAll(*points->indices, model->VertexNumber());
+    SelectAllOf(*points, model->VertexNumber());
     CarryColors(model, points);
     return points;
 }

@@ -8,7 +8,9 @@
 
 #include <png.h>
 
+#include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <memory>
 #include <string>
 
@@ -92,6 +94,13 @@ CAMERA_PARAM SceneCamera(CBaseNode* root, const RenderOptions& options)
         }
         found = 1;
     }
+    return BoxCamera(box, options);
+}
+
+CAMERA_PARAM BoxCamera(const double (&bounds)[6], const RenderOptions& options)
+{
+    double box[6];
+    std::copy(std::begin(bounds), std::end(bounds), box);
     // A box of no size (one point, or points all in one place) gets one in
     // proportion to where it lies, so that the view has a sphere to look at
     // and single-precision positions still tell it from its surroundings.

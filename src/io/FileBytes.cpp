@@ -261,29 +261,6 @@ void SaveFile(const std::string& path, const void* bytes, size_t size)
     saver.Commit();
 }
 
-ByteOutput::ByteOutput() : buffer_(new char[kBufferBytes]), at_(buffer_.get()), end_(at_ + kBufferBytes) {}
-
-ByteOutput::~ByteOutput() = default;
-
-void ByteOutput::Put(const void* bytes, size_t size)
-{
-    const char* from = static_cast<const char*>(bytes);
-    if (size >= kBufferBytes) {
-        Drain();
-        for (size_t done = 0; done < size; done += kPieceBytes) Take(from + done, std::min(kPieceBytes, size - done));
-        return;
-    }
-    if (size == 0) return;
-    std::memcpy(Room(size), from, size);
-    Advance(size);
-}
-
-void ByteOutput::Drain()
-{
-    if (at_ != buffer_.get()) Take(buffer_.get(), static_cast<size_t>(at_ - buffer_.get()));
-    at_ = buffer_.get();
-}
-
 FileSaver::FileSaver(const std::string& path, uint64_t expected)
     : path_(path), target_(FollowLinks(path)), expected_(expected)
 {
@@ -314,8 +291,27 @@ void FileSaver::Take(const char* bytes, size_t size)
         done += static_cast<size_t>(written);
         written_ += static_cast<size_t>(written);
     }
+    // The disk starts on what is written while the rest is made, so that the
+    // sync at the end waits for the last step only, not for the whole file.
+    if (written_ - writtenBack_ >= kWritebackStep) {
+        sync_file_range(descriptor_, static_cast<off_t>(writtenBack_), static_cast<off_t>(written_ - writtenBack_),
+                        SYNC_FILE_RANGE_WRITE);
+        writtenBack_ = written_;
+    }
     const uint64_t told = std::min(written_, expected_);
     if (told > told_) ReportProgress(told_ = told, expected_);
+}
+
+void FileSaver::Overwrite(uint64_t offset, const void* bytes, size_t size)
+{
+    Drain();
+    const char* from = static_cast<const char*>(bytes);
+    for (size_t done = 0; done < size;) {
+        const ssize_t written = pwrite(descriptor_, from + done, size - done, static_cast<off_t>(offset + done));
+        if (written < 0 && errno == EINTR) continue;
+        if (written <= 0) throw FileError::AtByte(path_, offset + done, "room to write", SystemReason());
+        done += static_cast<size_t>(written);
+    }
 }
 
 void FileSaver::Commit()

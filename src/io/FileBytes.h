@@ -5,6 +5,7 @@
 // a time.
 
 #include <brelldata/io/Files.h>
+#include <brelldata/scan/BlockOutput.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -130,39 +131,9 @@ private:
     size_t released_ = 0;
 };
 
-// Bytes put a piece at a time through a bounded buffer, which is handed on
-// (Take) whenever it is full and at the end, so that a writer makes a file of
-// any size in the memory of one buffer that stays in the cache.
-class ByteOutput {
-public:
-    static constexpr size_t kBufferBytes = size_t{1} << 20;
-
-    ByteOutput(const ByteOutput&) = delete;
-    ByteOutput& operator=(const ByteOutput&) = delete;
-    virtual ~ByteOutput();
-
-    // Room for bytes (at most kBufferBytes) at the cursor; Advance moves the
-    // cursor past what was written there.
-    char* Room(size_t bytes)
-    {
-        if (static_cast<size_t>(end_ - at_) < bytes) Drain();
-        return at_;
-    }
-    void Advance(size_t bytes) { at_ += bytes; }
-    // Any number of bytes; large runs go on without passing the buffer.
-    void Put(const void* bytes, size_t size);
-    // Hands on what the buffer holds.
-    void Drain();
-
-protected:
-    ByteOutput();
-    virtual void Take(const char* bytes, size_t size) = 0;
-
-private:
-    std::unique_ptr<char[]> buffer_;
-    char* at_;
-    char* end_;
-};
+// Output a piece at a time through a bounded buffer; it lives with the node
+// data blocks that are put into it.
+using ByteOutput = brell::ByteOutput;
 
 // A file saved as SaveFile saves one (the same checks, the same temporary
 // file beside the target), its bytes put a piece at a time: they reach the
@@ -173,6 +144,11 @@ class FileSaver : public ByteOutput {
 public:
     FileSaver(const std::string& path, uint64_t expected);
     ~FileSaver() override;
+    // Drains the buffer, then writes bytes over some already put, from
+    // offset on: a header whose fields are known only at the end.
+    void Overwrite(uint64_t offset, const void* bytes, size_t size);
+    // The bytes handed to the file so far.
+    uint64_t Written() const { return written_; }
     // Drains the buffer, makes the file durable and renames it over the target.
     void Commit();
 
@@ -184,7 +160,11 @@ private:
     std::string temporary_;
     int descriptor_ = -1;
     bool committed_ = false;
+    static constexpr uint64_t kWritebackStep = uint64_t{32} << 20;
+
     uint64_t written_ = 0;
+    // Where the disk was last asked to start writing back.
+    uint64_t writtenBack_ = 0;
     uint64_t expected_;
     uint64_t told_ = 0;
 };

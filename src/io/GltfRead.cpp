@@ -11,14 +11,21 @@
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <climits>
+#include <cerrno>
 #include <cmath>
 #include <cstring>
 #include <limits>
 #include <map>
 #include <new>
+#include <numeric>
 #include <optional>
 #include <stdlib.h>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace brell::io {
 
@@ -44,26 +51,31 @@ bool IsGlb(std::string_view bytes)
     return bytes.size() >= 4 && WordAt(bytes, 0) == kGlbMagic;
 }
 
-// Checks a binary file's header and chunks, which tinygltf trusts further
-// than the file goes; its JSON chunk and BIN chunk (empty when there is none).
-std::pair<std::string_view, std::string_view> CheckGlb(std::string_view bytes, const std::string& name)
+// Where a binary file's JSON and BIN chunks are (a BIN chunk of size 0 when
+// there is none).
+struct GlbChunks {
+    size_t jsonAt = 0, jsonSize = 0, binAt = 0, binSize = 0;
+};
+
+// Checks the header and chunks of a binary file of size bytes, whose 32-bit
+// words wordAt reads, which tinygltf trusts further than the file goes.
+template <class ReadWord>
+GlbChunks CheckGlb(size_t size, ReadWord wordAt, const std::string& name)
 {
-    std::string_view json, bin;
-    if (bytes.size() < kGlbHeader)
-        throw FileError::AtByte(name, bytes.size(), "a 12-byte glTF binary header", "the end of the file");
-    if (WordAt(bytes, 4) != 2)
-        throw FileError::AtByte(name, 4, "glTF binary version 2", std::to_string(WordAt(bytes, 4)));
-    const uint64_t length = WordAt(bytes, 8);
-    if (length > bytes.size())
-        throw FileError::AtByte(name, bytes.size(), "the " + std::to_string(length) + " bytes the header gives",
+    GlbChunks chunks;
+    if (size < kGlbHeader) throw FileError::AtByte(name, size, "a 12-byte glTF binary header", "the end of the file");
+    if (wordAt(4) != 2) throw FileError::AtByte(name, 4, "glTF binary version 2", std::to_string(wordAt(4)));
+    const uint64_t length = wordAt(8);
+    if (length > size)
+        throw FileError::AtByte(name, size, "the " + std::to_string(length) + " bytes the header gives",
                                 "the end of the file");
-    if (length < bytes.size())
-        throw FileError::AtByte(name, 8, "the file's length, " + std::to_string(bytes.size()) + " bytes",
+    if (length < size)
+        throw FileError::AtByte(name, 8, "the file's length, " + std::to_string(size) + " bytes",
                                 std::to_string(length));
     for (size_t at = kGlbHeader, chunk = 0; at < length; ++chunk) {
         if (length - at < kChunkHeader)
             throw FileError::AtByte(name, at, "an 8-byte chunk header", "the end of the file");
-        const uint64_t chunkLength = WordAt(bytes, at);
+        const uint64_t chunkLength = wordAt(at);
         if (chunkLength > length - at - kChunkHeader)
             throw FileError::AtByte(name, at,
                                     "a chunk length of at most the " + std::to_string(length - at - kChunkHeader) +
@@ -71,14 +83,14 @@ std::pair<std::string_view, std::string_view> CheckGlb(std::string_view bytes, c
                                     std::to_string(chunkLength));
         if (chunkLength % 4 != 0)
             throw FileError::AtByte(name, at, "a chunk length that is a multiple of 4", std::to_string(chunkLength));
-        if (chunk == 0 && WordAt(bytes, at + 4) != kJsonChunk)
-            throw FileError::AtByte(name, at + 4, "a JSON chunk first", std::to_string(WordAt(bytes, at + 4)));
-        if (chunk == 0) json = bytes.substr(at + kChunkHeader, chunkLength);
-        if (chunk == 1 && WordAt(bytes, at + 4) == kBinChunk) bin = bytes.substr(at + kChunkHeader, chunkLength);
+        if (chunk == 0 && wordAt(at + 4) != kJsonChunk)
+            throw FileError::AtByte(name, at + 4, "a JSON chunk first", std::to_string(wordAt(at + 4)));
+        if (chunk == 0) chunks.jsonAt = at + kChunkHeader, chunks.jsonSize = chunkLength;
+        if (chunk == 1 && wordAt(at + 4) == kBinChunk) chunks.binAt = at + kChunkHeader, chunks.binSize = chunkLength;
         at += kChunkHeader + chunkLength;
     }
     if (length == kGlbHeader) throw FileError::AtByte(name, kGlbHeader, "a JSON chunk", "the end of the file");
-    return {json, bin};
+    return chunks;
 }
 
 // JSON parsers and tinygltf's reading of "extras" recurse once per level of
@@ -118,11 +130,10 @@ void PutWord(std::string& bytes, uint32_t word)
 // makes the buffer one byte long, and the reader takes the buffer from the
 // chunk itself: the file holding 1,000,000 vertices is not copied again. The
 // copy; empty when the file is to be read as it is.
-std::string WithoutBinChunk(std::string_view json, std::string_view bin, std::string_view& buffer0,
-                            const std::string& name)
+std::string WithoutBinChunk(std::string_view json, size_t binSize, uint64_t& buffer0Size, const std::string& name)
 {
     nlohmann::json document = nlohmann::json::parse(json.begin(), json.end(), nullptr, false);
-    if (document.is_discarded() || bin.empty() || !document.is_object()) return {};
+    if (document.is_discarded() || binSize == 0 || !document.is_object()) return {};
     const auto buffers = document.find("buffers");
     if (buffers == document.end() || !buffers->is_array() || buffers->empty()) return {};
     nlohmann::json& first = (*buffers)[0];
@@ -130,11 +141,11 @@ std::string WithoutBinChunk(std::string_view json, std::string_view bin, std::st
     const auto length = first.find("byteLength");
     if (length == first.end() || !length->is_number_unsigned()) return {};
     const uint64_t byteLength = length->get<uint64_t>();
-    if (byteLength > bin.size())
+    if (byteLength > binSize)
         throw FileError::InFile(
-            name, "buffers[0].byteLength of at most the BIN chunk's " + std::to_string(bin.size()) + " bytes",
+            name, "buffers[0].byteLength of at most the BIN chunk's " + std::to_string(binSize) + " bytes",
             std::to_string(byteLength));
-    buffer0 = bin.substr(0, byteLength);
+    buffer0Size = byteLength;
     *length = 1;
     std::string text = document.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
     text.resize(Padded(text.size()), ' ');
@@ -234,26 +245,92 @@ std::string FirstLine(const std::string& text)
     return line.empty() ? "an unreadable glTF document" : "\"" + line + "\"";
 }
 
-// A parsed file; a binary file's buffer 0 may be its BIN chunk, in place.
-struct GltfModel : tinygltf::Model {
-    std::optional<std::string_view> buffer0;
+// A binary file left on disk while its document is read: the reader takes
+// the elements it converts from it a piece at a time, each while it is in
+// the cache, and holds in memory whole only the views it needs whole.
+class FileOnDisk {
+public:
+    explicit FileOnDisk(const std::string& path) : path_(path)
+    {
+        RequireRegularFile(path);
+        descriptor_ = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+        struct stat status {};
+        if (descriptor_ < 0 || fstat(descriptor_, &status) != 0) {
+            const std::string reason = std::strerror(errno);
+            if (descriptor_ >= 0) close(descriptor_);
+            throw FileError::InFile(path, "a readable file", reason);
+        }
+        size_ = static_cast<size_t>(status.st_size);
+    }
+    FileOnDisk(const FileOnDisk&) = delete;
+    FileOnDisk& operator=(const FileOnDisk&) = delete;
+    ~FileOnDisk() { close(descriptor_); }
+
+    size_t Size() const { return size_; }
+
+    // count bytes from at into to; FileError when the file ends before them.
+    void Read(size_t at, size_t count, char* to) const
+    {
+        for (size_t done = 0; done < count;) {
+            const ssize_t got = pread(descriptor_, to + done, count - done, static_cast<off_t>(at + done));
+            if (got < 0 && errno == EINTR) continue;
+            if (got < 0) throw FileError::AtByte(path_, at + done, "readable bytes", std::strerror(errno));
+            if (got == 0)
+                throw FileError::AtByte(path_, at + done, std::to_string(size_) + " bytes", "the end of the file");
+            done += static_cast<size_t>(got);
+        }
+        read_ = std::min(size_, read_ + count);
+        ReportFileProgress(read_, size_);
+    }
+
+    uint32_t WordAt(size_t at) const
+    {
+        char word[4];
+        Read(at, sizeof word, word);
+        return brell::io::WordAt({word, sizeof word}, 0);
+    }
+
+    // count bytes from at, read once and kept while the file is open.
+    std::string_view Resident(size_t at, size_t count) const
+    {
+        auto [place, fresh] = resident_.try_emplace({at, count}, count);
+        if (fresh) {
+            try {
+                Read(at, count, place->second.Data());
+            } catch (...) {
+                resident_.erase(place);
+                throw;
+            }
+        }
+        return place->second.View();
+    }
+
+private:
+    std::string path_;
+    int descriptor_ = -1;
+    size_t size_ = 0;
+    mutable size_t read_ = 0;
+    mutable std::map<std::pair<size_t, size_t>, FileBytes> resident_;
 };
 
-// The parsed file, which keeps pointing into bytes.
-GltfModel Parse(std::string_view bytes, const std::string& name, const std::string& folder)
+// Where a buffer's or a buffer view's bytes are: in memory from bytes, or,
+// when file is set, in the file from fileAt.
+struct ViewPlace {
+    const char* bytes;
+    size_t size;
+    const FileOnDisk* file;
+    size_t fileAt;
+};
+
+// A parsed file. A binary file's buffer 0 may be its BIN chunk, which
+// tinygltf is not given.
+struct GltfModel : tinygltf::Model {
+    std::optional<ViewPlace> buffer0;
+};
+
+// tinygltf's reading of a document, JSON text or a binary file.
+GltfModel Load(std::string_view bytes, bool binary, const std::string& name, const std::string& folder)
 {
-    if (bytes.size() > UINT_MAX) throw FileError::InFile(name, "a glTF file below 4 GiB", std::to_string(bytes.size()));
-    const bool binary = IsGlb(bytes);
-    std::string_view buffer0;
-    std::string smaller;
-    if (binary) {
-        const auto [json, bin] = CheckGlb(bytes, name);
-        CheckNesting(json, static_cast<size_t>(json.data() - bytes.data()), name);
-        smaller = WithoutBinChunk(json, bin, buffer0, name);
-        if (!smaller.empty()) bytes = smaller;
-    } else {
-        CheckNesting(bytes, 0, name);
-    }
     FileRoom room{folder, std::nullopt, &name};
     tinygltf::TinyGLTF loader;
     loader.SetFsCallbacks({FileExistsInRoom, SamePath, ReadFileInRoom, WriteNoFile, &room});
@@ -276,7 +353,49 @@ GltfModel Parse(std::string_view bytes, const std::string& name, const std::stri
     if (!loaded) throw FileError::InFile(name, "a glTF 2.0 document", FirstLine(error));
     if (model.asset.version.rfind("2.", 0) != 0)
         throw FileError::InFile(name, "asset.version 2.x", "\"" + model.asset.version + "\"");
-    if (!smaller.empty()) model.buffer0 = buffer0;
+    return model;
+}
+
+void RequireBelow4GiB(size_t size, const std::string& name)
+{
+    if (size > UINT_MAX) throw FileError::InFile(name, "a glTF file below 4 GiB", std::to_string(size));
+}
+
+// The parsed file, which keeps pointing into bytes.
+GltfModel Parse(std::string_view bytes, const std::string& name, const std::string& folder)
+{
+    RequireBelow4GiB(bytes.size(), name);
+    if (!IsGlb(bytes)) {
+        CheckNesting(bytes, 0, name);
+        return Load(bytes, false, name, folder);
+    }
+    const GlbChunks chunks = CheckGlb(
+        bytes.size(), [&](size_t at) { return WordAt(bytes, at); }, name);
+    const std::string_view json = bytes.substr(chunks.jsonAt, chunks.jsonSize);
+    CheckNesting(json, chunks.jsonAt, name);
+    uint64_t buffer0Size = 0;
+    const std::string smaller = WithoutBinChunk(json, chunks.binSize, buffer0Size, name);
+    if (smaller.empty()) return Load(bytes, true, name, folder);
+    GltfModel model = Load(smaller, true, name, folder);
+    model.buffer0 = ViewPlace{bytes.data() + chunks.binAt, buffer0Size, nullptr, 0};
+    return model;
+}
+
+// The parsed binary file, its BIN chunk left in the file; nothing when the
+// file is to be read whole, for its BIN chunk is not its buffer 0.
+std::optional<GltfModel> ParseOnDisk(const FileOnDisk& file, const std::string& name, const std::string& folder)
+{
+    RequireBelow4GiB(file.Size(), name);
+    const GlbChunks chunks = CheckGlb(
+        file.Size(), [&](size_t at) { return file.WordAt(at); }, name);
+    std::string json(chunks.jsonSize, '\0');
+    file.Read(chunks.jsonAt, json.size(), json.data());
+    CheckNesting(json, chunks.jsonAt, name);
+    uint64_t buffer0Size = 0;
+    const std::string smaller = WithoutBinChunk(json, chunks.binSize, buffer0Size, name);
+    if (smaller.empty()) return std::nullopt;
+    GltfModel model = Load(smaller, true, name, folder);
+    model.buffer0 = ViewPlace{nullptr, buffer0Size, &file, chunks.binAt};
     return model;
 }
 
@@ -293,17 +412,14 @@ size_t CheckedIndex(int index, size_t count, const std::string& path, const std:
     return static_cast<size_t>(index);
 }
 
-// A buffer view's bytes, checked against its buffer.
-std::string_view ViewBytes(const GltfModel& model, int index, const std::string& path, const std::string& name)
+// Where a buffer view's bytes are, checked against its buffer.
+ViewPlace PlaceOfView(const GltfModel& model, int index, const std::string& path, const std::string& name)
 {
     const size_t v = CheckedIndex(index, model.bufferViews.size(), path, name);
     const tinygltf::BufferView& view = model.bufferViews[v];
     const size_t b = CheckedIndex(view.buffer, model.buffers.size(), Item("bufferViews", v) + ".buffer", name);
-    const std::string_view buffer = b == 0 && model.buffer0
-                                        ? *model.buffer0
-                                        : std::string_view(reinterpret_cast<const char*>(model.buffers[b].data.data()),
-                                                           model.buffers[b].data.size());
-    const size_t size = buffer.size();
+    const bool chunk = b == 0 && model.buffer0;
+    const size_t size = chunk ? model.buffer0->size : model.buffers[b].data.size();
     if (view.byteOffset > size || view.byteLength > size - view.byteOffset)
         throw FileError::InFile(
             name,
@@ -313,10 +429,32 @@ std::string_view ViewBytes(const GltfModel& model, int index, const std::string&
                                        std::numeric_limits<uint64_t>::max()
                                    ? std::numeric_limits<uint64_t>::max()
                                    : view.byteOffset + view.byteLength));
-    return buffer.substr(view.byteOffset, view.byteLength);
+    if (!chunk)
+        return {reinterpret_cast<const char*>(model.buffers[b].data.data()) + view.byteOffset, view.byteLength, nullptr,
+                0};
+    const ViewPlace& buffer = *model.buffer0;
+    if (buffer.file != nullptr) return {nullptr, view.byteLength, buffer.file, buffer.fileAt + view.byteOffset};
+    return {buffer.bytes + view.byteOffset, view.byteLength, nullptr, 0};
 }
 
-// An accessor's elements, every one checked to lie in its buffer view.
+// A buffer view's bytes in memory, checked against its buffer.
+std::string_view ViewBytes(const GltfModel& model, int index, const std::string& path, const std::string& name)
+{
+    const ViewPlace place = PlaceOfView(model, index, path, name);
+    if (place.file != nullptr) return place.file->Resident(place.fileAt, place.size);
+    return {place.bytes, place.size};
+}
+
+template <class T>
+T Load(const char* at)
+{
+    T value;
+    std::memcpy(&value, at, sizeof value);
+    return value;
+}
+
+// An accessor's elements, every one checked to lie in its buffer view: in
+// memory from first, or, when file is set, in the file from fileAt.
 struct Elements {
     const char* first;
     size_t stride;
@@ -324,13 +462,14 @@ struct Elements {
     int componentType;
     int components;
     std::string path;
+    size_t elementSize;
+    const FileOnDisk* file = nullptr;
+    size_t fileAt = 0;
 
     template <class T>
     T Component(size_t element, int component) const
     {
-        T value;
-        std::memcpy(&value, first + element * stride + component * sizeof(T), sizeof(T));
-        return value;
+        return Load<T>(first + element * stride + component * sizeof(T));
     }
     // Component as a float; integers as normalized values.
     float Unit(size_t element, int component) const
@@ -357,32 +496,68 @@ Elements Access(const GltfModel& model, int index, const std::string& path, cons
     if (componentSize < 1 || components < 1)
         throw FileError::InFile(name, where + " of a known type and component type",
                                 std::to_string(accessor.type) + " of " + std::to_string(accessor.componentType));
-    const std::string_view bytes = ViewBytes(model, accessor.bufferView, where + ".bufferView", name);
+    const ViewPlace view = PlaceOfView(model, accessor.bufferView, where + ".bufferView", name);
+    const size_t start = std::min(accessor.byteOffset, view.size);
     const size_t elementSize = static_cast<size_t>(componentSize) * components;
     const size_t stride = model.bufferViews[accessor.bufferView].byteStride;
     if (stride != 0 && stride < elementSize)
         throw FileError::InFile(
             name, Item("bufferViews", accessor.bufferView) + ".byteStride of at least " + std::to_string(elementSize),
             std::to_string(stride));
-    Elements elements{bytes.data() + std::min(accessor.byteOffset, bytes.size()),
+    Elements elements{view.file != nullptr ? nullptr : view.bytes + start,
                       stride != 0 ? stride : elementSize,
                       accessor.count,
                       accessor.componentType,
                       components,
-                      where};
+                      where,
+                      elementSize,
+                      view.file,
+                      view.fileAt + start};
     if (accessor.count == 0) return elements;
     const unsigned __int128 end = static_cast<unsigned __int128>(accessor.byteOffset) +
                                   (accessor.count - 1) * static_cast<unsigned __int128>(elements.stride) + elementSize;
-    if (end > bytes.size())
+    if (end > view.size)
         throw FileError::InFile(name,
                                 where + " (" + std::to_string(accessor.count) + " elements of " +
                                     std::to_string(elementSize) + " bytes) to end within " +
-                                    Item("bufferViews", accessor.bufferView) + "'s " + std::to_string(bytes.size()) +
+                                    Item("bufferViews", accessor.bufferView) + "'s " + std::to_string(view.size) +
                                     " bytes",
                                 end > std::numeric_limits<uint64_t>::max()
                                     ? std::string("an end past 2^64")
                                     : "an end at byte " + std::to_string(static_cast<uint64_t>(end)));
     return elements;
+}
+
+// The elements in memory, read whole from the file when they are there.
+Elements Resident(Elements elements)
+{
+    if (elements.file == nullptr || elements.count == 0) return elements;
+    const size_t size = (elements.count - 1) * elements.stride + elements.elementSize;
+    elements.first = elements.file->Resident(elements.fileAt, size).data();
+    elements.file = nullptr;
+    return elements;
+}
+
+// Calls convert(first, from, count) for the elements from .. from + count - 1,
+// first pointing at element from: once for elements in memory, a piece at a
+// time for elements in the file, never splitting a group of group elements.
+template <class Convert>
+void EachPiece(const Elements& elements, size_t group, Convert convert)
+{
+    if (elements.file == nullptr || elements.count == 0) {
+        convert(elements.first, 0, elements.count);
+        return;
+    }
+    // Small enough to stay in the second-level cache between its read and its conversion.
+    constexpr size_t kPieceBytes = size_t{256} << 10;
+    const size_t perPiece = std::max<size_t>(1, kPieceBytes / (group * elements.stride)) * group;
+    auto bytes = [&](size_t count) { return (count - 1) * elements.stride + elements.elementSize; };
+    FileBytes piece(bytes(std::min(perPiece, elements.count)));
+    for (size_t from = 0; from < elements.count; from += perPiece) {
+        const size_t count = std::min(perPiece, elements.count - from);
+        elements.file->Read(elements.fileAt + from * elements.stride, bytes(count), piece.Data());
+        convert(piece.Data(), from, count);
+    }
 }
 
 void RequireKind(const Elements& elements, std::initializer_list<int> componentTypes,
@@ -457,24 +632,95 @@ Transform LocalTransform(const tinygltf::Node& node)
     return local;
 }
 
-// Vertices gathered from primitives; a channel some primitives lack is
-// filled with its default for them.
-struct VertexSet {
-    BulkVector<VERTEX> positions;
-    BulkVector<CVector_3<float>> normals;
-    BulkVector<RGBA> colors;
-    BulkVector<CVector_2<float>> texCoords;  // per vertex, made per corner at the end
-    bool hasNormals = false, hasColors = false, hasTexCoords = false;
+// One per-vertex channel of the vertices gathered from primitives; one that
+// some primitives lack is filled with its default for them.
+template <class T>
+struct Channel {
+    CRefData<CArrayDataStore<T>> items;
+    bool present = false;  // some primitive gave it
+
+    size_t Count() const { return static_cast<size_t>(items->Number()); }
+    const T* Data() const { return items->Buffer(); }
+    // count more items of unspecified value; the first of them.
+    T* Append(size_t count)
+    {
+        const size_t before = Count();
+        if (!items->Append(static_cast<int>(count))) throw std::bad_alloc();
+        return items->Buffer() + before;
+    }
+    // Room for the count items of a primitive after before others: to fill
+    // when it gives them, else filled with standard; null while no
+    // primitive gave any.
+    T* Room(bool given, size_t before, size_t count, const T& standard)
+    {
+        if (given && !present) {
+            std::fill_n(Append(before), before, standard);
+            present = true;
+        }
+        if (!present) return nullptr;
+        T* room = Append(count);
+        if (!given) std::fill_n(room, count, standard);
+        return room;
+    }
 };
 
-template <class T>
-void Fill(BulkVector<T>& channel, bool& has, bool present, size_t before, size_t after, const T& standard)
+// Vertices gathered from primitives; the stores become the model's.
+struct VertexSet {
+    Channel<VERTEX> positions;
+    Channel<CVector_3<float>> normals;
+    Channel<RGBA> colors;
+    Channel<CVector_2<float>> texCoords;  // per vertex, made per corner at the end
+
+    size_t Count() const { return positions.Count(); }
+};
+
+bool IsFinite(const VERTEX& p)
 {
-    if (present && !has) {
-        channel.assign(before, standard);
-        has = true;
+    return std::isfinite(p.x) && std::isfinite(p.y) && std::isfinite(p.z);
+}
+
+// Widens float VEC3 positions into to, placed by transform; FileError at
+// the first that is not finite.
+void ReadPositions(const Elements& positions, const Transform& transform, VERTEX* to, const std::string& name)
+{
+    const bool moved = !transform.IsIdentity();
+    bool finite = true;
+    EachPiece(positions, 1, [&](const char* first, size_t from, size_t count) {
+        for (size_t i = 0; i < count; ++i) {
+            const char* at = first + i * positions.stride;
+            VERTEX p{Load<float>(at), Load<float>(at + 4), Load<float>(at + 8)};
+            if (moved) p = transform.Apply(p);
+            // Checked after the loop, which then has no exit to keep it from running at memory speed.
+            finite &= IsFinite(p);
+            to[from + i] = p;
+        }
+    });
+    if (finite) return;
+    const VERTEX* bad = std::find_if_not(to, to + positions.count, IsFinite);
+    throw FileError::InFile(name, "finite coordinates in " + positions.path + ", as placed by its node",
+                            "element " + std::to_string(bad - to) + " at " + std::to_string(bad->x) + ", " +
+                                std::to_string(bad->y) + ", " + std::to_string(bad->z));
+}
+
+void ReadNormals(const Elements& normals, const Transform& transform, CVector_3<float>* to)
+{
+    const bool moved = !transform.IsIdentity();
+    const size_t bytes = normals.count * sizeof(CVector_3<float>);
+    if (bytes == 0) return;
+    if (!moved && normals.stride == sizeof(CVector_3<float>)) {
+        if (normals.file != nullptr)
+            normals.file->Read(normals.fileAt, bytes, reinterpret_cast<char*>(to));
+        else
+            std::memcpy(to, normals.first, bytes);
+        return;
     }
-    if (has && !present) channel.resize(after, standard);
+    EachPiece(normals, 1, [&](const char* first, size_t from, size_t count) {
+        for (size_t i = 0; i < count; ++i) {
+            CVector_3<float>& normal = to[from + i];
+            std::memcpy(&normal, first + i * normals.stride, sizeof normal);
+            if (moved) normal = transform.ApplyToNormal(normal);
+        }
+    });
 }
 
 // Appends a primitive's vertices; the index of its first one.
@@ -489,7 +735,7 @@ size_t AppendVertices(VertexSet& set, const GltfModel& model, const tinygltf::Pr
     const std::optional<Elements> positions = attribute("POSITION");
     if (!positions) throw FileError::InFile(name, path + ".attributes.POSITION", "none");
     RequireKind(*positions, {TINYGLTF_COMPONENT_TYPE_FLOAT}, {3}, "VEC3 floats", name);
-    const size_t before = set.positions.size(), count = positions->count;
+    const size_t before = set.Count(), count = positions->count;
     if (count > static_cast<size_t>(INT_MAX) - before)
         throw FileError::InFile(name, "at most 2147483647 vertices in one mesh", "more at " + path);
     auto fitting = [&](std::optional<Elements> elements) {
@@ -499,8 +745,12 @@ size_t AppendVertices(VertexSet& set, const GltfModel& model, const tinygltf::Pr
         return elements;
     };
     const std::optional<Elements> normals = fitting(attribute("NORMAL"));
-    const std::optional<Elements> colors = fitting(attribute("COLOR_0"));
-    const std::optional<Elements> texCoords = fitting(attribute("TEXCOORD_" + std::to_string(texCoordSet)));
+    // Read element by element, so read whole first.
+    auto resident = [](std::optional<Elements> elements) {
+        return elements ? std::optional<Elements>(Resident(*elements)) : std::nullopt;
+    };
+    const std::optional<Elements> colors = resident(fitting(attribute("COLOR_0")));
+    const std::optional<Elements> texCoords = resident(fitting(attribute("TEXCOORD_" + std::to_string(texCoordSet))));
     const int byteOrShort[] = {TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE, TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT};
     if (normals) RequireKind(*normals, {TINYGLTF_COMPONENT_TYPE_FLOAT}, {3}, "VEC3 floats", name);
     if (colors)
@@ -509,44 +759,64 @@ size_t AppendVertices(VertexSet& set, const GltfModel& model, const tinygltf::Pr
     if (texCoords)
         RequireKind(*texCoords, {TINYGLTF_COMPONENT_TYPE_FLOAT, byteOrShort[0], byteOrShort[1]}, {2},
                     "VEC2 floats, bytes or shorts", name);
-    const size_t after = before + count;
-    const bool moved = !transform.IsIdentity();
-    set.positions.resize(after);
-    for (size_t i = 0; i < count; ++i) {
-        VERTEX p{positions->Component<float>(i, 0), positions->Component<float>(i, 1),
-                 positions->Component<float>(i, 2)};
-        if (moved) p = transform.Apply(p);
-        if (!std::isfinite(p.x) || !std::isfinite(p.y) || !std::isfinite(p.z))
-            throw FileError::InFile(name, "finite coordinates in " + positions->path + ", as placed by its node",
-                                    "element " + std::to_string(i) + " at " + std::to_string(p.x) + ", " +
-                                        std::to_string(p.y) + ", " + std::to_string(p.z));
-        set.positions[before + i] = p;
-    }
-    Fill(set.normals, set.hasNormals, normals.has_value(), before, after, CVector_3<float>{0, 0, 0});
-    if (normals) {
-        set.normals.resize(after);
-        for (size_t i = 0; i < count; ++i) {
-            const CVector_3<float> n{normals->Component<float>(i, 0), normals->Component<float>(i, 1),
-                                     normals->Component<float>(i, 2)};
-            set.normals[before + i] = moved ? transform.ApplyToNormal(n) : n;
-        }
-    }
-    Fill(set.colors, set.hasColors, colors.has_value(), before, after, RGBA{255, 255, 255, 255});
-    if (colors) {
-        set.colors.resize(after);
+    ReadPositions(*positions, transform, set.positions.Append(count), name);
+    if (CVector_3<float>* to = set.normals.Room(normals.has_value(), before, count, {0, 0, 0}); normals)
+        ReadNormals(*normals, transform, to);
+    if (RGBA* to = set.colors.Room(colors.has_value(), before, count, {255, 255, 255, 255}); colors) {
         auto channel = [&](size_t i, int c) {
             return static_cast<uint8_t>(std::lround(std::clamp(colors->Unit(i, c), 0.0f, 1.0f) * 255.0f));
         };
         for (size_t i = 0; i < count; ++i)
-            set.colors[before + i] = {channel(i, 0), channel(i, 1), channel(i, 2),
-                                      colors->components == 4 ? channel(i, 3) : uint8_t{255}};
+            to[i] = {channel(i, 0), channel(i, 1), channel(i, 2),
+                     colors->components == 4 ? channel(i, 3) : uint8_t{255}};
     }
-    Fill(set.texCoords, set.hasTexCoords, texCoords.has_value(), before, after, CVector_2<float>{0, 0});
-    if (texCoords) {
-        set.texCoords.resize(after);
-        for (size_t i = 0; i < count; ++i) set.texCoords[before + i] = {texCoords->Unit(i, 0), texCoords->Unit(i, 1)};
-    }
+    if (CVector_2<float>* to = set.texCoords.Room(texCoords.has_value(), before, count, {0, 0}); texCoords)
+        for (size_t i = 0; i < count; ++i) to[i] = {texCoords->Unit(i, 0), texCoords->Unit(i, 1)};
     return before;
+}
+
+// A primitive's indices, unsigned bytes, shorts or ints.
+Elements Indices(const GltfModel& model, const tinygltf::Primitive& primitive, const std::string& path,
+                 const std::string& name)
+{
+    const Elements indices = Access(model, primitive.indices, path + ".indices", name);
+    RequireKind(indices,
+                {TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE, TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT,
+                 TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT},
+                {1}, "unsigned bytes, shorts or ints", name);
+    return indices;
+}
+
+// read(Index{}) for the indices' component type, so that each type has a
+// loop of its own.
+template <class Read>
+uint32_t ByIndexType(const Elements& indices, Read read)
+{
+    switch (indices.componentType) {
+        case TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE:
+            return read(uint8_t{});
+        case TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT:
+            return read(uint16_t{});
+        default:
+            return read(uint32_t{});
+    }
+}
+
+// FileError naming the first index not below vertices, when largest, the
+// largest index, is not.
+void CheckIndices(const Elements& elements, uint32_t largest, size_t vertices, const std::string& name)
+{
+    if (elements.count == 0 || largest < vertices) return;
+    const Elements indices = Resident(elements);
+    for (size_t i = 0; i < indices.count; ++i) {
+        const uint32_t index =
+            ByIndexType(indices, [&](auto type) -> uint32_t { return indices.Component<decltype(type)>(i, 0); });
+        if (index >= vertices)
+            throw FileError::InFile(name,
+                                    "vertex indices below " + std::to_string(vertices) + " in " + indices.path +
+                                        " (element " + std::to_string(i) + ")",
+                                    std::to_string(index));
+    }
 }
 
 // The vertex order of a primitive: its indices, checked against the vertex
@@ -557,28 +827,60 @@ BulkVector<int> VertexOrder(const GltfModel& model, const tinygltf::Primitive& p
     BulkVector<int> order;
     if (primitive.indices < 0) {
         order.resize(vertices);
-        for (size_t i = 0; i < vertices; ++i) order[i] = static_cast<int>(i);
+        std::iota(order.begin(), order.end(), 0);
         return order;
     }
-    const Elements indices = Access(model, primitive.indices, path + ".indices", name);
-    RequireKind(indices,
-                {TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE, TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT,
-                 TINYGLTF_COMPONENT_TYPE_UNSIGNED_INT},
-                {1}, "unsigned bytes, shorts or ints", name);
+    const Elements indices = Resident(Indices(model, primitive, path, name));
     order.resize(indices.count);
-    for (size_t i = 0; i < indices.count; ++i) {
-        const uint32_t index =
-            indices.componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_BYTE    ? indices.Component<uint8_t>(i, 0)
-            : indices.componentType == TINYGLTF_COMPONENT_TYPE_UNSIGNED_SHORT ? indices.Component<uint16_t>(i, 0)
-                                                                              : indices.Component<uint32_t>(i, 0);
-        if (index >= vertices)
-            throw FileError::InFile(name,
-                                    "vertex indices below " + std::to_string(vertices) + " in " + indices.path +
-                                        " (element " + std::to_string(i) + ")",
-                                    std::to_string(index));
-        order[i] = static_cast<int>(index);
-    }
+    const uint32_t largest = ByIndexType(indices, [&](auto type) {
+        uint32_t most = 0;
+        for (size_t i = 0; i < indices.count; ++i) {
+            const uint32_t index = indices.Component<decltype(type)>(i, 0);
+            most = std::max(most, index);
+            order[i] = static_cast<int>(index);
+        }
+        return most;
+    });
+    CheckIndices(indices, largest, vertices, name);
     return order;
+}
+
+// Appends count / 3 triangles of the indices from first at stride to rows,
+// their corners counted from offset; the largest index, the corners of an
+// unfinished last triangle too. The largest index is a local: a reference
+// would be written back per row, as the rows might alias it.
+template <class Index>
+uint32_t TrianglesOf(const char* first, size_t count, size_t stride, uint32_t offset, BulkVector<CPolygon<int>>& rows)
+{
+    uint32_t largest = 0;
+    const size_t triangles = count / 3;
+    for (size_t t = 0; t < triangles; ++t) {
+        const char* at = first + 3 * t * stride;
+        const uint32_t a = Load<Index>(at), b = Load<Index>(at + stride), c = Load<Index>(at + 2 * stride);
+        largest = std::max({largest, a, b, c});
+        // Unsigned, so that a bad index wraps instead of overflowing; it is refused after the loop.
+        CPolygon<int>& row = rows.emplace_back();
+        row.items[0] = static_cast<int>(a + offset);
+        row.items[1] = static_cast<int>(b + offset);
+        row.items[2] = static_cast<int>(c + offset);
+        row.count = 3;
+    }
+    for (size_t i = 3 * triangles; i < count; ++i)
+        largest = std::max<uint32_t>(largest, Load<Index>(first + i * stride));
+    return largest;
+}
+
+// Appends a triangle list's triangles, their corners counted from first;
+// the largest index it holds.
+template <class Index>
+uint32_t AppendTriangleList(const Elements& indices, size_t first, BulkVector<CPolygon<int>>& rows)
+{
+    uint32_t largest = 0;
+    EachPiece(indices, 3, [&](const char* piece, size_t, size_t count) {
+        largest =
+            std::max(largest, TrianglesOf<Index>(piece, count, indices.stride, static_cast<uint32_t>(first), rows));
+    });
+    return largest;
 }
 
 // What one glTF node's mesh becomes.
@@ -703,27 +1005,46 @@ private:
         const int texCoordSet = TextureOf(parts, primitive, path);
         VertexSet& set = parts.triangleVertices;
         const size_t first = AppendVertices(set, model_, primitive, path, transform, texCoordSet, name_);
-        const BulkVector<int> order = VertexOrder(model_, primitive, path, set.positions.size() - first, name_);
-        const size_t corners = order.size();
-        const size_t triangles = primitive.mode == TINYGLTF_MODE_TRIANGLES ? corners / 3
-                                 : corners < 3                             ? 0
-                                                                           : corners - 2;
-        if (triangles > static_cast<size_t>(INT_MAX) - parts.triangles.size())
-            throw FileError::InFile(name_, "at most 2147483647 triangles in one mesh", "more at " + path);
-        parts.triangles.reserve(parts.triangles.size() + triangles);
+        const size_t vertices = set.Count() - first;
+        BulkVector<CPolygon<int>>& rows = parts.triangles;
+        if (primitive.mode == TINYGLTF_MODE_TRIANGLES) {
+            if (primitive.indices < 0) {
+                ReserveTriangles(rows, vertices / 3, path);
+                for (size_t t = 0; t < vertices / 3; ++t) {
+                    const int a = static_cast<int>(first + 3 * t);
+                    rows.push_back({{a, a + 1, a + 2, 0}, 3});
+                }
+                return;
+            }
+            const auto indices = Indices(model_, primitive, path, name_);
+            ReserveTriangles(rows, indices.count / 3, path);
+            const uint32_t largest = ByIndexType(
+                indices, [&](auto type) { return AppendTriangleList<decltype(type)>(indices, first, rows); });
+            CheckIndices(indices, largest, vertices, name_);
+            return;
+        }
+        const BulkVector<int> order = VertexOrder(model_, primitive, path, vertices, name_);
+        const size_t triangles = order.size() < 3 ? 0 : order.size() - 2;
+        ReserveTriangles(rows, triangles, path);
         const int offset = static_cast<int>(first);
         for (size_t t = 0; t < triangles; ++t) {
             int a, b, c;
-            if (primitive.mode == TINYGLTF_MODE_TRIANGLES) {
-                a = order[3 * t], b = order[3 * t + 1], c = order[3 * t + 2];
-            } else if (primitive.mode == TINYGLTF_MODE_TRIANGLE_FAN) {
+            if (primitive.mode == TINYGLTF_MODE_TRIANGLE_FAN) {
                 a = order[0], b = order[t + 1], c = order[t + 2];
             } else {
                 // Every other triangle of a strip turns the other way.
                 a = order[t + (t % 2)], b = order[t + 1 - (t % 2)], c = order[t + 2];
             }
-            parts.triangles.push_back({{a + offset, b + offset, c + offset, 0}, 3});
+            rows.push_back({{a + offset, b + offset, c + offset, 0}, 3});
         }
+    }
+
+    // Room for triangles more rows, within a mesh's 2^31 - 1.
+    void ReserveTriangles(BulkVector<CPolygon<int>>& rows, size_t triangles, const std::string& path)
+    {
+        if (triangles > static_cast<size_t>(INT_MAX) - rows.size())
+            throw FileError::InFile(name_, "at most 2147483647 triangles in one mesh", "more at " + path);
+        rows.reserve(rows.size() + triangles);
     }
 
     void AddPointsOrLines(ElementParts& parts, const tinygltf::Primitive& primitive, const std::string& path,
@@ -731,23 +1052,27 @@ private:
     {
         VertexSet primitiveVertices;
         AppendVertices(primitiveVertices, model_, primitive, path, transform, 0, name_);
-        const BulkVector<int> order = VertexOrder(model_, primitive, path, primitiveVertices.positions.size(), name_);
+        const BulkVector<int> order = VertexOrder(model_, primitive, path, primitiveVertices.Count(), name_);
+        const VERTEX* positions = primitiveVertices.positions.Data();
         if (primitive.mode == TINYGLTF_MODE_POINTS) {
             VertexSet& set = parts.points;
-            const size_t before = set.positions.size(), after = before + order.size();
-            if (after > INT_MAX)
+            const size_t before = set.Count(), count = order.size();
+            if (count > static_cast<size_t>(INT_MAX) - before)
                 throw FileError::InFile(name_, "at most 2147483647 points in one mesh", "more at " + path);
-            Fill(set.normals, set.hasNormals, primitiveVertices.hasNormals, before, after, CVector_3<float>{0, 0, 0});
-            Fill(set.colors, set.hasColors, primitiveVertices.hasColors, before, after, RGBA{255, 255, 255, 255});
-            for (int v : order) {
-                set.positions.push_back(primitiveVertices.positions[v]);
-                if (primitiveVertices.hasNormals) set.normals.push_back(primitiveVertices.normals[v]);
-                if (primitiveVertices.hasColors) set.colors.push_back(primitiveVertices.colors[v]);
+            const Channel<CVector_3<float>>& normals = primitiveVertices.normals;
+            const Channel<RGBA>& colors = primitiveVertices.colors;
+            VERTEX* toPositions = set.positions.Append(count);
+            CVector_3<float>* toNormals = set.normals.Room(normals.present, before, count, {0, 0, 0});
+            RGBA* toColors = set.colors.Room(colors.present, before, count, {255, 255, 255, 255});
+            for (size_t i = 0; i < count; ++i) {
+                toPositions[i] = positions[order[i]];
+                if (normals.present) toNormals[i] = normals.Data()[order[i]];
+                if (colors.present) toColors[i] = colors.Data()[order[i]];
             }
             return;
         }
         auto point = [&](int v) {
-            const VERTEX& p = primitiveVertices.positions[v];
+            const VERTEX& p = positions[v];
             return CVector_3<double>{p.x, p.y, p.z};
         };
         if (primitive.mode == TINYGLTF_MODE_LINE) {
@@ -808,10 +1133,9 @@ private:
 // Makes model hold the set's vertices, normals and colours.
 void FillModel(CModelNode& model, const VertexSet& set, const std::string& name)
 {
-    if (!model.AppendVertex(static_cast<int>(set.positions.size()))) throw std::bad_alloc();
-    std::memcpy(model.vertices->Buffer(), set.positions.data(), set.positions.size() * sizeof(VERTEX));
-    SetArrayAttribute(model, kNormalsAttribute, set.normals, name);
-    SetArrayAttribute(model, kColorsAttribute, set.colors, name);
+    model.vertices = set.positions.items;
+    SetArrayAttribute(model, kNormalsAttribute, set.normals.Data(), set.normals.Count(), name);
+    SetArrayAttribute(model, kColorsAttribute, set.colors.Data(), set.colors.Count(), name);
 }
 
 CBaseNode* SceneOf(std::vector<ElementParts>& elements, const std::string& name)
@@ -824,8 +1148,8 @@ CBaseNode* SceneOf(std::vector<ElementParts>& elements, const std::string& name)
             auto* mesh = static_cast<CMeshNode*>(Adopt(element, CMeshNode::Create()));
             mesh->SetName(parts.meshName.c_str());
             FillModel(*mesh, parts.triangleVertices, name);
-            if (parts.triangleVertices.hasTexCoords) {
-                const BulkVector<CVector_2<float>>& uv = parts.triangleVertices.texCoords;
+            if (parts.triangleVertices.texCoords.present) {
+                const CVector_2<float>* uv = parts.triangleVertices.texCoords.Data();
                 BulkVector<CPolygon<CVector_2<float>>>& rows = mesh->texCoords->rows;
                 rows.resize(parts.triangles.size());
                 for (size_t t = 0; t < rows.size(); ++t) {
@@ -836,7 +1160,7 @@ CBaseNode* SceneOf(std::vector<ElementParts>& elements, const std::string& name)
             mesh->polygons->rows.swap(parts.triangles);
             if (parts.texture && mesh->AppendImage(*parts.texture) < 0) throw std::bad_alloc();
         }
-        if (!parts.points.positions.empty()) {
+        if (parts.points.Count() != 0) {
             auto* model = static_cast<CModelNode*>(Adopt(element, CModelNode::Create()));
             model->SetName(parts.meshName.c_str());
             FillModel(*model, parts.points, name);
@@ -850,16 +1174,21 @@ CBaseNode* SceneOf(std::vector<ElementParts>& elements, const std::string& name)
     return root.Take();
 }
 
-CBaseNode* ReadGltfIn(std::string_view bytes, const std::string& name, const std::string& folder,
-                      std::vector<std::string>* warnings)
+CBaseNode* SceneOfModel(const GltfModel& model, const std::string& name, const std::string& folder,
+                        std::vector<std::string>* warnings)
 {
-    const GltfModel model = Parse(bytes, name, folder);
     GltfScene scene(model, name, folder);
     std::vector<ElementParts> elements = scene.Elements();
     if (elements.empty()) throw FileError::InFile(name, "a node showing a mesh", "none");
     CBaseNode* root = SceneOf(elements, name);
     if (warnings != nullptr) warnings->insert(warnings->end(), scene.warnings.begin(), scene.warnings.end());
     return root;
+}
+
+CBaseNode* ReadGltfIn(std::string_view bytes, const std::string& name, const std::string& folder,
+                      std::vector<std::string>* warnings)
+{
+    return SceneOfModel(Parse(bytes, name, folder), name, folder, warnings);
 }
 
 }  // namespace
@@ -873,6 +1202,14 @@ CBaseNode* ImportGltf(const std::string& path, std::vector<std::string>* warning
 {
     const size_t slash = path.find_last_of('/');
     const std::string folder = slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+    // A binary file whose BIN chunk is its buffer 0 stays on disk while it is
+    // read; any other file is read whole.
+    {
+        const FileOnDisk file(path);
+        if (file.Size() >= 4 && file.WordAt(0) == kGlbMagic)
+            if (std::optional<GltfModel> model = ParseOnDisk(file, path, folder))
+                return SceneOfModel(*model, path, folder, warnings);
+    }
     const FileBytes bytes = ReadWholeFile(path);
     return ReadGltfIn(bytes.View(), path, folder, warnings);
 }

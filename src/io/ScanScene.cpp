@@ -2,6 +2,7 @@
 
 #include <brelldata/io/Gltf.h>
 
+#include <brelldata/scan/BlockOutput.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
@@ -26,9 +27,9 @@ namespace brell::io {
 
 namespace {
 
-// Bytes a model's block spends besides its per-vertex arrays: its vertex
-// count and store length, and its attribute block's count and entry headers.
-constexpr uint64_t kModelBlockSlack = 128;
+// Room in a model's or mesh's attribute block for the entry headers of the
+// per-vertex and per-face arrays that a scan gives it.
+constexpr uint64_t kAttributeHeaderBytes = 116;
 
 // Gives the whole pages in [from, to) back to the system, their contents no
 // longer needed; the start of the first of them.
@@ -229,9 +230,10 @@ void AddModels(CBaseNode& element, ScanGeometry& geometry, const CRefData<CArray
     const uint64_t vertices = static_cast<uint64_t>(positions->Number());
     const uint64_t vertexBytes = sizeof(VERTEX) + (geometry.normals.empty() ? 0 : sizeof(CVector_3<float>)) +
                                  (geometry.colors.empty() ? 0 : sizeof(RGBA));
+    const uint64_t slack = ModelBlockBytes(0) + kAttributeHeaderBytes;
     uint64_t parts = 1;
-    if (kModelBlockSlack + vertices * vertexBytes > detail::NodeStreamLimit()) {
-        const uint64_t room = detail::PieceBytes() > kModelBlockSlack ? detail::PieceBytes() - kModelBlockSlack : 0;
+    if (slack + vertices * vertexBytes > detail::NodeStreamLimit()) {
+        const uint64_t room = detail::PieceBytes() > slack ? detail::PieceBytes() - slack : 0;
         const uint64_t most = std::max<uint64_t>(room / vertexBytes, 1);
         parts = (vertices + most - 1) / most;
     }
@@ -277,10 +279,6 @@ void AddScanVertices(CModelNode& model, const ScanGeometry& geometry, const VERT
     SetArrayAttribute(model, kScanVerticesAttribute, scanVertices.data(), scanVertices.size(), name);
 }
 
-// Bytes a mesh's block spends besides its rows and per-vertex arrays: its
-// five length prefixes and three list counts, and what a model's block spends.
-constexpr uint64_t kMeshBlockSlack = 32 + kModelBlockSlack;
-
 // A mesh part of the faces from first to end, with the vertices they use
 // (scanVertices, in order of first use; localOf gives their place in it).
 void AddMeshPart(CBaseNode& element, const ScanGeometry& geometry, const VERTEX* positions,
@@ -312,10 +310,10 @@ void AddMeshes(CBaseNode& element, ScanGeometry& geometry, const CRefData<CArray
     const uint64_t vertexBytes = sizeof(VERTEX) + (geometry.normals.empty() ? 0 : sizeof(CVector_3<float>)) +
                                  (geometry.colors.empty() ? 0 : sizeof(RGBA));
     const auto faceBytes = [&](const CPolygon<int>& face) {
-        const uint64_t corners = static_cast<uint64_t>(std::clamp(face.count, 0, 4));
-        return 4 + 4 * corners + (texCoords ? 4 + 8 * corners : 0) + (faceColors ? sizeof(RGBA) : 0);
+        return MeshPolygonBytes(face.count, texCoords) + (faceColors ? sizeof(RGBA) : 0);
     };
-    uint64_t bytes = kMeshBlockSlack + vertexCount * vertexBytes;
+    const uint64_t slack = MeshBlockBytes(0) + kAttributeHeaderBytes;
+    uint64_t bytes = slack + vertexCount * vertexBytes;
     for (const CPolygon<int>& face : geometry.faces) bytes += faceBytes(face);
     if (bytes <= detail::NodeStreamLimit()) {
         auto* mesh = static_cast<CMeshNode*>(Adopt(&element, CMeshNode::Create()));
@@ -337,7 +335,7 @@ void AddMeshes(CBaseNode& element, ScanGeometry& geometry, const CRefData<CArray
     };
     for (size_t first = 0, end = 0; first < geometry.faces.size(); first = end) {
         scanVertices.clear();
-        uint64_t partBytes = kMeshBlockSlack;
+        uint64_t partBytes = slack;
         for (end = first; end < geometry.faces.size(); ++end) {
             const CPolygon<int>& face = geometry.faces[end];
             int fresh[4];

@@ -6,14 +6,13 @@
 #include <brelldata/core/NodeStream.h>
 #include <brelldata/core/Tree.h>
 #include <brelldata/io/SceneFile.h>
-#include <brelldata/scan/ModelNodes.h>
+#include <brelldata/scan/BlockOutput.h>
 
 #include <xxhash.h>
 
 #include <algorithm>
 #include <climits>
 #include <deque>
-#include <functional>
 #include <cstring>
 #include <new>
 #include <optional>
@@ -206,27 +205,6 @@ uint64_t RecordBytes(CBaseNode* node, int dataBytes)
     return kRecordFrameBytes + node->Type().size() + 1 + node->Name().size() + 1 + static_cast<uint64_t>(dataBytes);
 }
 
-// The bytes of a node's block, also past the limit, where its class says
-// how to count them; 0 where it does not.
-uint64_t BlockBytes(CBaseNode* node)
-{
-    const int attributes = node->CBaseNode::SizeOfByte();
-    if (attributes < 0) return 0;
-    if (auto* image = brell::AsKindOf<CImageNode>(node))
-        return 12 + 4 * uint64_t(image->image->width) * uint64_t(image->image->height) + attributes;
-    auto* model = brell::AsKindOf<CModelNode>(node);
-    if (model == nullptr) return 0;
-    uint64_t bytes = 8 + 24 * uint64_t(model->VertexNumber()) + attributes;
-    if (auto* mesh = brell::AsKindOf<CMeshNode>(node)) {
-        bytes += 32 + 4 * (uint64_t(mesh->intList1->Number()) + mesh->intList2->Number() + mesh->intList3->Number());
-        bytes += 4;
-        for (const auto& row : mesh->polygons->rows) bytes += 4 + 4 * uint64_t(std::clamp(row.count, 0, 4));
-        bytes += 4;
-        for (const auto& row : mesh->texCoords->rows) bytes += 4 + 8 * uint64_t(std::clamp(row.count, 0, 4));
-    }
-    return bytes;
-}
-
 // A node of the tree being saved, depth first, a node before its children,
 // so that a subtree is the range of its node and its subtreeNodes - 1 next.
 struct MeasuredNode {
@@ -250,7 +228,7 @@ std::vector<MeasuredNode> MeasureTree(CBaseNode* root, const std::string& path)
         const int dataBytes = node->SizeOfByte();
         const uint64_t recordBytes = RecordBytes(node, std::max(dataBytes, 0));
         if (dataBytes < 0 || recordBytes > detail::NodeStreamLimit()) {
-            const uint64_t bytes = dataBytes < 0 ? BlockBytes(node) : recordBytes;
+            const uint64_t bytes = dataBytes < 0 ? brell::DataBlockBytes(node) : recordBytes;
             throw FileError::InFile(
                 path, "nodes of at most " + Number(detail::NodeStreamLimit()) + " bytes each",
                 node->Type() + " \"" + node->Name() + "\" of " + (bytes == 0 ? "more" : Number(bytes)) + " bytes");
@@ -334,53 +312,99 @@ std::vector<StreamPlan> PlanStreams(const std::vector<MeasuredNode>& nodes)
     return plans;
 }
 
-// The model whose vertices a record of node leaves out of memory: its
-// vertex store goes to the file straight from the store; null for others.
-CModelNode* ModelWrittenInPlace(const MeasuredNode& node)
-{
-    return node.node->Type() == CModelNode::TypeId() ? static_cast<CModelNode*>(node.node) : nullptr;
-}
+// The bytes of a scene file, put into its saver and hashed as they pass,
+// in pieces of the output's buffer.
+class HashedOutput : public ByteOutput {
+public:
+    explicit HashedOutput(FileSaver& saver) : saver_(saver) { hash_.emplace(); }
 
-// The bytes of node's record that are made in memory before they are saved.
-uint64_t HeldBytes(const MeasuredNode& node)
-{
-    CModelNode* model = ModelWrittenInPlace(node);
-    return model == nullptr ? node.recordBytes : node.recordBytes - 24 * uint64_t(model->VertexNumber());
-}
-
-// Hands one record to sink, frame and data block, made in buffer, which
-// holds its HeldBytes. A model's block, its vertex store's block (length,
-// count, vertices) and then its attribute block, gets its vertices straight
-// from the store.
-// Takes the bytes of the file being saved, in order.
-using FileSink = std::function<void(const void* bytes, size_t size)>;
-
-void PutRecord(const MeasuredNode& node, uint32_t children, unsigned char* buffer, const FileSink& sink)
-{
-    BlockWriter out(buffer);
-    out.UInt32(static_cast<uint32_t>(node.recordBytes));
-    out.Int32(static_cast<int32_t>(children));
-    out.String(node.node->Type());
-    out.String(node.node->Name());
-    out.Int32(node.dataBytes);
-    CModelNode* model = ModelWrittenInPlace(node);
-    if (model == nullptr) {
-        node.node->Write(out.Position());
-        sink(buffer, node.recordBytes);
-        return;
+    // The hash of what was put since the last call; the next starts afresh.
+    uint64_t TakeHash()
+    {
+        Drain();
+        const uint64_t value = hash_->Value();
+        hash_.emplace();
+        return value;
     }
-    const int vertices = model->VertexNumber();
-    out.Int32(4 + 24 * vertices);
-    out.Int32(vertices);
-    sink(buffer, static_cast<size_t>(out.Position() - buffer));
-    sink(model->vertices->Buffer(), 24 * size_t(vertices));
-    const int attributes = model->CBaseNode::SizeOfByte();
-    model->CBaseNode::Write(buffer);
-    sink(buffer, static_cast<size_t>(attributes));
+
+private:
+    void Take(const char* bytes, size_t size) override
+    {
+        hash_->Add(kSceneHeaderBytes, {bytes, size});
+        saver_.Put(bytes, size);
+    }
+
+    FileSaver& saver_;
+    std::optional<StreamHash> hash_;
+};
+
+void PutString(ByteOutput& out, const std::string& text)
+{
+    out.Int32(static_cast<int32_t>(text.size() + 1));
+    out.Put(text.data(), text.size());
+    out.Put("", 1);
 }
 
-// Saves the planned streams a record at a time: the largest record, less a
-// model's vertices, is all that is held in memory beside the tree.
+// Puts one record, frame and data block, into out: the node's stores go a
+// bounded piece at a time, so no record is made whole in memory.
+void PutRecord(CBaseNode* node, uint32_t children, int dataBytes, ByteOutput& out)
+{
+    out.Int32(static_cast<int32_t>(RecordBytes(node, dataBytes)));
+    out.Int32(static_cast<int32_t>(children));
+    PutString(out, node->Type());
+    PutString(out, node->Name());
+    out.Int32(dataBytes);
+    brell::PutDataBlock(node, out);
+}
+
+void PutRecord(const MeasuredNode& node, uint32_t children, ByteOutput& out)
+{
+    PutRecord(node.node, children, node.dataBytes, out);
+}
+
+// The header of a scene file of the given version, whose length counts the
+// bytes after it.
+SceneHeader HeaderOf(uint32_t version, uint64_t length, uint64_t hash)
+{
+    SceneHeader header{};
+    std::memcpy(header.magic, kMagic, sizeof kMagic);
+    header.version = version;
+    header.length = length;
+    header.hash = hash;
+    return header;
+}
+
+// The header's lengths were planned from the same measures as the records:
+// a file that disagrees with them would not load, so it is not put in place.
+void CommitMeasured(FileSaver& saver, const std::string& path, uint64_t total)
+{
+    saver.Drain();
+    if (saver.Written() != total)
+        throw FileError::AtByte(path, saver.Written(), std::to_string(total) + " bytes to save", "another count");
+    saver.Commit();
+}
+
+// Saves a tree of one stream of length bytes (format version 1) a record at
+// a time, its hash taken as the records pass; the header goes in last.
+void SaveOneStream(CBaseNode* root, uint64_t length, const std::string& path)
+{
+    FileSaver saver(path, kSceneHeaderBytes + length);
+    const SceneHeader unknown{};
+    saver.Put(&unknown, sizeof unknown);
+    HashedOutput out(saver);
+    std::vector<CBaseNode*> pending{root};
+    while (!pending.empty()) {
+        CBaseNode* node = pending.back();
+        pending.pop_back();
+        PutRecord(node, node->GetChildNum(), node->SizeOfByte(), out);
+        for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.push_back(node->GetChild(i));
+    }
+    const SceneHeader header = HeaderOf(kSceneFormatVersion, length, out.TakeHash());
+    saver.Overwrite(0, &header, sizeof header);
+    CommitMeasured(saver, path, kSceneHeaderBytes + length);
+}
+
+// Saves the planned streams a record at a time.
 void SaveStreams(const std::vector<MeasuredNode>& nodes, const std::vector<StreamPlan>& plans, const std::string& path)
 {
     std::vector<unsigned char> table(sizeof(uint64_t) + plans.size() * sizeof(StreamEntry));
@@ -391,46 +415,26 @@ void SaveStreams(const std::vector<MeasuredNode>& nodes, const std::vector<Strea
         std::memcpy(table.data() + sizeof count + k * sizeof(StreamEntry), &plans[k].entry, sizeof(StreamEntry));
         length += plans[k].entry.length + kStreamHashBytes;
     }
-    SceneHeader header{};
-    std::memcpy(header.magic, kMagic, sizeof kMagic);
-    header.version = kSceneStreamsFormatVersion;
-    header.length = length;
-    header.hash = XXH3_64bits(table.data(), table.size());
+    const SceneHeader header =
+        HeaderOf(kSceneStreamsFormatVersion, length, XXH3_64bits(table.data(), table.size()));
 
-    uint64_t largest = 0;
-    for (const MeasuredNode& node : nodes) largest = std::max(largest, HeldBytes(node));
-    FileBytes buffer(largest);
-    auto* bytes = reinterpret_cast<unsigned char*>(buffer.Data());
-    const uint64_t total = kSceneHeaderBytes + length;
-    FileSaver saver(path, total);
-    uint64_t saved = 0;
-    const FileSink sink = [&](const void* piece, size_t size) {
-        saver.Put(piece, size);
-        saved += size;
-    };
-    sink(&header, sizeof header);
-    sink(table.data(), table.size());
+    FileSaver saver(path, kSceneHeaderBytes + length);
+    saver.Put(&header, sizeof header);
+    saver.Put(table.data(), table.size());
+    HashedOutput out(saver);
     for (const StreamPlan& plan : plans) {
-        StreamHash hash;
-        auto hashed = [&](const void* piece, size_t size) {
-            sink(piece, size);
-            hash.Add(kSceneHeaderBytes, {static_cast<const char*>(piece), size});
-        };
         for (const StreamPlan::Record& planned : plan.records) {
             if (!planned.wholeSubtree) {
-                PutRecord(nodes[planned.node], planned.children, bytes, hashed);
+                PutRecord(nodes[planned.node], planned.children, out);
                 continue;
             }
             for (size_t i = planned.node; i < planned.node + nodes[planned.node].subtreeNodes; ++i)
-                PutRecord(nodes[i], nodes[i].node->GetChildNum(), bytes, hashed);
+                PutRecord(nodes[i], nodes[i].node->GetChildNum(), out);
         }
-        const uint64_t value = hash.Value();
-        sink(&value, sizeof value);
+        const uint64_t value = out.TakeHash();
+        saver.Put(&value, sizeof value);
     }
-    // The header's lengths were planned from the same measures: a file that
-    // disagrees with them would not load, so it is not put in place.
-    if (saved != total) throw FileError::AtByte(path, saved, std::to_string(total) + " bytes to save", "another count");
-    saver.Commit();
+    CommitMeasured(saver, path, kSceneHeaderBytes + length);
 }
 
 // The header of a scene file of several streams at the start of bytes;
@@ -543,25 +547,12 @@ void SaveScene(CBaseNode* root, const std::string& path)
     if (root == nullptr) throw FileError::InFile(path, "a scene to save", "none");
     CheckLoadable(root, path);
     const int streamSize = SizeOfByte(root);
-    if (streamSize < 1 || static_cast<uint64_t>(streamSize) > detail::PieceBytes()) {
-        const std::vector<MeasuredNode> nodes = MeasureTree(root, path);
-        SaveStreams(nodes, PlanStreams(nodes), path);
+    if (streamSize >= 1 && static_cast<uint64_t>(streamSize) <= detail::PieceBytes()) {
+        SaveOneStream(root, static_cast<uint64_t>(streamSize), path);
         return;
     }
-
-    const size_t fileSize = kSceneHeaderBytes + static_cast<size_t>(streamSize);
-    FileBytes file(fileSize);
-    auto* stream = reinterpret_cast<unsigned char*>(file.Data()) + kSceneHeaderBytes;
-    if (WriteNode(stream, root) != streamSize)
-        throw FileError::InFile(path, "a scene that streams", "one that did not");
-
-    SceneHeader header{};
-    std::memcpy(header.magic, kMagic, sizeof kMagic);
-    header.version = kSceneFormatVersion;
-    header.length = static_cast<uint64_t>(streamSize);
-    header.hash = XXH3_64bits(stream, header.length);
-    std::memcpy(file.Data(), &header, sizeof header);
-    SaveFile(path, file.Data(), fileSize);
+    const std::vector<MeasuredNode> nodes = MeasureTree(root, path);
+    SaveStreams(nodes, PlanStreams(nodes), path);
 }
 
 void SaveScene(CTree& tree, const std::string& path)

@@ -1,9 +1,8 @@
 #include "python/Bindings.h"
 
 #include <brelldata/camera/CameraData.h>
-#include <brelldata/camera/CameraLayout.h>
+#include <brelldata/io/CameraFile.h>
 #include <brelldata/camera/KameraData.h>
-#include <brelldata/io/FileError.h>
 #include <brelldata/platform/Archive.h>
 
 #include <pybind11/stl.h>
@@ -82,33 +81,10 @@ py::array BlockView(const py::object& self, unsigned char* data, int length)
     return py::array(py::dtype::of<uint8_t>(), {py::ssize_t{length}}, data, self);
 }
 
-template <class Header>
-Header ReadHeader(const std::string& path)
-{
-    CFile file(path.c_str(), CFile::modeRead);
-    CArchive archive(&file, CArchive::load);
-    Header header;
-    archive >> header;
-    return header;
-}
-
 // The layout of the file by its headers and length; FileError when neither fits.
 std::string DetectedLayout(const std::string& path)
 {
-    uint64_t fileBytes = 0;
-    {
-        CFile file(path.c_str(), CFile::modeRead);
-        fileBytes = file.GetLength();
-    }
-    switch (DetectCameraLayout(ReadHeader<CAMERAHEADER>(path), ReadHeader<KAMERAHEADER>(path), fileBytes)) {
-        case CameraFileLayout::first:
-            return "first";
-        case CameraFileLayout::second:
-            return "second";
-        default:
-            throw io::FileError::InFile(path, "a camera data file whose header and blocks make up its size",
-                                        std::to_string(fileBytes) + " bytes that fit neither layout");
-    }
+    return io::CameraFileLayoutOf(path) == CameraFileLayout::first ? "first" : "second";
 }
 
 std::unique_ptr<CameraShot> ReadShot(const std::string& path, const std::optional<std::string>& chosenLayout)

@@ -58,6 +58,16 @@ int CObjectNode::GeoCalc(const char* procedure, CBaseNode* output)
     return GeoCalcThis(procedure, TypeId().c_str(), output);
 }
 
+uint64_t CObjectNode::BlockBytes()
+{
+    return static_cast<uint64_t>(std::max(CBaseNode::SizeOfByte(), 0));
+}
+
+void CObjectNode::PutBlock(brell::ByteOutput& out)
+{
+    out.PutMade(static_cast<size_t>(CBaseNode::SizeOfByte()), [this](unsigned char* at) { CBaseNode::Write(at); });
+}
+
 int CObjectNode::GeoCalcThis(const char* procedure, const char* typeName, CBaseNode* output)
 {
     return brell::CallProcedure(brell::kGeoProcedure, typeName, procedure, this, output);

@@ -5,9 +5,17 @@
 
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/Block.h>
+#include <brelldata/data/ArrayDataStore.h>
+#include <brelldata/data/LineDataStore.h>
+#include <brelldata/data/MatrixDataStore.h>
+#include <brelldata/data/PolygonDataStore.h>
 #include <brelldata/data/RefData.h>
+#include <brelldata/scan/BlockOutput.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <string>
 
 namespace brell {
@@ -23,6 +31,17 @@ public:
 
 private:
     int size_ = 0;
+};
+
+// Counts a layout in 64 bits, also past 2 GB.
+class BlockCounter {
+public:
+    void Int32(int32_t) { bytes_ += 4; }
+    void Bytes(const void*, size_t size) { bytes_ += size; }
+    uint64_t Total() const { return bytes_; }
+
+private:
+    uint64_t bytes_ = 0;
 };
 
 // A reader of a scan node's data block, which knows the node it reads for.
@@ -69,6 +88,21 @@ void StorePart(BlockSizer& sizer, const Store& store)
     sizer.Part(store.SizeOfByte());
 }
 
+template <class Store>
+void StorePart(BlockCounter& counter, const Store& store)
+{
+    counter.Int32(0);
+    store.Put(counter);
+}
+
+// Only blocks below 2 GB are put, so the store's own measure gives its length.
+template <class Store>
+void StorePart(ByteOutput& out, const Store& store)
+{
+    out.Int32(store.SizeOfByte());
+    store.Put(out);
+}
+
 // A class's data block: its own fields, laid out once by Fields (called with
 // a writer, a reader or a sizer and the node), then its base class's block.
 // Write and Read give 0 for a null block, else the base's result; the size
@@ -99,6 +133,27 @@ int ReadBlock(Node& node, void* block, Fields fields)
     return node.Base::Read(const_cast<unsigned char*>(reader.Position()));
 }
 
+// The same block counted in 64 bits (0 when its base's cannot be counted)
+// and put into out a piece at a time.
+template <class Base, class Node, class Fields>
+uint64_t CountBlock(Node& node, Fields fields, size_t unwritten)
+{
+    BlockCounter counter;
+    fields(counter, node);
+    const uint64_t base = node.Base::BlockBytes();
+    return base == 0 ? 0 : counter.Total() + base + unwritten;
+}
+
+template <class Base, class Node, class Fields>
+void PutBlock(Node& node, ByteOutput& out, Fields fields, size_t unwritten)
+{
+    fields(out, node);
+    node.Base::PutBlock(out);
+    // Write leaves them as they were; a file gets zeros.
+    std::memset(out.Room(unwritten), 0, unwritten);
+    out.Advance(unwritten);
+}
+
 // The data block operations and the geometry calculation of a scan-data
 // class: its own fields, laid out by Fields, then Base's data block, then
 // unwritten bytes that only SizeOfByte counts.
@@ -118,6 +173,14 @@ int ReadBlock(Node& node, void* block, Fields fields)
     int Class::GeoCalc(const char* procedure, CBaseNode* output)                           \
     {                                                                                      \
         return GeoCalcDescent(procedure, TypeId(), output);                                \
+    }                                                                                      \
+    uint64_t Class::BlockBytes()                                                           \
+    {                                                                                      \
+        return brell::CountBlock<Base>(*this, Fields, (unwritten));                        \
+    }                                                                                      \
+    void Class::PutBlock(brell::ByteOutput& out)                                           \
+    {                                                                                      \
+        brell::PutBlock<Base>(*this, out, Fields, (unwritten));                            \
     }
 
 // handle shares source's store, then makes it a private copy.

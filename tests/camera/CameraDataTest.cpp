@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <fstream>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -43,27 +44,6 @@ TYPED_TEST(Shots, WriteBackTheFileTheyWereReadFromLeavingTheHeaderInHostOrder)
     const Buffer hostOrder = ImageOf(shot.header);
     EXPECT_EQ(WriteShot(shot), file);
     EXPECT_EQ(ImageOf(shot.header), hostOrder);
-}
-
-TYPED_TEST(Shots, RoundTripThroughADiskFile)
-{
-    using Shot = typename TypeParam::Shot;
-    const Buffer file = SmallFile<TypeParam>();
-    Shot shot;
-    ReadShot(file, shot);
-    const std::string path = testing::TempDir() + "brell-camera-round-trip";
-    {
-        CFile out(path.c_str(), CFile::modeCreate | CFile::modeWrite);
-        CArchive store(&out, CArchive::store);
-        store << shot;
-        store.Close();
-    }
-    Shot fromDisk;
-    CFile in(path.c_str(), CFile::modeRead);
-    CArchive load(&in, CArchive::load);
-    load >> fromDisk;
-    EXPECT_EQ(WriteShot(fromDisk), file);
-    std::remove(path.c_str());
 }
 
 TYPED_TEST(Shots, CopiesHoldArraysOfTheirOwnWithEveryByte)
@@ -104,8 +84,7 @@ TYPED_TEST(Shots, ArraysRoundUpToSixteenAndAreKeptForSmallerRequests)
     EXPECT_EQ(TypeParam::Allocate2d(sized, 1), 1);
     EXPECT_EQ(sized.length2D, 16);
     EXPECT_EQ(TypeParam::Allocate2d(sized, INT_MAX), 0) << "a length past 32 bits cannot be had";
-    EXPECT_EQ(sized.data2D, nullptr);
-    EXPECT_EQ(sized.length2D, 0);
+    EXPECT_EQ(std::tuple(sized.data2D, sized.length2D), std::tuple(nullptr, 0));
 }
 
 // The header keeps what was read and zeros, each array what was read; before
@@ -164,9 +143,8 @@ TYPED_TEST(Shots, EachErrorLeavesAnAllZeroRecordAndOneErrorLine)
         ExpectEmpty<TypeParam>(failed);
         std::vector<std::string> outputs = Outputs(recording);
         ASSERT_GE(outputs.size(), 3u);
-        EXPECT_EQ(outputs[0], kClear);
-        EXPECT_EQ(outputs[1], kReadHeader);
-        EXPECT_EQ(outputs.back(), "output 0 -2 " + c.error);
+        EXPECT_EQ(std::tuple(outputs[0], outputs[1], outputs.back()),
+                  std::tuple(kClear, kReadHeader, "output 0 -2 " + c.error));
         EXPECT_EQ(std::count_if(outputs.begin(), outputs.end(), [](auto& o) { return o.rfind("output 0 -2", 0) == 0; }),
                   1);
     }

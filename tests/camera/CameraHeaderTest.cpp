@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -92,10 +93,8 @@ TEST(FirstLayoutHeader, ReadsInHostOrderAndListsThirtyTwoLinesAtLevelSixty)
     load >> h;
 
     // The listing below shows every other field as read.
-    EXPECT_EQ(h.reserved1, 0xEE);
-    EXPECT_EQ(h.reserved2[107], 0x11);
-    EXPECT_EQ(h.calibTables[3].words[13], 0x37010203u);
-    EXPECT_EQ(h.reserved3[31], 0x22);
+    EXPECT_EQ(std::tuple(h.reserved1, h.reserved2[107], h.calibTables[3].words[13], h.reserved3[31]),
+              std::tuple(0xEE, 0x11, 0x37010203u, 0x22));
 
     const std::vector<std::string> listing = {
         "---------------- Header of Camera Data ----------------\n",

@@ -15,6 +15,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace brell::test {
@@ -172,9 +173,8 @@ inline std::vector<std::string> Outputs(const Recording& recording)
 template <class Layout>
 void ExpectEmpty(const typename Layout::Shot& shot)
 {
-    EXPECT_EQ(ImageOf(shot.header), Buffer(Layout::kHeaderBytes, 0));
-    EXPECT_EQ(shot.data3D, nullptr);
-    EXPECT_EQ(shot.data2D, nullptr);
+    EXPECT_EQ(std::tuple(ImageOf(shot.header), shot.data3D, shot.data2D),
+              std::tuple(Buffer(Layout::kHeaderBytes, 0), nullptr, nullptr));
     EXPECT_EQ(shot.length3D + shot.length2D + Layout::Reserved(shot), 0);
 }
 

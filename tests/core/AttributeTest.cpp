@@ -38,8 +38,7 @@ TEST(AttributeBlocks, HoldTheEntriesInNameOrder)
     sorted.SetAttribute("Zeta", &answer, 4, VALUE_INT);
     sorted.SetAttribute("scale", &scale, 8, VALUE_DOUBLE);
     sorted.SetAttribute("\xE9t\xE9", &answer, 4, VALUE_BOOL);  // high bytes sort after ASCII
-    EXPECT_EQ(sorted.AttributeName(-1), "Zeta");
-    EXPECT_EQ(sorted.AttributeName(4), "");
+    EXPECT_EQ(std::tuple(sorted.AttributeName(-1), sorted.AttributeName(4)), std::tuple("Zeta", ""));
 
     // The library writes 1 as the reserved word of an entry with data.
     Bytes expected;
@@ -208,8 +207,7 @@ TEST(NodeAttributes, StructQueriesOfAnEntryWithoutBytesGiveSizeZero)
     int stringSize = 9, structSize = 9;
     EXPECT_EQ(node.QueryAttributeString("empty", &stringSize), nullptr);
     EXPECT_EQ(node.QueryAttributeStruct("empty", &structSize), nullptr);
-    EXPECT_EQ(stringSize, 0);
-    EXPECT_EQ(structSize, 0);
+    EXPECT_EQ(std::tuple(stringSize, structSize), std::tuple(0, 0));
 }
 
 }  // namespace

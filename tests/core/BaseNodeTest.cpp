@@ -11,6 +11,7 @@
 
 #include <cstdio>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -27,9 +28,8 @@ CBaseNode* Logged(const char* name)
 TEST(BaseNode, IsKindOfEachBaseByExactName)
 {
     Held cube(CTestCubeNode::Create());
-    EXPECT_EQ(cube->Type(), "CTestCubeNode");
-    EXPECT_EQ(CTestCubeNode::BaseTypeId(), "CTestBoxNode");
-    EXPECT_EQ(CBaseNode::BaseTypeId(), "");
+    EXPECT_EQ(std::tuple(cube->Type(), CTestCubeNode::BaseTypeId(), CBaseNode::BaseTypeId()),
+              std::tuple("CTestCubeNode", "CTestBoxNode", ""));
     for (const char* name : {"CTestCubeNode", "CTestBoxNode", "CTestSolidNode", "CTestShapeNode", "CBaseNode"})
         EXPECT_EQ(cube->IsKindOf(name), 1) << name;
     for (const char* name : {"cbasenode", "CTestCube", ""}) EXPECT_EQ(cube->IsKindOf(name), 0) << name;
@@ -83,8 +83,7 @@ TEST(BaseNodeChildren, AreRemovedAndInsertedByPosition)
     holder->AppendChild(last);
     EXPECT_EQ(child->RefCount(), 2);
     EXPECT_EQ(holder->RemoveChild(child, 1), 1);
-    EXPECT_EQ(child->RefCount(), 1);
-    EXPECT_EQ(holder->ChildIndex(child), 0);
+    EXPECT_EQ(std::tuple(child->RefCount(), holder->ChildIndex(child)), std::tuple(1, 0));
     holder->RemoveChild(0u, 0);  // without release the reference is the caller's
     EXPECT_EQ(child->RefCount(), 1);
     EXPECT_EQ(holder->RemoveChild(child, 1), 0);
@@ -102,9 +101,8 @@ TEST(BaseNodeChildren, AreRemovedAndInsertedByPosition)
     EXPECT_EQ((std::vector<CBaseNode*>{holder->GetFirstChild(), holder->GetChild(1), holder->GetLastChild(),
                                        holder->GetChild(3)}),
               (std::vector<CBaseNode*>{b, last, b, nullptr}));
-    EXPECT_EQ(outsider->RefCount(), 1);
-    EXPECT_EQ(holder->ChildIndex(nullptr), -1);
-    EXPECT_EQ(holder->IsChild(outsider.node), 0);
+    EXPECT_EQ(std::tuple(outsider->RefCount(), holder->ChildIndex(nullptr), holder->IsChild(outsider.node)),
+              std::tuple(1, -1, 0));
     EXPECT_EQ(outsider->GetLastChild(), nullptr);
 }
 
@@ -112,8 +110,7 @@ TEST(NodeRegistry, CreatesTypesByExactNameWithCountZero)
 {
     CBaseNode* node = CreateNode("CRefNode");
     ASSERT_NE(node, nullptr);
-    EXPECT_EQ(node->Type(), "CRefNode");
-    EXPECT_EQ(node->RefCount(), 0);
+    EXPECT_EQ(std::tuple(node->Type(), node->RefCount()), std::tuple("CRefNode", 0));
     node->Release();
     for (const char* name : {"crefnode", "CTestCubeNode", ""}) EXPECT_EQ(CreateNode(name), nullptr) << name;
 }
@@ -126,8 +123,7 @@ TEST(NodeRegistry, KeepsTheFirstFactoryAndTracesEachRegistration)
     RegisterNodeType("CTestNullNode", []() -> CBaseNode* { return nullptr; });
     CBaseNode* made = CreateNode("CTestCubeNode");
     CBaseNode* base = CreateNode("CBaseNode");
-    EXPECT_EQ(made->Type(), "CTestCubeNode");
-    EXPECT_EQ(base->Type(), "CBaseNode");
+    EXPECT_EQ(std::tuple(made->Type(), base->Type()), std::tuple("CTestCubeNode", "CBaseNode"));
     EXPECT_EQ(CreateNode("CTestNullNode"), nullptr);
     made->Release();
     base->Release();
@@ -157,9 +153,8 @@ TEST(BaseNode, CopyTakesNameAndAttributesButNotChildrenOrCount)
     EXPECT_EQ(target->Copy(source.node), 1);
     EXPECT_EQ(target->Name(), "source");
     EXPECT_STREQ(target->AttributeName(0), "n");
-    EXPECT_EQ(target->Comment(), "Attribute: 1");
-    EXPECT_EQ(target->GetChildNum(), 0u);
-    EXPECT_EQ(target->RefCount(), 1);
+    EXPECT_EQ(std::tuple(target->Comment(), target->GetChildNum(), target->RefCount()),
+              std::tuple("Attribute: 1", 0u, 1));
     EXPECT_EQ(target->Copy(nullptr) + target->CopyAttribute(nullptr), 0);
     EXPECT_EQ(target->AttributeNumber(), 1);
     target->SetName(nullptr);
@@ -167,8 +162,7 @@ TEST(BaseNode, CopyTakesNameAndAttributesButNotChildrenOrCount)
 
     {
         CBaseNode copy(*source.node);
-        EXPECT_EQ(copy.RefCount(), 0);
-        EXPECT_EQ(sourceChild->RefCount(), 2);
+        EXPECT_EQ(std::tuple(copy.RefCount(), sourceChild->RefCount()), std::tuple(0, 2));
         EXPECT_NE(copy.QueryAttribute("n", nullptr, nullptr), source->QueryAttribute("n", nullptr, nullptr));
         CBaseNode assigned;
         assigned.AppendChild(CBaseNode::Create());
@@ -183,17 +177,14 @@ TEST(ReferenceNodes, ResolveChainsToTheNodeFinallyMeantWithoutCounting)
     CBaseNode* referred = CBaseNode::Create();
     referred->AddRef();
     CRefNode second, first;
-    EXPECT_EQ(first.Reference(), nullptr);
-    EXPECT_EQ(first.Comment(), "Reference node: 0");
+    EXPECT_EQ(std::tuple(first.Reference(), first.Comment()), std::tuple(nullptr, "Reference node: 0"));
 
     second.SetRefNode(referred);
     first.SetRefNode(&second);
-    EXPECT_EQ(first.Reference(), referred);
-    EXPECT_EQ(second.Reference(), referred);
+    EXPECT_EQ(std::tuple(first.Reference(), second.Reference()), std::tuple(referred, referred));
     char expected[48];
     std::snprintf(expected, sizeof expected, "Reference node: %lx", reinterpret_cast<unsigned long>(&second));
-    EXPECT_EQ(first.Comment(), expected);
-    EXPECT_EQ(referred->RefCount(), 1);
+    EXPECT_EQ(std::tuple(first.Comment(), referred->RefCount()), std::tuple(expected, 1));
     referred->Release();
 }
 
@@ -206,16 +197,14 @@ TEST(ReferenceNodes, CopyTheReferenceOnlyFromAReferenceNode)
     refSource.SetRefNode(&targetA);
     refCopy.SetRefNode(&targetB);
     EXPECT_EQ(refCopy.Copy(&refSource), 1);
-    EXPECT_EQ(refCopy.Reference(), &targetA);
-    EXPECT_EQ(refCopy.Name(), "source");
-    EXPECT_EQ(refCopy.AttributeNumber(), 1);
+    EXPECT_EQ(std::tuple(refCopy.Reference(), refCopy.Name(), refCopy.AttributeNumber()),
+              std::tuple(&targetA, "source", 1));
 
     plain.SetName("plain");
     refCopy.SetRefNode(&targetB);
     EXPECT_EQ(refCopy.Copy(&plain), 1);
-    EXPECT_EQ(refCopy.Reference(), &targetB);
-    EXPECT_EQ(refCopy.Name(), "plain");
-    EXPECT_EQ(refCopy.AttributeNumber(), 0);
+    EXPECT_EQ(std::tuple(refCopy.Reference(), refCopy.Name(), refCopy.AttributeNumber()),
+              std::tuple(&targetB, "plain", 0));
 }
 
 }  // namespace

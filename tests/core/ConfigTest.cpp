@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <tuple>
 #include <utility>
 
 namespace {
@@ -51,9 +52,7 @@ TEST_F(ConfigStore, SettingANameAgainReplacesItsType)
     EXPECT_EQ(QueryConfigInt("n", asInt), 0);
     EXPECT_EQ(asInt, 7);
     EXPECT_EQ(QueryConfigDouble("n", asDouble), 1);
-    EXPECT_EQ(asDouble, 2.5);
-    EXPECT_EQ(ConfigNumber(), 3);
-    EXPECT_EQ(ConfigName(1), "n");
+    EXPECT_EQ(std::tuple(asDouble, ConfigNumber(), ConfigName(1)), std::tuple(2.5, 3, "n"));
 }
 
 }  // namespace

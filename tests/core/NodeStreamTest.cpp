@@ -9,6 +9,7 @@
 
 #include <cstdint>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -63,9 +64,7 @@ TEST_F(MixedTree, StreamsOfUnregisteredTypesAreRefusedLeakingNothing)
     const int live = CTestCountedNode::live;
     EXPECT_EQ(ReadNode(stream.data()), nullptr);
     EXPECT_EQ(s.tree.Read(stream.data()), 0);
-    EXPECT_EQ(CTestCountedNode::live, live);
-    EXPECT_EQ(s.tree.Root(), s.r);
-    EXPECT_EQ(s.r->RefCount(), 1);
+    EXPECT_EQ(std::tuple(CTestCountedNode::live, s.tree.Root(), s.r->RefCount()), std::tuple(live, s.r, 1));
 }
 
 TEST(NodeStreams, HoldExactBytesAndReadBackIntoTreesWritingThemAgain)

@@ -1,15 +1,12 @@
 // Bulk memory: large blocks sit on 2 MB boundaries and keep their contents
-// however they grow, move or shrink; the stores built on it do the same; freed
-// large blocks are kept within a bound and handed out again.
-#include <brelldata/data/ArrayDataStore.h>
+// however they grow, move or shrink; freed large blocks are kept within a
+// bound and handed out again.
 #include <brelldata/data/BulkMemory.h>
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
-#include <cstring>
 
 namespace {
 
@@ -59,22 +56,6 @@ TEST(BulkMemory, LargeBlocksKeepTheirContentsAsTheyGrowMoveAndShrink)
     EXPECT_TRUE(Holds(grown, 1000));
     brell::FreeBulk(grown);
     brell::FreeBulk(nullptr);
-}
-
-TEST(BulkMemory, AStoreGrownStepByStepPastLargeSizesKeepsItsElements)
-{
-    CArrayDataStore<int> store;
-    constexpr int kElements = 3 * 1024 * 1024;  // 12 MB
-    for (int done = 0; done < kElements; done += 100000) {
-        const int step = std::min(100000, kElements - done);
-        ASSERT_EQ(store.Append(step), 1);
-        for (int i = done; i < done + step; ++i) store.Element(i) = i;
-    }
-    ASSERT_EQ(store.Number(), kElements);
-    for (int i = 0; i < kElements; i += 4099) EXPECT_EQ(store.Element(i), i);
-    EXPECT_EQ(store.Element(kElements - 1), kElements - 1);
-    EXPECT_EQ(store.Delete(1000, kElements), 1);
-    EXPECT_EQ(store.Element(999), 999);
 }
 
 // Each test of the kept blocks starts and ends with none kept.

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 brell::diag::DiagnosticState& brell::diag::State()
@@ -46,8 +47,7 @@ TEST_F(Diagnostics, CarryTheirLevelsThroughTheLibraryLoadedOnceAtTheFirstOutputA
     diag::DebugTrace("trace\n");
     diag::SetDebugLevel(60);
     diag::DebugTrace("at %d\n", 60);
-    EXPECT_EQ(diag::GetDebugLevel(), 60);
-    EXPECT_EQ(diag::State().library, library);
+    EXPECT_EQ(std::tuple(diag::GetDebugLevel(), diag::State().library), std::tuple(60, library));
     // Long messages are cut to the formatting buffer; percent signs in arguments pass unchanged.
     diag::DebugTrace("%s", std::string(5000, 'x').c_str());
     diag::DebugTrace("%s", "100% of %d\n");
@@ -62,8 +62,7 @@ TEST_F(Diagnostics, CarryTheirLevelsThroughTheLibraryLoadedOnceAtTheFirstOutputA
                                         "output 0 60 100% of %d\n", "close 0", "unload"}));
 
     diag::DebugTrace("after shut-down\n");  // loading is never tried again
-    EXPECT_EQ(diag::State().library, nullptr);
-    EXPECT_EQ(recording.Lines().size(), 10u);
+    EXPECT_EQ(std::tuple(diag::State().library, recording.Lines().size()), std::tuple(nullptr, 10u));
 }
 
 }  // namespace

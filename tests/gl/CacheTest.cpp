@@ -31,18 +31,14 @@ TEST_F(GlTest, ReferencedSubtreesKeepTheirUploadsUntilReleased)
     const uint64_t first = renderer->Uploads();
     EXPECT_GT(first, 0u);
     EXPECT_NE(referenced.reference->GetCache(), nullptr);
-    EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
-    EXPECT_EQ(AtWorld(-0.5, 0.5), kBlue);
+    EXPECT_EQ(std::tuple(AtWorld(0.5, -0.5), AtWorld(-0.5, 0.5)), std::tuple(kRed, kBlue));
 
     Render(referenced.scene.node);
-    EXPECT_EQ(renderer->Uploads(), first);
-    EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
-    EXPECT_EQ(AtWorld(-0.5, 0.5), kBlue);
+    EXPECT_EQ(std::tuple(renderer->Uploads(), AtWorld(0.5, -0.5), AtWorld(-0.5, 0.5)), std::tuple(first, kRed, kBlue));
 
     referenced.reference->ReleaseCache();
     Render(referenced.scene.node);
-    EXPECT_EQ(renderer->Uploads(), 2 * first);
-    EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
+    EXPECT_EQ(std::tuple(renderer->Uploads(), AtWorld(0.5, -0.5)), std::tuple(2 * first, kRed));
 }
 
 TEST_F(GlTest, CachesOutliveTheirRendererAndGoWithTheirNodeOnce)
@@ -60,8 +56,7 @@ TEST_F(GlTest, CachesOutliveTheirRendererAndGoWithTheirNodeOnce)
         renderer = std::make_unique<gl::Renderer>(kSize, kSize);
         Render(twice.scene.node);
         EXPECT_GT(renderer->Uploads(), 0u);
-        EXPECT_EQ(AtWorld(0.5, -0.5), kRed);
-        EXPECT_EQ(gl::CacheCount(), before + 2);
+        EXPECT_EQ(std::tuple(AtWorld(0.5, -0.5), gl::CacheCount()), std::tuple(kRed, before + 2));
     }
     EXPECT_EQ(gl::CacheCount(), before);
 }

@@ -11,8 +11,11 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdio>
 #include <cstring>
 #include <vector>
+
+#include <unistd.h>
 
 namespace brell::test {
 namespace {
@@ -184,14 +187,17 @@ TEST_F(CutTest, PolygonsWithARemovedCornerGoAndTheOthersKeepTheirCornersAndData)
     }
 }
 
+// An undone step keeps only the places it removed.
 TEST_F(CutTest, UndoRestoresTheSceneByteForByteAndRedoCutsAgain)
 {
     const std::vector<unsigned char> before = Stream(scene.node);
     gl::CutStep step = Cut();
+    const size_t cut = step.Bytes();
     const std::vector<unsigned char> after = Stream(scene.node);
     ASSERT_NE(after, before);
     step.Undo();
     EXPECT_EQ(Stream(scene.node), before);
+    EXPECT_LT(step.Bytes() * 10, cut);
     step.Redo();
     EXPECT_EQ(Stream(scene.node), after);
 }
@@ -225,12 +231,31 @@ TEST_F(CutTest, AStepKeepsOnlyWhatItRemoved)
     EXPECT_LT(step.Bytes(), 1024u + 64u * (step.RemovedVertices() + step.RemovedPolygons()));
 }
 
-TEST_F(CutTest, AnUndoneStepKeepsOnlyThePlacesItRemoved)
+size_t ResidentBytes()
 {
-    gl::CutStep step = Cut();
-    const size_t cut = step.Bytes();
-    step.Undo();
-    EXPECT_LT(step.Bytes() * 10, cut);
+    size_t pages = 0, resident = 0;
+    std::FILE* statm = std::fopen("/proc/self/statm", "r");
+    if (statm == nullptr || std::fscanf(statm, "%zu %zu", &pages, &resident) != 2) resident = 0;
+    if (statm != nullptr) std::fclose(statm);
+    return resident * static_cast<size_t>(sysconf(_SC_PAGESIZE));
+}
+
+TEST(LargeCutTest, CuttingHalfALargeModelAwayTakesAboutNoMoreMemoryThanTheModelHad)
+{
+    // Blocks of vertices left and right of the window's middle, in turn.
+    constexpr int kVertices = 1 << 22, kBlock = 1 << 12;
+    Held<CBaseNode> scene;
+    auto* model = new CModelNode;
+    scene->AppendChild(model);
+    ASSERT_NE(model->AppendVertex(kVertices), 0);
+    for (int i = 0; i < kVertices; ++i) *model->GetVertex(i) = {(i / kBlock) % 2 == 0 ? 25.0 : 75.0, 50.0, 0.0};
+    HRGN left = CreateRectRgn(0, 0, kWindow / 2, kWindow);
+    const size_t before = ResidentBytes();
+    const gl::CutStep step = gl::CutByRegion(scene.node, WindowCamera(), kWindow, kWindow, left, false);
+    const size_t after = ResidentBytes();
+    DeleteObject(left);
+    ASSERT_EQ(step.RemovedVertices(), kVertices / 2);
+    EXPECT_LT(after, before + kVertices / 2 * sizeof(VERTEX) / 4);
 }
 
 }  // namespace

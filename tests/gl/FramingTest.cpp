@@ -63,14 +63,6 @@ TEST_F(GlTest, TheLastOfMillionsOfPointsDrawsToo)
     EXPECT_EQ(At(kSize / 2, kSize / 2), kRed);
 }
 
-TEST_F(GlTest, PicturesShowTheDarkSlateBackgroundTheToolUsesWhereNothingIsDrawn)
-{
-    Scene scene;
-    Add(scene.node, RedPoints({{0.0, 0.0, 0.0}}));
-    Render(scene.node);
-    EXPECT_EQ(At(0, 0), (RGBA{34, 38, 46, 255}));
-}
-
 TEST_F(GlTest, TreesWithNothingToDrawAreRefusedWithTheReason)
 {
     Scene empty, hidden, scan;

@@ -55,11 +55,8 @@ TEST_F(ScanGeometry, TexturedMeshesShareTheScanStoresAndShowTheImage)
     ASSERT_EQ(element->GeoCalc(gl::kTextureProcedure, output.node), 1);
     auto* shade = Built<CGeoPolyShadeRefNode>();
     ASSERT_NE(shade, nullptr);
-    EXPECT_EQ(&*shade->vertices, &*mesh->vertices);
-    EXPECT_EQ(&*shade->polygons, &*mesh->polygons);
-    EXPECT_EQ(&*shade->textureImage, &*mesh->Image(0));
-    EXPECT_EQ(shade->texture, 1);
-    EXPECT_EQ(shade->smooth, 0);
+    EXPECT_EQ(std::tuple(&*shade->vertices, &*shade->polygons, &*shade->textureImage, shade->texture, shade->smooth),
+              std::tuple(&*mesh->vertices, &*mesh->polygons, &*mesh->Image(0), 1, 0));
     ASSERT_EQ(shade->flatNormals->Number(), 1);
     EXPECT_FLOAT_EQ(shade->FlatNormal(0).z, -1.0f);
     ASSERT_EQ(shade->smoothNormals->Number(), 4);
@@ -70,10 +67,8 @@ TEST_F(ScanGeometry, TexturedMeshesShareTheScanStoresAndShowTheImage)
 
     Render(output.node);
     // Between the texel centres and the edges, where filtering mixes nothing.
-    EXPECT_EQ(AtWorld(-0.8, 0.8), kRed);
-    EXPECT_EQ(AtWorld(0.8, 0.8), kGreen);
-    EXPECT_EQ(AtWorld(-0.8, -0.8), kBlue);
-    EXPECT_EQ(AtWorld(0.8, -0.8), kYellow);
+    EXPECT_EQ(std::tuple(AtWorld(-0.8, 0.8), AtWorld(0.8, 0.8), AtWorld(-0.8, -0.8), AtWorld(0.8, -0.8)),
+              std::tuple(kRed, kGreen, kBlue, kYellow));
     EXPECT_EQ(AtWorld(1.55, 0.0), kWhite);
 }
 
@@ -82,9 +77,8 @@ TEST_F(ScanGeometry, WireAndPointProceduresBuildTheirOwnNodes)
     ASSERT_EQ(element->GeoCalc(gl::kWireProcedure, output.node), 1);
     auto* wire = Built<CGeoWireFrameNode>();
     ASSERT_NE(wire, nullptr);
-    EXPECT_EQ(&*wire->polygons, &*mesh->polygons);
-    EXPECT_EQ(wire->Number(), 1);
-    EXPECT_EQ(Built<CGeoPolyShadeRefNode>(), nullptr);
+    EXPECT_EQ(std::tuple(&*wire->polygons, wire->Number(), Built<CGeoPolyShadeRefNode>()),
+              std::tuple(&*mesh->polygons, 1, nullptr));
 
     ASSERT_EQ(element->GeoCalc(gl::kSmoothProcedure, output.node), 1);
     EXPECT_EQ(Built<CGeoPolyShadeRefNode>()->smooth, 1);
@@ -93,13 +87,26 @@ TEST_F(ScanGeometry, WireAndPointProceduresBuildTheirOwnNodes)
     EXPECT_GT(AtWorld(0.0, 0.0).r, 150);
 }
 
-TEST_F(ScanGeometry, CalculationOfASceneBuildsTheGeometryOfEachElement)
+TEST(PointGeometry, PointsOfModelsOfOneSizeShareOneSelectionAndOthersHaveTheirOwn)
 {
-    Held<CBaseNode> scene;
-    scene->AppendChild(element.node);
-    gl::CalculateGeometry(scene.node, gl::kSmoothProcedure, output.node);
-    ASSERT_NE(Built<CGeoPolyShadeRefNode>(), nullptr);
-    EXPECT_EQ(Built<CGeoPolyShadeRefNode>()->smooth, 1);
+    gl::RegisterProcedures();
+    Held<CElementNode> parts;
+    for (int vertices : {3, 3, 2}) Add(parts.node, new CModelNode)->AppendVertex(vertices);
+    Held<CBaseNode> output;
+    ASSERT_EQ(parts->GeoCalc(gl::kPointsProcedure, output.node), 1);
+    std::vector<CArrayDataStore<int>*> selections;
+    std::vector<CBaseNode*> pending{output.node};
+    while (!pending.empty()) {
+        CBaseNode* node = pending.back();
+        pending.pop_back();
+        if (auto* points = AsKindOf<CGeoPointNode>(node)) selections.push_back(&*points->indices);
+        for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.push_back(node->GetChild(i));
+    }
+    ASSERT_EQ(selections.size(), 3u);
+    const auto selection = [&](size_t i) { return selections[i]; };
+    EXPECT_EQ(selection(0), selection(1));
+    EXPECT_NE(selection(2), selection(1));
+    EXPECT_EQ(selection(2)->Number(), 2);
 }
 
 TEST_F(ScanGeometry, CalculationRefusesUnknownProceduresAndTreesWithoutScanData)

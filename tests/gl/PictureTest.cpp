@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <functional>
 #include <string>
+#include <tuple>
 
 namespace brell::test {
 namespace {
@@ -82,37 +83,31 @@ protected:
 TEST_F(Quarters, TheFrontTriangleHidesTheBackOneWhateverTheirOrder)
 {
     Render(scene.node);
-    EXPECT_EQ(AtWorld(-1.0, 0.75), kRed);
-    EXPECT_EQ(AtWorld(-1.0, 0.2), kBlue);
-    EXPECT_EQ(AtWorld(-1.9, 1.9), kBackground);
+    EXPECT_EQ(std::tuple(AtWorld(-1.0, 0.75), AtWorld(-1.0, 0.2), AtWorld(-1.9, 1.9)),
+              std::tuple(kRed, kBlue, kBackground));
 }
 
 TEST_F(Quarters, TexturesShowFromTheirTopLeft)
 {
     Render(scene.node);
-    EXPECT_EQ(AtWorld(0.6, 1.4), kRed);
-    EXPECT_EQ(AtWorld(1.4, 1.4), kGreen);
-    EXPECT_EQ(AtWorld(0.6, 0.6), kBlue);
-    EXPECT_EQ(AtWorld(1.4, 0.6), kYellow);
+    EXPECT_EQ(std::tuple(AtWorld(0.6, 1.4), AtWorld(1.4, 1.4), AtWorld(0.6, 0.6), AtWorld(1.4, 0.6)),
+              std::tuple(kRed, kGreen, kBlue, kYellow));
 }
 
 TEST_F(Quarters, HiddenNodesAndDisabledChildrenDrawNothing)
 {
     Render(scene.node);
-    EXPECT_EQ(AtWorld(-1.0, -1.0), kYellow);
-    EXPECT_EQ(AtWorld(-1.0, -0.7), kBackground);
-    EXPECT_EQ(AtWorld(-1.5, -1.7), kBackground);
+    EXPECT_EQ(std::tuple(AtWorld(-1.0, -1.0), AtWorld(-1.0, -0.7), AtWorld(-1.5, -1.7)),
+              std::tuple(kYellow, kBackground, kBackground));
 }
 
 TEST_F(Quarters, ModeNodesDrawTheirMembersAsWireframeOrShaded)
 {
     Render(scene.node);
-    EXPECT_EQ(AtWorld(0.21, -1.0), kWhite);
-    EXPECT_EQ(AtWorld(1.0, -1.0), kBackground);
+    EXPECT_EQ(std::tuple(AtWorld(0.21, -1.0), AtWorld(1.0, -1.0)), std::tuple(kWhite, kBackground));
     mode->SetMode(CGeoModeNode::kShading);
     Render(scene.node);
-    EXPECT_EQ(AtWorld(1.0, -1.0), kMagenta);
-    EXPECT_EQ(AtWorld(0.21, -1.0), kMagenta);
+    EXPECT_EQ(std::tuple(AtWorld(1.0, -1.0), AtWorld(0.21, -1.0)), std::tuple(kMagenta, kMagenta));
 }
 
 TEST_F(Quarters, OverlaysCoverThePictureWhateverTheirPlaceInTheTree)
@@ -208,8 +203,7 @@ TEST_F(GlTest, WithoutACameraTheBoxFillsTheView)
     Scene boxed;
     Add(boxed.node, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
     Render(boxed.node);
-    EXPECT_EQ(At(kSize / 2, kSize / 2), kRed);
-    EXPECT_EQ(At(1, 1), kBackground);
+    EXPECT_EQ(std::tuple(At(kSize / 2, kSize / 2), At(1, 1)), std::tuple(kRed, kBackground));
     // The sphere through the square's corners just fills the view, so its
     // sides reach about two thirds of the way to the picture's edges.
     EXPECT_EQ(At(kSize / 2 + kSize / 4, kSize / 2), kRed);
@@ -250,10 +244,8 @@ TEST_F(GlTest, RenderToPngWritesThePictureAtItsSize)
     std::vector<RGBA> read(static_cast<size_t>(image.width) * image.height);
     ASSERT_NE(png_image_finish_read(&image, nullptr, read.data(), 0, nullptr), 0);
     std::remove(path.c_str());
-    EXPECT_EQ(image.width, 40u);
-    EXPECT_EQ(image.height, 20u);
-    EXPECT_EQ(read[19 * 40 + 39], kBlue);
-    EXPECT_EQ(read[0], kBackground);
+    EXPECT_EQ(std::tuple(image.width, image.height, read[19 * 40 + 39], read[0]),
+              std::tuple(40u, 20u, kBlue, kBackground));
 }
 
 // Each failure names its step, its error code when one applies, and says both in what().

@@ -46,20 +46,10 @@ run_quietly(${EXAMPLES_BUILD}/render_scan ${EXAMPLES_BUILD}/points.xyz ${EXAMPLE
 # The installed tool finds its libraries.
 run_quietly(${PREFIX}/bin/brell info ${EXAMPLES_BUILD}/points.xyz)
 
-# The installed Python module finds its libraries and runs the Python examples.
+# The installed Python module finds its libraries.
 if(DEFINED PYTHON)
   set(ENV{PYTHONPATH} ${PREFIX}/${PYTHON_DIR})
   run_quietly(${PYTHON} -c "import brelldata; assert brelldata.import_scan('${EXAMPLES_BUILD}/points.xyz')")
-  run_quietly(${PYTHON} ${EXAMPLES_SOURCE}/python/scan_statistics.py ${EXAMPLES_BUILD}/points.xyz)
-  file(MAKE_DIRECTORY ${EXAMPLES_BUILD}/scans)
-  file(COPY ${EXAMPLES_BUILD}/points.xyz DESTINATION ${EXAMPLES_BUILD}/scans)
-  run_quietly(${PYTHON} ${EXAMPLES_SOURCE}/python/batch_convert.py ${EXAMPLES_BUILD}/scans ${EXAMPLES_BUILD}/converted
-      --format ply --size 64x48)
-  foreach(converted IN ITEMS points.ply points.png)
-    if(NOT EXISTS ${EXAMPLES_BUILD}/converted/${converted})
-      message(FATAL_ERROR "batch_convert.py with the installed module wrote no ${converted}")
-    endif()
-  endforeach()
   unset(ENV{PYTHONPATH})
 endif()
 

@@ -16,6 +16,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <tuple>
 
 namespace {
 
@@ -86,8 +87,7 @@ void ExpectSameScan(CBaseNode* expected, CBaseNode* actual)
     EXPECT_EQ(actual->GetChild(0)->Name(), "shot 1");
     auto* to = brell::AsKindOf<CModelNode>(actual->GetChild(0)->GetChild(0));
     ASSERT_NE(to, nullptr);
-    EXPECT_EQ(to->Type(), from->Type());
-    EXPECT_EQ(to->Name(), "vase");
+    EXPECT_EQ(std::tuple(to->Type(), to->Name()), std::tuple(from->Type(), "vase"));
     EXPECT_EQ(Bytes(to->vertices->Buffer(), to->VertexNumber()), Bytes(from->vertices->Buffer(), from->VertexNumber()));
     EXPECT_EQ(Attribute<char>(to, kNormalsAttribute), Attribute<char>(from, kNormalsAttribute));
     EXPECT_EQ(Attribute<char>(to, kColorsAttribute), Attribute<char>(from, kColorsAttribute));
@@ -138,9 +138,8 @@ TEST(GltfFiles, SplitAVertexWhoseCornersHaveDifferentTextureCoordinates)
     mesh->texCoords->rows[1].items[0] = {0.5f, 0.5f};  // vertex 1 is (1, 0) in the first triangle
     CTree again(ReadGltf(WriteGlb(scan.Root(), "split.glb"), "split.glb"));
     auto* read = static_cast<CMeshNode*>(again.Root()->GetChild(0)->GetChild(0));
-    EXPECT_EQ(read->VertexNumber(), 5);
-    EXPECT_EQ(read->polygons->rows[1].items[0], 4);
-    EXPECT_EQ(RowBytes(read->texCoords->rows), RowBytes(mesh->texCoords->rows));
+    EXPECT_EQ(std::tuple(read->VertexNumber(), read->polygons->rows[1].items[0], RowBytes(read->texCoords->rows)),
+              std::tuple(5, 4, RowBytes(mesh->texCoords->rows)));
 }
 
 // Unit normal of the triangle a, b, c of points.
@@ -212,14 +211,79 @@ TEST(GltfFiles, SkipUnsupportedPartsWithOneWarningEach)
     EXPECT_THAT(warnings, testing::ElementsAre("1 cameras skipped", "extension KHR_materials_unlit skipped"));
 }
 
-std::string Message(std::string_view bytes, const std::string& name)
+// A binary file of four points whose one primitive has the mode and the
+// indices, of componentType; none when componentType is 0.
+std::string QuadGlb(int mode, int componentType, std::vector<uint32_t> indices)
+{
+    const float points[] = {0, 0, 0, 1, 0, 0, 0, 1, 0, 1, 1, 0};
+    std::string bin(reinterpret_cast<const char*>(points), sizeof points);
+    if (componentType == 0) indices = {0};  // an accessor the primitive does not name
+    const size_t size = componentType == 5121 ? 1 : componentType == 5123 ? 2 : 4;
+    for (uint32_t index : indices) bin.append(reinterpret_cast<const char*>(&index), size);
+    bin.resize((bin.size() + 3) / 4 * 4, '\0');
+    const std::string n = std::to_string(indices.size()),
+                      type = componentType == 0 ? "5125" : std::to_string(componentType);
+    std::string json =
+        R"({"asset":{"version":"2.0"},"nodes":[{"mesh":0}],"meshes":[{"primitives":[{"mode":)" + std::to_string(mode) +
+        R"(,"attributes":{"POSITION":0})" + (componentType != 0 ? R"(,"indices":1)" : "") +
+        R"(}]}],"accessors":[{"bufferView":0,"componentType":5126,"count":4,"type":"VEC3"},)"
+        R"({"bufferView":1,"componentType":)" +
+        type + R"(,"count":)" + n +
+        R"(,"type":"SCALAR"}],"bufferViews":[{"buffer":0,"byteLength":48},)"
+        R"({"buffer":0,"byteOffset":48,"byteLength":)" +
+        std::to_string(bin.size() - 48) + R"(}],"buffers":[{"byteLength":)" + std::to_string(bin.size()) + "}]}";
+    json.resize((json.size() + 3) / 4 * 4, ' ');
+    auto word = [](std::string& to, size_t value) { to.append(reinterpret_cast<const char*>(&value), 4); };
+    std::string glb = "glTF";
+    word(glb, 2);
+    word(glb, 28 + json.size() + bin.size());
+    word(glb, json.size());
+    glb += "JSON" + json;
+    word(glb, bin.size());
+    return glb + std::string("BIN\0", 4) + bin;
+}
+
+TEST(GltfFiles, ReadTriangleListsStripsAndFansOfEveryIndexType)
+{
+    using Triangles = std::vector<std::vector<int>>;
+    const struct {
+        int mode, componentType;
+        std::vector<uint32_t> indices;
+        Triangles triangles;
+    } cases[] = {
+        {4, 5121, {0, 1, 2, 1, 3, 2}, {{0, 1, 2}, {1, 3, 2}}},
+        {4, 5123, {0, 1, 2, 1, 3, 2, 3}, {{0, 1, 2}, {1, 3, 2}}},
+        {4, 5125, {3, 2, 1}, {{3, 2, 1}}},
+        {4, 0, {}, {{0, 1, 2}}},
+        {5, 5125, {0, 1, 2, 3}, {{0, 1, 2}, {2, 1, 3}}},
+        {6, 5121, {0, 1, 3, 2}, {{0, 1, 3}, {0, 3, 2}}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(testing::Message() << "mode " << c.mode << ", component type " << c.componentType);
+        CTree scene(ReadGltf(QuadGlb(c.mode, c.componentType, c.indices), "quad.glb"));
+        auto* mesh = brell::AsKindOf<CMeshNode>(scene.Root()->GetChild(0)->GetChild(0));
+        ASSERT_NE(mesh, nullptr);
+        Triangles triangles;
+        for (const CPolygon<int>& row : mesh->polygons->rows)
+            triangles.push_back(std::vector<int>(row.items, row.items + row.count));
+        EXPECT_EQ(triangles, c.triangles);
+    }
+}
+
+template <class Read>
+std::string MessageOf(Read read)
 {
     try {
-        CTree scene(ReadGltf(bytes, name));
+        CTree scene(read());
     } catch (const FileError& error) {
         return error.what();
     }
     return "read without error";
+}
+
+std::string Message(std::string_view bytes, const std::string& name)
+{
+    return MessageOf([&] { return ReadGltf(bytes, name); });
 }
 
 TEST(GltfFiles, AreRefusedWhenHostileEachWithItsOwnMessage)
@@ -248,6 +312,48 @@ TEST(GltfFiles, AreRefusedWhenHostileEachWithItsOwnMessage)
               "hostile.gltf: expected vertex indices below 3 in accessors[1] (element 2), found 7");
     EXPECT_EQ(Message("{\"a\":" + std::string(100, '['), "hostile.gltf"),
               "hostile.gltf: byte 68: expected JSON nested at most 64 deep, found a 65th level");
+}
+
+// A file written to the test's folder, and its path.
+std::string FileOf(const std::string& bytes, const std::string& name)
+{
+    const fs::path path = fs::path(testing::TempDir()) / name;
+    std::ofstream(path.string(), std::ios::binary) << bytes;
+    return path.string();
+}
+
+TEST(GltfFiles, ReadFromDiskInPiecesAsFromMemory)
+{
+    // Enough triangles and vertices for several pieces of each.
+    constexpr int kTriangles = 60000, kVertices = kTriangles / 2 + 2;
+    CTree scan(Scan(true, false, false));
+    auto* mesh = static_cast<CMeshNode*>(scan.Root()->GetChild(0)->GetChild(0));
+    mesh->AppendVertex(kVertices - mesh->VertexNumber());
+    std::vector<CVector_3<float>> normals(kVertices);
+    for (int i = 0; i < kVertices; ++i) {
+        mesh->vertices->Buffer()[i] = {i * 0.5, i % 2 * 1.0, i * 0.25};
+        normals[i] = {0, i % 2 * 1.0f, 1 - i % 2 * 1.0f};
+    }
+    mesh->SetAttributeStruct(kNormalsAttribute, normals.data(), static_cast<int>(normals.size() * 12));
+    mesh->polygons->rows.resize(kTriangles);
+    for (int t = 0; t < kTriangles; ++t) mesh->polygons->rows[t] = {{t / 2, t / 2 + 1 + t % 2, t / 2 + 2, 0}, 3};
+    const std::string path = FileOf(WriteGlb(scan.Root(), "large.glb"), "large.glb");
+    CTree fromDisk(ImportGltf(path));
+    ExpectSameScan(scan.Root(), fromDisk.Root());
+}
+
+TEST(GltfFiles, ReadFromDiskAreRefusedWithTheMessagesOfFilesInMemory)
+{
+    const std::string glb = QuadGlb(4, 5121, {0, 1, 2});
+    std::string pastView = glb;
+    pastView.replace(pastView.find("\"count\":4"), 9, "\"count\":5");
+    const std::string hostile[] = {glb.substr(0, glb.size() - 2), pastView, QuadGlb(4, 5121, {0, 1, 7})};
+    for (const std::string& bytes : hostile) {
+        const std::string path = FileOf(bytes, "hostile.glb");
+        const std::string inMemory = Message(bytes, path);
+        EXPECT_NE(inMemory, "read without error");
+        EXPECT_EQ(MessageOf([&] { return ImportGltf(path); }), inMemory);
+    }
 }
 
 TEST(GltfFiles, MayNotNameABufferOutsideTheirFolder)

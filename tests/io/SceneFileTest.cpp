@@ -1,6 +1,7 @@
 // Scene files: round trips, atomic replacement, and checked loading of every
 // prefix and of hostile files.
 
+#include "scan/ScanFixtures.h"
 #include "support/Bytes.h"
 
 #include <brelldata/core/NodeStream.h>
@@ -101,6 +102,19 @@ TEST_F(SceneFolder, SavedScenesLoadBackAndEveryPrefixIsRefused)
     CTree whole(brell::io::LoadSceneFromMemory(file, "whole"));
     EXPECT_EQ(StreamOf(whole.Root()), StreamOf(scene.Root()));
     EXPECT_THROW(brell::io::LoadScene(folder / "none.brs"), FileError);
+}
+
+// Stores of several output buffers each, so that rows and runs cross the
+// buffers' ends, beside one node of every scan class and plain nodes.
+TEST_F(SceneFolder, AScanSceneIsSavedAsTheStreamThatWriteNodeMakes)
+{
+    brell::test::Scene scene;
+    scene.model->AppendVertex(100'000);
+    for (int i = 0; i < 300'000; ++i) scene.mesh->polygons->rows.push_back({{i, i + 1, i + 2, i + 3}, 1 + i % 4});
+    scene.image->image->AppendRows(400'000);
+    const fs::path path = folder / "scan.scene";
+    brell::io::SaveScene(scene.tree, path);
+    EXPECT_EQ(ReadAll(path), SceneFileOf(StreamOf(scene.tree.Root())));
 }
 
 TEST_F(SceneFolder, AFailedSaveLeavesTheOldFileAndNoTemporaryOne)

@@ -55,10 +55,8 @@ TEST(DataManager, RefusesWhatItCannotHold)
     EXPECT_EQ(manager.Register("b", nullptr), 0);
     EXPECT_EQ(manager.Register("a", &other), 0);
     EXPECT_EQ(manager.Register("b", &held), 0);
-    EXPECT_EQ(manager.GetData("a"), &held);
-    EXPECT_EQ(manager.GetData("A"), nullptr);
-    EXPECT_EQ(manager.GetData("b"), nullptr);
-    EXPECT_EQ(manager.GetData(nullptr), nullptr);
+    EXPECT_EQ(std::tuple(manager.GetData("a"), manager.GetData("A"), manager.GetData("b"), manager.GetData(nullptr)),
+              std::tuple(&held, nullptr, nullptr, nullptr));
     EXPECT_EQ(manager.Owner("b", "x", nullptr), 0);
     EXPECT_EQ(manager.UnRegister("a"), &held);
     EXPECT_EQ(manager.UnRegister("a"), nullptr);

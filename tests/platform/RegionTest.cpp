@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -165,8 +166,7 @@ TEST(Paths, GiveARegionOnlyWhenClosedAndOnlyOnce)
     EXPECT_EQ(open.EndPath(), 1);
     HRGN region = PathToRegion(open.m_hDC);
     ASSERT_NE(region, nullptr);
-    EXPECT_EQ(PtInRegion(region, 3, 1), 1);
-    EXPECT_EQ(PtInRegion(region, 1, 3), 0);
+    EXPECT_EQ(std::tuple(PtInRegion(region, 3, 1), PtInRegion(region, 1, 3)), std::tuple(1, 0));
     EXPECT_EQ(PathToRegion(open.m_hDC), nullptr) << "consumed";
     EXPECT_EQ(PathToRegion(nullptr), nullptr);
     DeleteObject(region);
@@ -190,8 +190,7 @@ TEST(RegionObjects, HoldOneRegionAndDeleteWhatTheyStillHold)
     c.CreateRectRgn(0, 0, 0, 0);
     EXPECT_EQ(c.CombineRgn(&ra, &rb, RGN_AND), SIMPLEREGION);
     EXPECT_EQ(c.CombineRgn(nullptr, &rb, RGN_AND), 0);
-    EXPECT_EQ(c.PtInRegion(3, 3), 1);
-    EXPECT_EQ(c.PtInRegion(1, 1), 0);
+    EXPECT_EQ(std::tuple(c.PtInRegion(3, 3), c.PtInRegion(1, 1)), std::tuple(1, 0));
     EXPECT_EQ(c.GetRgnBox(&box), SIMPLEREGION);
     EXPECT_EQ(box.left, 2);
     EXPECT_EQ(c.CopyRgn(&ra), SIMPLEREGION);

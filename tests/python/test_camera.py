@@ -39,11 +39,13 @@ def test_a_file_read_without_a_layout_is_read_in_the_layout_it_has(tmp_path, lay
     assert brelldata.read_camera_file(path).layout == layout
 
 
-def test_a_file_of_neither_layout_read_without_one_raises_file_error(tmp_path):
+@pytest.mark.parametrize("layout, error, message", [(None, brelldata.FileError, "fit neither layout"),
+                                                   ("first", ValueError, "not a camera data file of the first layout")])
+def test_a_file_of_neither_layout_is_refused(tmp_path, layout, error, message):
     path = tmp_path / "noise.cam"
     path.write_bytes(b"\xff" * 2048)
-    with pytest.raises(brelldata.FileError, match="fit neither layout"):
-        brelldata.read_camera_file(str(path))
+    with pytest.raises(error, match=message):
+        brelldata.read_camera_file(str(path), *([layout] if layout else []))
 
 
 def test_the_header_is_a_view_a_write_changes_the_shot():
@@ -55,13 +57,6 @@ def test_the_header_is_a_view_a_write_changes_the_shot():
 def test_a_block_view_outlives_its_shot_object():
     data = shot("first").data_3d
     assert data[15] == 15
-
-
-def test_a_file_of_another_layout_is_refused_with_value_error(tmp_path):
-    path = tmp_path / "noise.cam"
-    path.write_bytes(b"\xff" * 2048)
-    with pytest.raises(ValueError, match="not a camera data file of the first layout"):
-        brelldata.read_camera_file(str(path), "first")
 
 
 def test_a_missing_file_raises_camera_file_error_an_os_error(tmp_path):

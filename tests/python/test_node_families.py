@@ -8,14 +8,13 @@ def address(array):
     return array.__array_interface__["data"][0]
 
 
-def shaded():
-    node = brelldata.GeoPolyShadeRefNode()
-    node.texture_coords = np.zeros((2, 3, 2))
-    return node
-
-
 # class, field, value assigned, shape and dtype of the view
 STORE_VIEWS = [
+    (brelldata.MeshNode, "vertices", np.zeros((4, 3)), (4, 3), np.float64),
+    (brelldata.MeshNode, "normals", np.zeros((4, 3)), (4, 3), np.float32),
+    (brelldata.MeshNode, "colors", np.zeros((4, 4)), (4, 4), np.uint8),
+    (brelldata.MeshNode, "polygons", np.array([[0, 1, 2], [0, 2, 3]]), (2,), brelldata.POLYGON_DTYPE),
+    (brelldata.MeshNode, "tex_coords", np.zeros((2, 3, 2)), (2,), brelldata.TEX_COORD_DTYPE),
     (brelldata.GeoNormalNode, "normals", np.ones((4, 3)), (4, 3), np.float64),
     (brelldata.GeoVertexNormalNode, "normals", np.ones((4, 3)), (4, 3), np.float32),
     (brelldata.GeoLineNode, "indices", np.ones((5, 2)), (5, 2), np.int32),

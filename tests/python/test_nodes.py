@@ -39,12 +39,6 @@ def test_create_node_refuses_an_unregistered_type():
         brelldata.create_node("CNoSuchNode")
 
 
-@pytest.mark.parametrize("kind, expected", [("CMeshNode", True), ("CModelNode", True), ("CBaseNode", True),
-                                            ("CImageNode", False)])
-def test_is_kind_of_follows_the_chain_of_bases(kind, expected):
-    assert brelldata.MeshNode().is_kind_of(kind) is expected
-
-
 def test_children_index_from_either_end_and_refuse_outside():
     root = tree()
     assert [root.children[0].name, root.children[-1].name] == ["A", "B"]

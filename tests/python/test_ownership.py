@@ -5,12 +5,9 @@ import numpy as np
 import brelldata
 
 
-def test_a_new_node_is_held_once_by_python():
-    assert brelldata.Node().ref_count == 1
-
-
-def test_a_parent_adds_a_reference_and_removing_drops_it():
+def test_a_new_node_is_held_once_by_python_and_a_parent_adds_a_reference_that_removing_drops():
     parent, child = brelldata.Node(), brelldata.Node()
+    assert child.ref_count == 1
     parent.children.append(child)
     assert child.ref_count == 2
     parent.children.remove(child)

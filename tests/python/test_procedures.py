@@ -32,10 +32,6 @@ def shaded(mesh):
     return output
 
 
-def test_procedure_name_follows_the_librarys_naming():
-    assert brelldata.procedure_name("Draw", "CGeoPointNode", "GL") == "DrawCGeoPointNodeByGL"
-
-
 def test_a_python_geometry_procedure_builds_under_the_reference_node(register):
     register(brelldata.GEO_PROCEDURE, "GeoCMeshNode_py", lambda node, out: out.children.append(brelldata.Node(node.name)) or True)
     output = brelldata.Node()

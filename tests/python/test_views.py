@@ -10,25 +10,6 @@ def model(rows=4):
     return node
 
 
-def address(array):
-    return array.__array_interface__["data"][0]
-
-
-@pytest.mark.parametrize("field, value, shape, dtype", [
-    ("vertices", np.zeros((4, 3)), (4, 3), np.float64),
-    ("normals", np.zeros((4, 3)), (4, 3), np.float32),
-    ("colors", np.zeros((4, 4)), (4, 4), np.uint8),
-    ("polygons", np.array([[0, 1, 2], [0, 2, 3]]), (2,), brelldata.POLYGON_DTYPE),
-    ("tex_coords", np.zeros((2, 3, 2)), (2,), brelldata.TEX_COORD_DTYPE),
-])
-def test_every_scan_array_is_a_view_of_the_same_memory_each_time(field, value, shape, dtype):
-    mesh = model()
-    setattr(mesh, field, value)
-    first, second = getattr(mesh, field), getattr(mesh, field)
-    assert first.shape == shape and first.dtype == dtype and address(first) == address(second)
-    assert not first.flags.owndata
-
-
 def test_a_write_into_a_view_changes_the_scene():
     mesh = model()
     mesh.vertices[2] = (7, 8, 9)
@@ -53,22 +34,6 @@ def test_polygons_from_corner_indices_keep_their_corner_count():
     mesh = model()
     mesh.polygons = np.array([[0, 1, 2, 3]])
     assert mesh.polygons["count"].tolist() == [4] and mesh.polygons["corners"][0].tolist() == [0, 1, 2, 3]
-
-
-@pytest.mark.parametrize("field, viewed, resized", [
-    ("vertices", np.zeros((4, 3)), np.zeros((5, 3))),
-    ("polygons", np.zeros((2, 3), np.int32), np.zeros((3, 3), np.int32)),
-    ("normals", np.zeros((4, 3)), np.zeros((5, 3))),
-])
-def test_a_size_change_is_refused_while_a_view_lives_and_allowed_after(field, viewed, resized):
-    mesh = model()
-    setattr(mesh, field, viewed)
-    view = getattr(mesh, field)
-    with pytest.raises(BufferError):
-        setattr(mesh, field, resized)
-    del view
-    setattr(mesh, field, resized)
-    assert len(getattr(mesh, field)) == len(resized)
 
 
 def test_the_same_size_is_written_in_place_while_a_view_lives():

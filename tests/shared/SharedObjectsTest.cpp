@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace {
@@ -52,8 +53,7 @@ TEST(NameLists, WriteAndReadTheirBlocks)
 
     EXPECT_EQ(list.Write(nullptr), 0);
     EXPECT_EQ(list.Read(nullptr), 0);
-    EXPECT_EQ(list.Size(), 0u);
-    EXPECT_EQ(list.SizeOfByte(), 4);
+    EXPECT_EQ(std::tuple(list.Size(), list.SizeOfByte()), std::tuple(0u, 4));
 }
 
 TEST(NameLists, PositionsStepRoundThroughTheEndBothWays)
@@ -86,8 +86,7 @@ TEST(NameLists, CopiesAndAssignmentsCopyEveryNameInOrder)
     assigned = source;
     source.Clear();
     EXPECT_EQ(Names(copy), (std::vector<std::string>{"x", "", "x"}));
-    EXPECT_EQ(Names(assigned), Names(copy));
-    EXPECT_EQ(copy.Size(), 3u);
+    EXPECT_EQ(std::tuple(Names(assigned), copy.Size()), std::tuple(Names(copy), 3u));
     CNameList self = ListOf({"s"});
     CNameList& alias = self;
     self = alias;
@@ -101,8 +100,7 @@ TEST(TreesByName, AreOneTreeThatNoOtherLookUpSees)
     ASSERT_NE(tree, nullptr);
     EXPECT_EQ(tree->Root(), nullptr);
     EXPECT_EQ(CreateTree(&manager, "scene"), tree);
-    EXPECT_EQ(GetTree(&manager, "scene"), tree);
-    EXPECT_EQ(GetNameList("scene", &manager), nullptr);
+    EXPECT_EQ(std::tuple(GetTree(&manager, "scene"), GetNameList("scene", &manager)), std::tuple(tree, nullptr));
     EXPECT_EQ(FreeNameList("scene", &manager), 0);
     EXPECT_EQ(GetTree(&manager, "scene"), tree) << "a failed FreeNameList leaves the tree";
 
@@ -118,8 +116,7 @@ TEST(SharedObjects, LeaveANameTakenByTheHostsOwnObject)
     CreateNameList("names", &manager);
     CHostObject host;
     ASSERT_EQ(manager.Register("host", &host), 1);
-    EXPECT_EQ(GetTree(&manager, "host"), nullptr);
-    EXPECT_EQ(GetNameList("host", &manager), nullptr);
+    EXPECT_EQ(std::tuple(GetTree(&manager, "host"), GetNameList("host", &manager)), std::tuple(nullptr, nullptr));
     EXPECT_EQ(FreeNameList("host", &manager), 0);
     EXPECT_EQ(CreateTree(&manager, "host"), nullptr);
     EXPECT_EQ(CreateNameList("host", &manager), nullptr);
@@ -149,8 +146,7 @@ TEST(TreesByName, ReleaseTheRootOnceWhenFreedOrTheManagerEnds)
         CreateTree(&ending, "kept")->SetRoot(root);
         EXPECT_EQ(root->RefCount(), 3);
         EXPECT_EQ(FreeTree(&ending, "freed"), 1);
-        EXPECT_EQ(ending.GetData("freed"), nullptr);
-        EXPECT_EQ(root->RefCount(), 2);
+        EXPECT_EQ(std::tuple(ending.GetData("freed"), root->RefCount()), std::tuple(nullptr, 2));
         EXPECT_EQ(FreeTree(&ending, "freed"), 1);
         EXPECT_EQ(root->RefCount(), 2);
     }
@@ -171,8 +167,7 @@ TEST(SharedObjects, HandTheirPayloadThroughAFlatBlock)
     target->SetRoot(CBaseNode::Create());
     manager.GetData("target")->TakeBlock(manager.GetData("source")->MakeBlock());
     ASSERT_NE(target->Root(), named);
-    EXPECT_EQ(target->Root()->Name(), "R");
-    EXPECT_EQ(target->Root()->GetChildNum(), 1u);
+    EXPECT_EQ(std::tuple(target->Root()->Name(), target->Root()->GetChildNum()), std::tuple("R", 1u));
 
     CreateNameList("from", &manager)->Append("n");
     CNameList* to = CreateNameList("to", &manager);

@@ -1,6 +1,6 @@
 #include "CameraImage.h"
 
-#include <brelldata/camera/CameraLayout.h>
+#include <brelldata/io/CameraFile.h>
 #include <brelldata/io/FileError.h>
 #include <brelldata/platform/Archive.h>
 #include <brelldata/scan/ModelNodes.h>
@@ -33,22 +33,9 @@ CRefData<CMatrixDataStore<RGBA>> ColourBlock(const Shot& shot, const std::string
 
 CRefData<CMatrixDataStore<RGBA>> ReadCameraImage(const std::string& path)
 {
-    uint64_t bytes = 0;
-    {
-        CFile file(path.c_str(), CFile::modeRead);
-        bytes = file.GetLength();
-    }
-    const CAMERAHEADER first = ReadCameraRecord<CAMERAHEADER>(path);
-    switch (DetectCameraLayout(first, ReadCameraRecord<KAMERAHEADER>(path), bytes)) {
-        case CameraFileLayout::first:
-            return ColourBlock(ReadCameraRecord<CAMERADATA>(path), path);
-        case CameraFileLayout::second:
-            return ColourBlock(ReadCameraRecord<KAMERADATA>(path), path);
-        case CameraFileLayout::none:
-            break;
-    }
-    throw io::FileError::InFile(path, "a camera data file whose header and blocks make up its size",
-                                std::to_string(bytes) + " bytes that fit neither layout");
+    if (io::CameraFileLayoutOf(path) == CameraFileLayout::first)
+        return ColourBlock(io::ReadCameraRecord<CAMERADATA>(path), path);
+    return ColourBlock(io::ReadCameraRecord<KAMERADATA>(path), path);
 }
 
 CTree CameraImageScene(const std::string& path)

@@ -5,7 +5,6 @@
 #include <brelldata/core/Tree.h>
 #include <brelldata/data/MatrixDataStore.h>
 #include <brelldata/data/Records.h>
-#include <brelldata/platform/Archive.h>
 #include <brelldata/data/RefData.h>
 
 #include <string>
@@ -14,18 +13,6 @@
 // row from the top, red first.
 
 namespace brell::tool {
-
-// The header or record of type Record read from the start of the camera
-// data file at path. Throws CFileException when it cannot be opened.
-template <class Record>
-Record ReadCameraRecord(const std::string& path)
-{
-    CFile file(path.c_str(), CFile::modeRead);
-    CArchive archive(&file, CArchive::load);
-    Record record;
-    archive >> record;
-    return record;
-}
 
 // The colour block of the camera data file at path, of either layout.
 // FileError when the file is no camera data file or has no 24-bit colour plane.

@@ -2,7 +2,7 @@
 
 #include "CameraImage.h"
 
-#include <brelldata/camera/CameraLayout.h>
+#include <brelldata/io/CameraFile.h>
 #include <brelldata/io/FileError.h>
 
 #include <cstdint>
@@ -62,22 +62,11 @@ void CameraInfo(const std::string& path, CameraLayout layout)
         CFile file(path.c_str(), CFile::modeRead);
         fileBytes = file.GetLength();
     }
-    const CAMERAHEADER first = ReadCameraRecord<CAMERAHEADER>(path);
-    const KAMERAHEADER second = ReadCameraRecord<KAMERAHEADER>(path);
+    const CAMERAHEADER first = io::ReadCameraRecord<CAMERAHEADER>(path);
+    const KAMERAHEADER second = io::ReadCameraRecord<KAMERAHEADER>(path);
     const Blocks firstBlocks = FirstLayout(first), secondBlocks = SecondLayout(second);
-    if (layout == CameraLayout::automatic) {
-        switch (DetectCameraLayout(first, second, fileBytes)) {
-            case CameraFileLayout::first:
-                layout = CameraLayout::first;
-                break;
-            case CameraFileLayout::second:
-                layout = CameraLayout::second;
-                break;
-            case CameraFileLayout::none:
-                throw io::FileError::InFile(path, "a camera data file whose header and blocks make up its size",
-                                            std::to_string(fileBytes) + " bytes that fit neither layout");
-        }
-    }
+    if (layout == CameraLayout::automatic)
+        layout = io::CameraFileLayoutOf(path) == CameraFileLayout::first ? CameraLayout::first : CameraLayout::second;
     const Blocks& blocks = layout == CameraLayout::first ? firstBlocks : secondBlocks;
     if (blocks.fileBytes == 0) throw io::FileError::InFile(path, "a plausible camera header", "one that is not");
     if (fileBytes < static_cast<uint64_t>(blocks.fileBytes))

@@ -291,8 +291,10 @@ void Cut(const Common& common, const CutRequest& request)
     options.height = request.height;
     options.direction = request.direction;
     const std::string mode = RenderMode(scene.Root(), "");
-    const CAMERA_PARAM camera =
-        gl::SceneCamera(Calculate(scene.Root(), gl::kPointsProcedure, request.in).Root(), options);
+    // The scan's own box frames it, as its geometry's would, without making any.
+    double box[6];
+    if (!io::ScanSceneBox(scene.Root(), box)) throw io::FileError::InFile(request.in, "scan data", "none to cut");
+    const CAMERA_PARAM camera = gl::BoxCamera(box, options);
     CRgn lasso;
     CDC path;
     path.BeginPath();

@@ -65,6 +65,30 @@ std::vector<CBaseNode*> PartsOf(CBaseNode* root)
     return parts;
 }
 
+struct Counts {
+    long long vertices = 0, polygons = 0;
+};
+
+// The vertices and polygons of the models and meshes under roots.
+Counts CountsIn(const std::vector<CBaseNode*>& roots)
+{
+    Counts counts;
+    std::vector<CBaseNode*> pending(roots);
+    while (!pending.empty()) {
+        CBaseNode* node = pending.back();
+        pending.pop_back();
+        if (auto* model = AsKindOf<CModelNode>(node)) counts.vertices += model->VertexNumber();
+        if (auto* mesh = AsKindOf<CMeshNode>(node)) counts.polygons += mesh->polygons->Number();
+        for (unsigned int i = 0; i < node->GetChildNum(); ++i) pending.push_back(node->GetChild(i));
+    }
+    return counts;
+}
+
+// A part of more vertices is drawn afresh each frame, a bounded piece at a
+// time, rather than kept on the GPU: a copy of a large scan's positions there
+// would cost half as much memory again as the scan itself.
+constexpr long long kCachedVertices = 1 << 22;
+
 bool Holds(CBaseNode* root, CBaseNode* node)
 {
     if (root == node) return true;
@@ -338,9 +362,14 @@ void Viewer::FinishLoading()
     parts_ = PartsOf(scan_.Root());
     // A scene of geometry alone is drawn as it is.
     if (parts_.empty()) geometry_.push_back(scan_);
-    for (CTree& geometry : geometry_) {
+    for (size_t part = 0; part < geometry_.size(); ++part) {
+        if (part < parts_.size() && CountsIn({parts_[part]}).vertices > kCachedVertices) {
+            Hang(scene_, geometry_[part].Root());
+            references_.push_back(nullptr);
+            continue;
+        }
         CGeoRefNode* reference = Hang(scene_, new CGeoRefNode);
-        reference->SetRefNode(geometry.Root());
+        reference->SetRefNode(geometry_[part].Root());
         references_.push_back(reference);
     }
     RemoveAll(overlays_);
@@ -352,7 +381,7 @@ void Viewer::Calculate(size_t part)
 {
     RemoveAll(geometry_[part].Root());
     CalculatePart(parts_[part], mode_, geometry_[part].Root());
-    references_[part]->ReleaseCache();
+    if (references_[part] != nullptr) references_[part]->ReleaseCache();
 }
 
 void Viewer::Fit()
@@ -405,15 +434,7 @@ void Viewer::DrawFrame()
 // The status line changes its text, and so uploads, at most once a second.
 void Viewer::UpdateStatus()
 {
-    long long vertices = 0, polygons = 0;
-    std::vector<CBaseNode*> pending(parts_.begin(), parts_.end());
-    while (!pending.empty()) {
-        CBaseNode* node = pending.back();
-        pending.pop_back();
-        if (auto* model = AsKindOf<CModelNode>(node)) vertices += model->VertexNumber();
-        if (auto* mesh = AsKindOf<CMeshNode>(node)) polygons += mesh->polygons->Number();
-        for (unsigned int i = 0; i < node->GetChildNum(); ++i) pending.push_back(node->GetChild(i));
-    }
+    const auto [vertices, polygons] = CountsIn(parts_);
     if (Clock::now() - statusTime_ > std::chrono::seconds(1)) {
         statusTime_ = Clock::now();
         shownFrameMs_ = frameMs_;

@@ -98,9 +98,16 @@ public:
     unsigned char* WriteAt(void* block) const
     {
         brell::BlockWriter writer(block);
-        writer.Int32(count_);
-        writer.Bytes(buffer_, static_cast<size_t>(count_) * sizeof(T));
+        Put(writer);
         return writer.Position();
+    }
+    // The store block through cursor, which takes Int32 and Bytes fields as a
+    // block writer does: into memory, a counter or a piece-wise output.
+    template <class Cursor>
+    void Put(Cursor& cursor) const
+    {
+        cursor.Int32(count_);
+        cursor.Bytes(buffer_, static_cast<size_t>(count_) * sizeof(T));
     }
 
     // 0 when block is null, holds a negative count or the buffer cannot grow;

@@ -56,12 +56,19 @@ public:
     unsigned char* WriteAt(void* block) const
     {
         brell::BlockWriter writer(block);
-        writer.Int32(Number());
-        for (const std::vector<T>& line : lines) {
-            writer.Int32(static_cast<int>(line.size()));
-            writer.Bytes(line.data(), line.size() * sizeof(T));
-        }
+        Put(writer);
         return writer.Position();
+    }
+    // The store block through cursor, which takes Int32 and Bytes fields as a
+    // block writer does: into memory, a counter or a piece-wise output.
+    template <class Cursor>
+    void Put(Cursor& cursor) const
+    {
+        cursor.Int32(Number());
+        for (const std::vector<T>& line : lines) {
+            cursor.Int32(static_cast<int>(line.size()));
+            cursor.Bytes(line.data(), line.size() * sizeof(T));
+        }
     }
 
     // 0 when block is null, holds a negative count, or the lines cannot be

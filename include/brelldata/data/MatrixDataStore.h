@@ -94,11 +94,18 @@ public:
     unsigned char* WriteAt(void* block) const
     {
         brell::BlockWriter writer(block);
-        const int held = HeldRows();
-        writer.Int32(held);
-        writer.Int32(width);
-        writer.Bytes(buffer_, static_cast<size_t>(held * RowSize()) * sizeof(T));
+        Put(writer);
         return writer.Position();
+    }
+    // The store block through cursor, which takes Int32 and Bytes fields as a
+    // block writer does: into memory, a counter or a piece-wise output.
+    template <class Cursor>
+    void Put(Cursor& cursor) const
+    {
+        const int held = HeldRows();
+        cursor.Int32(held);
+        cursor.Int32(width);
+        cursor.Bytes(buffer_, static_cast<size_t>(held * RowSize()) * sizeof(T));
     }
 
     // 0 when block is null or holds a negative height or a width below 1 (the

@@ -65,13 +65,24 @@ public:
     unsigned char* WriteAt(void* block) const
     {
         brell::BlockWriter writer(block);
-        writer.Int32(Number());
-        for (const CPolygon<T>& row : rows) {
-            const int count = ItemCount(row);
-            writer.Int32(count);
-            RowItems(writer, row.items, count);
-        }
+        Put(writer);
         return writer.Position();
+    }
+    // The store block through cursor, which takes Int32 and Bytes fields as a
+    // block writer does: into memory, a counter or a piece-wise output.
+    template <class Cursor>
+    void Put(Cursor& cursor) const
+    {
+        cursor.Int32(Number());
+        for (const CPolygon<T>& row : rows) PutRow(cursor, row);
+    }
+    // One row of the block: its item count, then the items in use.
+    template <class Cursor>
+    static void PutRow(Cursor& cursor, const CPolygon<T>& row)
+    {
+        const int count = ItemCount(row);
+        cursor.Int32(count);
+        RowItems(cursor, row.items, count);
     }
 
     // 0 when block is null, holds a count a row cannot hold, or the rows

@@ -30,6 +30,8 @@ struct RenderOptions {
 // the references under it fills the field of view. A box of no size is
 // widened in proportion to where it lies.
 BRELL_GL_API CAMERA_PARAM SceneCamera(CBaseNode* root, const RenderOptions& options);
+// SceneCamera's view of a box (minimum x, y, z, then maximum) without a tree.
+BRELL_GL_API CAMERA_PARAM BoxCamera(const double (&box)[6], const RenderOptions& options);
 // BeginFrame with SceneCamera and the background, then Draw; Draw's result.
 // RenderError when the tree draws nothing (empty, hidden, or scan data whose
 // geometry was not calculated).

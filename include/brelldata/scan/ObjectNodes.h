@@ -3,20 +3,29 @@
 #include <brelldata/Export.h>
 #include <brelldata/core/BaseNode.h>
 
+#include <cstdint>
 #include <string>
 
 class CTree;
 class CMeshNode;
 class CImageNode;
 
+namespace brell {
+class ByteOutput;
+}
+
 // The overrides of every scan-data class with a data block of its own: the
 // block (its base's part, its own fields, the attribute block) and the
-// geometry calculation under its own type name.
-#define BRELL_SCAN_NODE_BLOCK        \
-    int SizeOfByte() override;       \
-    int Read(void* block) override;  \
-    int Write(void* block) override; \
-    int GeoCalc(const char* procedure, CBaseNode* output) override;
+// geometry calculation under its own type name; and, not virtual, the block
+// counted in 64 bits and put into an output a piece at a time (see
+// brell::DataBlockBytes and brell::PutDataBlock, which call them by type).
+#define BRELL_SCAN_NODE_BLOCK                                       \
+    int SizeOfByte() override;                                      \
+    int Read(void* block) override;                                 \
+    int Write(void* block) override;                                \
+    int GeoCalc(const char* procedure, CBaseNode* output) override; \
+    uint64_t BlockBytes();                                          \
+    void PutBlock(brell::ByteOutput& out);
 
 // Base of every scan-data node. Geometry is not computed here: GeoCalc hands
 // the node to the host's geometry procedure "Geo" + class name + "_" +
@@ -32,6 +41,11 @@ public:
     // The generic procedure "GeoCObjectNode_" + procedure called with (this,
     // output): its result, or 0 when there is none. A null procedure is empty.
     virtual int GeoCalc(const char* procedure, CBaseNode* output);
+
+    // The attribute block, the data block of this class and the last part of
+    // every derived class's: its bytes, 0 past 2 GB, and the block put into out.
+    uint64_t BlockBytes();
+    void PutBlock(brell::ByteOutput& out);
 
 protected:
     // Calls "Geo" + typeName + "_" + procedure with (this, output): its

@@ -141,7 +141,7 @@ TYPED_TEST(Shots, EachErrorLeavesAnAllZeroRecordAndOneErrorLine)
         if constexpr (std::is_same_v<Shot, KAMERADATA>) failed.reserved = 7;
         ReadShot(Join({HeaderBytes<TypeParam>(c.pitch, c.color), Pattern(256, 5)}), failed, Device::stream);
         ExpectEmpty<TypeParam>(failed);
-        std::vector<std::string> outputs = Outputs(recording);
+        std::vector<std::string> outputs = recording.Outputs();
         ASSERT_GE(outputs.size(), 3u);
         EXPECT_EQ(std::tuple(outputs[0], outputs[1], outputs.back()),
                   std::tuple(kClear, kReadHeader, "output 0 -2 " + c.error));
@@ -158,7 +158,7 @@ TYPED_TEST(Shots, WithoutColourPlanesOnlyTheSecondLayoutReadsA2DBlock)
     ReadShot(Join({HeaderBytes<TypeParam>(kSmallPitch, {4, 4, 0, 8}), Pattern(5000, 5)}), failed);
     EXPECT_EQ(failed.length2D, TypeParam::kEmpty2d);
     EXPECT_EQ(failed.data2D == nullptr, TypeParam::kEmpty2d == 0);
-    std::vector<std::string> outputs = Outputs(recording);
+    std::vector<std::string> outputs = recording.Outputs();
     EXPECT_EQ(outputs.size(), 3 + TypeParam::kListingLines + (TypeParam::kEmpty2d != 0));
     EXPECT_EQ(outputs.back(), TypeParam::kEmpty2d != 0 ? Traced("Read 2D data in camera data", 3840)
                                                        : Traced("Read 3D data in camera data", TypeParam::kSmall3d));
@@ -192,7 +192,7 @@ TYPED_TEST(Shots, ABlockLongerThanTheFileIsRefusedBeforeAnythingIsAllocated)
                 ReadShot(bytes, shot);
             }
             ExpectEmpty<TypeParam>(shot);
-            EXPECT_EQ(Outputs(recording).back(),
+            EXPECT_EQ(recording.Outputs().back(),
                       "output 0 -2 Error: The file ends before the 2D data in camera data( " + std::to_string(size2d) +
                           " bytes ).\n");
         }
@@ -226,7 +226,7 @@ TEST(LayoutShots, A640By480ShotTracesOnlyItsProgress)
     EXPECT_TRUE(Holds(wide.data3D, large, 1024, size3d));
     EXPECT_TRUE(Holds(wide.data2D, large, 1024 + size3d, size2d));
     EXPECT_EQ(WriteShot(wide), large);
-    EXPECT_EQ(Outputs(recording),
+    EXPECT_EQ(recording.Outputs(),
               (std::vector<std::string>{kClear, kReadHeader, Traced("Read 3D data in camera data", size3d),
                                         Traced("Read 2D data in camera data", size2d),
                                         "output 0 60 Write camera header data:\n", Traced("Write 3D data", size3d),

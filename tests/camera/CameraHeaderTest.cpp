@@ -88,9 +88,7 @@ TEST(FirstLayoutHeader, ReadsInHostOrderAndListsThirtyTwoLinesAtLevelSixty)
     Buffer file = ListedHeader();
     ASSERT_EQ(file.size(), 512u);
     CAMERAHEADER h;
-    CMemFile memory(file.data(), 512);
-    CArchive load(&memory, CArchive::load);
-    load >> h;
+    ReadShot(file, h);
 
     // The listing below shows every other field as read.
     EXPECT_EQ(std::tuple(h.reserved1, h.reserved2[107], h.calibTables[3].words[13], h.reserved3[31]),
@@ -131,34 +129,22 @@ TEST(FirstLayoutHeader, ReadsInHostOrderAndListsThirtyTwoLinesAtLevelSixty)
         "H8 ROM Version:   0x 01 02 0a 0b ab cd ef\n"};
     std::vector<std::string> expected;
     for (const std::string& line : listing) expected.push_back("output 0 60 " + line);
-    EXPECT_EQ(Outputs(recording), expected);
+    EXPECT_EQ(recording.Outputs(), expected);
 
     // Writing lists the caller's header again and leaves it in host order.
     const Buffer hostImage = ImageOf(h);
-    CMemFile written;
-    CArchive store(&written, CArchive::store);
-    store << h;
-    store.Close();
+    EXPECT_EQ(WriteShot(h), file);
     EXPECT_EQ(ImageOf(h), hostImage);
     std::vector<std::string> twice = expected;
     twice.insert(twice.end(), expected.begin(), expected.end());
-    EXPECT_EQ(Outputs(recording), twice);
-    ASSERT_EQ(written.GetLength(), 512u);
-    written.SeekToBegin();
-    Buffer rewritten(512);
-    written.Read(rewritten.data(), 512);
-    EXPECT_EQ(rewritten, file);
+    EXPECT_EQ(recording.Outputs(), twice);
 }
 
-// The header a file's bytes give when read as Header.
 template <class Header>
 Header HeaderOf(const Buffer& file)
 {
-    Buffer bytes(file);
-    CMemFile memory(bytes.data(), static_cast<unsigned int>(bytes.size()));
-    CArchive archive(&memory, CArchive::load);
     Header header;
-    archive >> header;
+    ReadShot(file, header);
     return header;
 }
 

@@ -136,7 +136,7 @@ private:
 // Where ReadShot reads from: memory, whose length the reader may ask, or a stream.
 enum class Device { memory, stream };
 
-// Reads from exactly the file's bytes, so that a read past them is caught.
+// Reads a shot or a header from exactly the file's bytes, so that a read past them is caught.
 template <class Shot>
 void ReadShot(const Buffer& file, Shot& shot, Device device = Device::memory)
 {
@@ -159,15 +159,6 @@ Buffer WriteShot(Shot& shot)
     Buffer file(bytes, bytes + size);
     std::free(bytes);
     return file;
-}
-
-// The recorded output calls as "output <channel> <level> <text>".
-inline std::vector<std::string> Outputs(const Recording& recording)
-{
-    std::vector<std::string> outputs;
-    for (const std::string& line : recording.Lines())
-        if (line.rfind("output ", 0) == 0) outputs.push_back(line);
-    return outputs;
 }
 
 template <class Layout>

@@ -15,18 +15,16 @@ namespace {
 
 using brell::test::Recording;
 
-std::vector<std::string> TraceLines(const char* format)
+// The lines given, each format's trace line for every registered type in
+// table order, then the lines after.
+std::vector<std::string> Records(std::vector<std::string> lines, std::initializer_list<const char*> formats,
+                                 std::initializer_list<const char*> after = {})
 {
-    std::vector<std::string> lines;
-    for (const std::string& type : brell::test::kRegisteredTypes) lines.push_back(std::string("output 0 0 ") + format + type + "\n");
+    for (const char* format : formats)
+        for (const std::string& type : brell::test::kRegisteredTypes)
+            lines.push_back(std::string("output 0 0 ") + format + type + "\n");
+    lines.insert(lines.end(), after.begin(), after.end());
     return lines;
-}
-
-std::vector<std::string> Concat(std::initializer_list<std::vector<std::string>> parts)
-{
-    std::vector<std::string> all;
-    for (const auto& part : parts) all.insert(all.end(), part.begin(), part.end());
-    return all;
 }
 
 void* LoadLibrary()
@@ -57,13 +55,11 @@ TEST(WithRecordingOutput, RegistrationsArriveOnChannelZeroAtLevelZeroInTableOrde
     Recording recording(testing::TempDir() + "brell-load-recording.txt");
     void* library = LoadLibrary();
     ASSERT_NE(library, nullptr);
-    EXPECT_EQ(recording.Lines(), Concat({{"load", "open 0"}, TraceLines("Register node type ")}));
+    EXPECT_EQ(recording.Lines(), Records({"load", "open 0"}, {"Register node type "}));
 
     ASSERT_EQ(dlclose(library), 0);
-    EXPECT_EQ(recording.Lines(), Concat({{"load", "open 0"},
-                                         TraceLines("Register node type "),
-                                         TraceLines("Unregister node type "),
-                                         {"close 0", "unload"}}));
+    EXPECT_EQ(recording.Lines(), Records({"load", "open 0"}, {"Register node type ", "Unregister node type "},
+                                         {"close 0", "unload"}));
 }
 
 TEST(WithoutOutputLibrary, LoadingAndUnloadingSucceed)
@@ -94,7 +90,7 @@ TEST(WithFailingOpen, EveryMessageTriesToOpenTheChannelAgainAndNothingIsClosed)
     ASSERT_EQ(dlclose(library), 0);
 
     std::vector<std::string> expected = {"load"};
-    for (const std::string& line : Concat({TraceLines("Register node type "), TraceLines("Unregister node type ")}))
+    for (const std::string& line : Records({}, {"Register node type ", "Unregister node type "}))
         expected.insert(expected.end(), {"open 0", line});
     expected.push_back("unload");
     EXPECT_EQ(recording.Lines(), expected);

@@ -20,43 +20,31 @@ public:
     }
     ~Recording() { unsetenv("SCRIVO_RECORD_FILE"); }
 
-    // The record lines so far, with \n and \\ in output texts decoded.
     std::vector<std::string> Lines() const
     {
         std::vector<std::string> lines;
         std::ifstream in(path_, std::ios::binary);
-        for (std::string line; std::getline(in, line);) lines.push_back(Decode(line));
+        for (std::string line; std::getline(in, line, '\0');) lines.push_back(line);
         return lines;
     }
 
-    // The texts of the output records since the file was started.
+    // The output records as "output <channel> <level> <text>".
+    std::vector<std::string> Outputs() const
+    {
+        std::vector<std::string> outputs;
+        for (const std::string& line : Lines())
+            if (line.rfind("output ", 0) == 0) outputs.push_back(line);
+        return outputs;
+    }
+
     std::vector<std::string> Texts() const
     {
         std::vector<std::string> texts;
-        const std::string prefix = "output ";
-        for (const std::string& line : Lines()) {
-            if (line.compare(0, prefix.size(), prefix) != 0) continue;
-            size_t text = line.find(' ', line.find(' ', prefix.size()) + 1) + 1;
-            texts.push_back(line.substr(text));
-        }
+        for (const std::string& line : Outputs()) texts.push_back(line.substr(line.find(' ', line.find(' ', 7) + 1) + 1));
         return texts;
     }
 
 private:
-    static std::string Decode(const std::string& line)
-    {
-        std::string decoded;
-        for (size_t i = 0; i < line.size(); ++i) {
-            if (line[i] == '\\' && i + 1 < line.size()) {
-                decoded += line[i + 1] == 'n' ? '\n' : line[i + 1];
-                ++i;
-            } else {
-                decoded += line[i];
-            }
-        }
-        return decoded;
-    }
-
     std::string path_;
 };
 

@@ -1,8 +1,8 @@
-// A test double of the diagnostic output library. It appends one record line
-// per call to the file named by SCRIVO_RECORD_FILE (nothing while that is
-// unset): "load", "open <channel>", "output <channel> <level> <text>",
-// "close <channel>", "unload". In the text, a line feed is written as \n and
-// a backslash as \\. Built in three variants:
+// A test double of the diagnostic output library. It appends one record per
+// call to the file named by SCRIVO_RECORD_FILE (nothing while that is unset):
+// "load", "open <channel>", "output <channel> <level> <text>", "close <channel>",
+// "unload", each ended by a zero byte so that texts keep their line feeds.
+// Built in three variants:
 //   SCRIVO_OPEN_FAILS   OpenDebugOutput returns 0
 //   SCRIVO_OMIT_REOPEN  ReopenDebugOutput is missing
 
@@ -21,15 +21,8 @@ void Record(const char* format, int32_t channel = 0, int32_t level = 0, const ch
     FILE* out = std::fopen(path, "a");
     if (out == nullptr) return;
     std::fprintf(out, format, channel, level);
-    for (const char* c = text; c != nullptr && *c != '\0'; ++c) {
-        if (*c == '\n')
-            std::fputs("\\n", out);
-        else if (*c == '\\')
-            std::fputs("\\\\", out);
-        else
-            std::fputc(*c, out);
-    }
-    std::fputc('\n', out);
+    if (text != nullptr) std::fputs(text, out);
+    std::fputc('\0', out);
     std::fclose(out);
 }
 

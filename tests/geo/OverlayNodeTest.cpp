@@ -25,16 +25,16 @@ std::vector<std::pair<int, int>> Points(CArrayDataStore<POINT>& store)
 
 TEST(OverlayNodes, AreNotRegisteredAtStartAndHaveNoBox)
 {
-    const char* types[] = {"CGeoPoint2DNode",     "CGeoLine2DNode",   "CGeoCrossLine2DNode",
-                           "CGeoRectangle2DNode", "CGeoRegion2DNode", "CGeoBezier2DNode"};
-    for (const char* type : types) EXPECT_EQ(CreateNode(type), nullptr) << type << " is not registered at start-up";
+    const std::pair<const char*, CBaseNode* (*)()> classes[] = {
+        {"CGeoPoint2DNode", CGeoPoint2DNode::Create},         {"CGeoLine2DNode", CGeoLine2DNode::Create},
+        {"CGeoCrossLine2DNode", CGeoCrossLine2DNode::Create}, {"CGeoRectangle2DNode", CGeoRectangle2DNode::Create},
+        {"CGeoRegion2DNode", CGeoRegion2DNode::Create},       {"CGeoBezier2DNode", CGeoBezier2DNode::Create}};
     CTree tree(new CGeoBaseNode);
-    for (CBaseNode* node : {CGeoPoint2DNode::Create(), CGeoLine2DNode::Create(), CGeoCrossLine2DNode::Create(),
-                            CGeoRectangle2DNode::Create(), CGeoRegion2DNode::Create(), CGeoBezier2DNode::Create()})
+    for (const auto& [type, create] : classes) {
+        EXPECT_EQ(CreateNode(type), nullptr) << type << " is not registered at start-up";
+        CBaseNode* node = create();
         tree.Root()->AppendChild(node);
-    for (unsigned int i = 0; i < tree.Root()->GetChildNum(); ++i) {
-        EXPECT_EQ(tree.Root()->GetChild(i)->Type(), types[i]);
-        EXPECT_EQ(tree.Root()->GetChild(i)->Comment(), "Attribute: 0[Show]");
+        EXPECT_EQ(std::tuple(node->Type(), node->Comment()), std::tuple(type, "Attribute: 0[Show]"));
     }
     std::vector<double> box(6, 7);
     EXPECT_EQ(EvalBBoxForNode(tree.Root(), box[0], box[1], box[2], box[3], box[4], box[5]), 0);

@@ -2,6 +2,7 @@
 // its own, and undoing cuts.
 
 #include "support/Held.h"
+#include "support/Paths.h"
 
 #include <brelldata/core/NodeStream.h>
 #include <brelldata/gl/Cut.h>
@@ -31,9 +32,9 @@ CAMERA_PARAM WindowCamera()
 
 // A five-pointed star drawn in one stroke: its middle is covered twice, so
 // the even-odd rule leaves it out.
-std::vector<POINT> Star()
+Figure Star()
 {
-    std::vector<POINT> star;
+    Figure star;
     for (int k = 0; k < 5; ++k) {
         const double angle = 3.14159265358979 * (0.5 + 0.8 * k);
         star.push_back({static_cast<int32_t>(std::lround(50 + 45 * std::cos(angle))),
@@ -42,29 +43,10 @@ std::vector<POINT> Star()
     return star;
 }
 
-HRGN RegionOf(const std::vector<POINT>& path)
-{
-    CDC dc;
-    dc.BeginPath();
-    dc.MoveTo(path[0].x, path[0].y);
-    for (size_t i = 1; i < path.size(); ++i) dc.LineTo(path[i].x, path[i].y);
-    dc.CloseFigure();
-    dc.EndPath();
-    return PathToRegion(dc.m_hDC);
-}
-
 // The even-odd rule at the centre of the pixel that world point (x, y) shows at.
-bool InsideByEvenOdd(const std::vector<POINT>& path, double x, double y)
+bool InsideByEvenOdd(const Figure& path, double x, double y)
 {
-    const double cx = std::floor(x) + 0.5, cy = std::floor(kWindow - y) + 0.5;
-    bool inside = false;
-    for (size_t i = 0; i < path.size(); ++i) {
-        const POINT a = path[i], b = path[(i + 1) % path.size()];
-        if ((a.y < cy) == (b.y < cy)) continue;
-        const double crossing = a.x + (cy - a.y) * (b.x - a.x) / (b.y - a.y);
-        if (crossing <= cx) inside = !inside;
-    }
-    return inside;
+    return EvenOdd({path}, std::floor(x) + 0.5, std::floor(kWindow - y) + 0.5);
 }
 
 // World place of grid vertex i, away from pixel edges.
@@ -133,8 +115,8 @@ protected:
 
     Held<CBaseNode> scene;
     CMeshNode* mesh = nullptr;
-    std::vector<POINT> star = Star();
-    HRGN region = RegionOf(star);
+    Figure star = Star();
+    HRGN region = RegionOfPath({star});
 };
 
 TEST_F(CutTest, CutRemovesExactlyTheVerticesWhoseProjectionTheEvenOddRuleFindsInside)

@@ -95,18 +95,15 @@ TEST(PointGeometry, PointsOfModelsOfOneSizeShareOneSelectionAndOthersHaveTheirOw
     Held<CBaseNode> output;
     ASSERT_EQ(parts->GeoCalc(gl::kPointsProcedure, output.node), 1);
     std::vector<CArrayDataStore<int>*> selections;
-    std::vector<CBaseNode*> pending{output.node};
-    while (!pending.empty()) {
-        CBaseNode* node = pending.back();
-        pending.pop_back();
-        if (auto* points = AsKindOf<CGeoPointNode>(node)) selections.push_back(&*points->indices);
-        for (unsigned int i = node->GetChildNum(); i-- > 0;) pending.push_back(node->GetChild(i));
+    for (int n = 0; n < 4; ++n) {
+        int counter = n;
+        if (CBaseNode* found = SearchNode(output.node, IsSameType, counter, const_cast<char*>("CGeoPointNode")))
+            selections.push_back(&*static_cast<CGeoPointNode*>(found)->indices);
     }
     ASSERT_EQ(selections.size(), 3u);
-    const auto selection = [&](size_t i) { return selections[i]; };
-    EXPECT_EQ(selection(0), selection(1));
-    EXPECT_NE(selection(2), selection(1));
-    EXPECT_EQ(selection(2)->Number(), 2);
+    EXPECT_EQ(selections[0], selections[1]);
+    EXPECT_NE(selections[2], selections[1]);
+    EXPECT_EQ(selections[2]->Number(), 2);
 }
 
 TEST_F(ScanGeometry, CalculationRefusesUnknownProceduresAndTreesWithoutScanData)

@@ -1,3 +1,5 @@
+#include "support/Paths.h"
+
 #include <brelldata/platform/Region.h>
 
 #include <gtest/gtest.h>
@@ -7,7 +9,7 @@
 
 namespace {
 
-using Figure = std::vector<POINT>;
+using namespace brell::test;
 
 // The number of the region's rectangles that hold the point.
 int Coverage(HRGN region, int x, int y)
@@ -31,31 +33,6 @@ void ExpectPoints(HRGN region, RECT window, Inside inside)
             ASSERT_EQ(PtInRegion(region, x, y), expected) << "at " << x << ", " << y;
             ASSERT_EQ(Coverage(region, x, y), expected) << "at " << x << ", " << y;
         }
-}
-
-// A direct even-odd test of a point against closed figures: a ray to the
-// right crosses an odd number of edges.
-bool EvenOdd(const std::vector<Figure>& figures, double px, double py)
-{
-    bool inside = false;
-    for (const Figure& f : figures)
-        for (size_t i = 0, j = f.size() - 1; i < f.size(); j = i++) {
-            const double xi = f[i].x, yi = f[i].y, xj = f[j].x, yj = f[j].y;
-            if ((yi > py) != (yj > py) && px < (xj - xi) * (py - yi) / (yj - yi) + xi) inside = !inside;
-        }
-    return inside;
-}
-
-HRGN RegionOfPath(CDC& dc, const std::vector<Figure>& figures)
-{
-    dc.BeginPath();
-    for (const Figure& f : figures) {
-        dc.MoveTo(f[0].x, f[0].y);
-        for (size_t i = 1; i < f.size(); ++i) dc.LineTo(f[i].x, f[i].y);
-        dc.CloseFigure();
-    }
-    dc.EndPath();
-    return PathToRegion(dc.m_hDC);
 }
 
 TEST(Regions, CombineByEveryMode)
@@ -133,8 +110,7 @@ TEST(Paths, FillByTheEvenOddRule)
     const std::vector<std::vector<Figure>> paths{{concave}, {pentagram}, {concave, triangle},
                                                  {notch},   {square},    {notch, pentagram}};
     for (const auto& figures : paths) {
-        CDC dc;
-        HRGN region = RegionOfPath(dc, figures);
+        HRGN region = RegionOfPath(figures);
         ASSERT_NE(region, nullptr);
         ExpectPoints(region, {-2, -2, 92, 86}, [&](int x, int y) { return EvenOdd(figures, x + 0.5, y + 0.5); });
         DeleteObject(region);
@@ -143,9 +119,8 @@ TEST(Paths, FillByTheEvenOddRule)
     EXPECT_TRUE(EvenOdd({pentagram}, 50.5, 20.5));
 
     const int far = 1 << 30, limit = (1 << 27) - 1;
-    CDC dc;
     RECT box{};
-    HRGN huge = RegionOfPath(dc, {{{-far, -far}, {far, -far}, {far, far}, {-far, far}}});
+    HRGN huge = RegionOfPath({{{-far, -far}, {far, -far}, {far, far}, {-far, far}}});
     EXPECT_EQ(GetRgnBox(huge, &box), SIMPLEREGION);
     EXPECT_EQ((std::vector<int>{box.left, box.top, box.right, box.bottom}),
               (std::vector<int>{-limit, -limit, limit, limit}));

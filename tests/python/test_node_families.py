@@ -8,7 +8,8 @@ def address(array):
     return array.__array_interface__["data"][0]
 
 
-# class, field, value assigned, shape and dtype of the view
+# class, field, value assigned, shape and dtype of the view; one class for each
+# binding helper that several classes share
 STORE_VIEWS = [
     (brelldata.MeshNode, "vertices", np.zeros((4, 3)), (4, 3), np.float64),
     (brelldata.MeshNode, "normals", np.zeros((4, 3)), (4, 3), np.float32),
@@ -17,7 +18,6 @@ STORE_VIEWS = [
     (brelldata.MeshNode, "tex_coords", np.zeros((2, 3, 2)), (2,), brelldata.TEX_COORD_DTYPE),
     (brelldata.GeoNormalNode, "normals", np.ones((4, 3)), (4, 3), np.float64),
     (brelldata.GeoVertexNormalNode, "normals", np.ones((4, 3)), (4, 3), np.float32),
-    (brelldata.GeoLineNode, "indices", np.ones((5, 2)), (5, 2), np.int32),
     (brelldata.GeoPolygonNode, "indices", np.ones((2, 4)), (2, 4), np.int32),
     (brelldata.GeoWireFrameNode, "indices", np.arange(3), (3,), np.int32),
     (brelldata.GeoPolygonRefNode, "polygons", np.ones((2, 3)), (2,), brelldata.POLYGON_DTYPE),
@@ -26,7 +26,6 @@ STORE_VIEWS = [
     (brelldata.GeoPolyShadeRefNode, "texture_image", np.ones((2, 3, 4)), (2, 3, 4), np.uint8),
     (brelldata.GeoPolyShadeRefNode, "texture_coords", np.ones((2, 3, 2)), (2,), brelldata.TEX_COORD_DTYPE),
     (brelldata.GeoPoint2DNode, "points", np.ones((3, 2)), (3, 2), np.int32),
-    (brelldata.GeoLine2DNode, "points", np.ones((3, 2)), (3, 2), np.int32),
     (brelldata.GeoBezier2DNode, "ctrl_points", np.ones((2, 7)), (2, 7), np.int32),
 ]
 

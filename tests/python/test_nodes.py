@@ -1,4 +1,6 @@
 import copy
+import pathlib
+import re
 
 import numpy as np
 import pytest
@@ -17,13 +19,8 @@ def tree():
     return root
 
 
-REGISTERED_TYPES = [
-    "CBaseNode", "CRefNode", "CObjectNode", "CElementNode", "CLodNode", "CModelNode", "CMeshNode",
-    "CLinearLineNode", "CBezierLineNode", "CCharLineNode", "CImageNode", "CGeoBaseNode", "CGeoRefNode",
-    "CGeoSwitchNode", "CGeoModeNode", "CGeoLightNode", "CGeoCameraNode", "CGeoVertexNode", "CGeoPointNode",
-    "CGeoLineNode", "CGeoPolygonNode", "CGeoNormalNode", "CGeoPolyWireNode", "CGeoVertexNormalNode",
-    "CGeoWireFrameNode", "CGeoPolygonRefNode", "CGeoPolyShadeRefNode", "CGeoPolyWireRefNode",
-]
+# The types the library registers at start-up, as the C++ tests list them.
+REGISTERED_TYPES = re.findall(r'"(C\w+)"', (pathlib.Path(__file__).parents[1] / "support" / "RegisteredTypes.h").read_text())
 
 
 @pytest.mark.parametrize("type_name", REGISTERED_TYPES)

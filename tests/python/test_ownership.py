@@ -5,13 +5,15 @@ import numpy as np
 import brelldata
 
 
-def test_a_new_node_is_held_once_by_python_and_a_parent_adds_a_reference_that_removing_drops():
+def test_a_new_node_is_held_once_by_python_and_a_parent_adds_a_reference_that_removing_or_popping_drops():
     parent, child = brelldata.Node(), brelldata.Node()
     assert child.ref_count == 1
     parent.children.append(child)
     assert child.ref_count == 2
     parent.children.remove(child)
     assert child.ref_count == 1
+    parent.children.append(child)
+    assert parent.children.pop().ref_count == 1
 
 
 def test_the_same_node_reached_twice_is_one_python_object_with_one_reference():
@@ -37,12 +39,6 @@ def test_a_node_held_by_python_survives_its_parents_release():
     del parent
     gc.collect()
     assert child.ref_count == 1 and child.name == "c"
-
-
-def test_a_popped_child_is_held_by_python_alone():
-    parent = brelldata.Node()
-    parent.children.append(brelldata.Node())
-    assert parent.children.pop().ref_count == 1
 
 
 def test_walking_leaves_every_count_as_it_was():

@@ -45,7 +45,8 @@ public:
     void Bytes(const void* bytes, size_t size)
     {
         if (size > static_cast<size_t>(end_ - at_)) return Put(bytes, size);
-        std::memcpy(at_, bytes, size);
+        // An empty store hands over no buffer at all.
+        if (size != 0) std::memcpy(at_, bytes, size);
         at_ += size;
     }
     // size bytes made by fill(at) in memory: in the buffer when they fit,

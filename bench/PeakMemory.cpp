@@ -1,6 +1,7 @@
 // The peak memory of one import, load or export, each run in a fresh process
 // so that nothing before it counts:
 //   brell_peak write-mesh PATH             the 1M-vertex, 2M-triangle mesh as binary PLY
+//   brell_peak write-mesh-scene PATH       the same mesh saved as a scene (one stream)
 //   brell_peak write-cloud POINTS PATH [coloured]
 //   brell_peak import PATH                 ImportScan of a scan file
 //   brell_peak load PATH                   LoadScene of a scene file
@@ -73,6 +74,13 @@ int Run(const std::vector<std::string>& arguments)
         brell::io::WriteScanFile(GridMesh(), arguments[1]);
         return 0;
     }
+    if (command == "write-mesh-scene" && arguments.size() == 2) {
+        CBaseNode* scene = brell::io::SceneOfGeometry(GridMesh(), "grid");
+        scene->AddRef();
+        brell::io::SaveScene(scene, arguments[1]);
+        scene->Release();
+        return 0;
+    }
     if (command == "write-cloud" && arguments.size() >= 3) {
         const bool coloured = arguments.size() == 4 && arguments[3] == "coloured";
         brell::io::WriteScanFile(PointCloud(std::atoi(arguments[1].c_str()), coloured), arguments[2]);
@@ -81,8 +89,8 @@ int Run(const std::vector<std::string>& arguments)
     const bool exporting = command == "export" && arguments.size() == 3;
     const bool saving = command == "save" && arguments.size() == 3;
     if (!exporting && !saving && !((command == "import" || command == "load") && arguments.size() == 2)) {
-        std::fputs("usage: brell_peak write-mesh PATH | write-cloud POINTS PATH [coloured] | import PATH | "
-                   "load PATH | export IN OUT | save IN OUT\n",
+        std::fputs("usage: brell_peak write-mesh PATH | write-mesh-scene PATH | write-cloud POINTS PATH [coloured] | "
+                   "import PATH | load PATH | export IN OUT | save IN OUT\n",
                    stderr);
         return 2;
     }

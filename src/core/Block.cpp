@@ -2,7 +2,9 @@
 
 #include <brelldata/core/Block.h>
 
+#include <algorithm>
 #include <cinttypes>
+#include <cstring>
 
 namespace brell {
 
@@ -22,6 +24,32 @@ void BlockBounds::Refuse(const unsigned char* at, const std::string& reason)
     if (Failed()) return;
     failure = reason;
     failureOffset = static_cast<size_t>(at - begin);
+}
+
+void BlockBounds::ReportReads(ReadReport report, void* context, const unsigned char* from)
+{
+    onRead = report;
+    onReadContext = context;
+    nextReport_ = report == nullptr ? UINTPTR_MAX : reinterpret_cast<uintptr_t>(from) + reportStep;
+}
+
+void BlockBounds::Report(const unsigned char* at)
+{
+    onRead(onReadContext, at);
+    nextReport_ = reinterpret_cast<uintptr_t>(at) + reportStep;
+}
+
+void BlockBounds::CopyReporting(void* to, const unsigned char* from, size_t size)
+{
+    // Pieces small enough that the bytes behind the copy are let go of soon.
+    constexpr size_t kPiece = size_t{1} << 20;
+    auto* into = static_cast<unsigned char*>(to);
+    for (size_t done = 0; done < size;) {
+        const size_t piece = std::min(kPiece, size - done);
+        std::memcpy(into + done, from + done, piece);
+        done += piece;
+        Reached(from + done);
+    }
 }
 
 BlockBounds*& ActiveBlockBounds()

@@ -220,6 +220,7 @@ private:
                 node->Release();
                 return nullptr;
             }
+            bounds_->Reached(data + dataBytes);
         }
         firstChild = data + dataBytes;
         return node;

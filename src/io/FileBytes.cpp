@@ -11,6 +11,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -208,6 +209,42 @@ bool FileWindow::Slide(size_t from, size_t count)
     ReadFully(descriptor_, buffer_->Data() + kept, wanted - kept, offset_ + kept, fileSize_, path_);
     size_ = wanted;
     return true;
+}
+
+std::optional<MappedFile> MappedFile::Map(const std::string& path)
+{
+    size_t size = 0;
+    const Descriptor file(OpenRegularFile(path, size));
+    if (size == 0) return std::nullopt;
+    void* data = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.Get(), 0);
+    if (data == MAP_FAILED) return std::nullopt;
+    return MappedFile(static_cast<char*>(data), size);
+}
+
+MappedFile::MappedFile(MappedFile&& other) noexcept
+    : data_(std::exchange(other.data_, nullptr)), size_(other.size_), released_(other.released_)
+{
+}
+
+MappedFile::~MappedFile()
+{
+    if (data_ != nullptr) munmap(data_, size_);
+}
+
+void MappedFile::ReleaseBefore(const void* reached)
+{
+    const auto page = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+    const size_t from = released_ / page * page;
+    const size_t below = std::min(static_cast<size_t>(static_cast<const char*>(reached) - data_), size_) / page * page;
+    if (below <= from) return;
+    // Only advice: pages kept are let go of at the unmapping all the same.
+    madvise(data_ + from, below - from, MADV_DONTNEED);
+    released_ = below;
+}
+
+void MappedFile::Rewind(const void* from)
+{
+    released_ = std::min(released_, static_cast<size_t>(static_cast<const char*>(from) - data_));
 }
 
 void RequireRegularFile(const std::string& path)

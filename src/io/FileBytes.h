@@ -101,6 +101,36 @@ private:
     size_t fileSize_ = 0;
 };
 
+// A regular file mapped read only, for readers that pass through it once:
+// the pages behind the reader are let go of as it goes (ReleaseBefore), so
+// that the process holds a few MB of the file at a time, however large; the
+// pages stay in the system's cache. The file must not shrink while mapped.
+class MappedFile {
+public:
+    // None for a regular file that cannot be mapped (an empty one among them);
+    // FileError when path cannot be opened or is no regular file.
+    static std::optional<MappedFile> Map(const std::string& path);
+    MappedFile(MappedFile&& other) noexcept;
+    MappedFile(const MappedFile&) = delete;
+    MappedFile& operator=(const MappedFile&) = delete;
+    ~MappedFile();
+
+    std::string_view View() const { return {data_, size_}; }
+    // Lets go of the whole pages of the mapping below reached (an address in
+    // it) that were not let go of before.
+    void ReleaseBefore(const void* reached);
+    // Starts another pass at from (an address in the mapping): its pages are
+    // let go of again as the pass reaches them.
+    void Rewind(const void* from);
+
+private:
+    MappedFile(char* data, size_t size) : data_(data), size_(size) {}
+
+    char* data_;
+    size_t size_;
+    size_t released_ = 0;
+};
+
 // Output a piece at a time through a bounded buffer; it lives with the node
 // data blocks that are put into it.
 using ByteOutput = brell::ByteOutput;

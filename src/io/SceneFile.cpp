@@ -39,12 +39,17 @@ std::string Number(uint64_t value)
 }
 
 // Installs bounds on this thread's block readers for its lifetime.
+// Over a mapped file, the pages behind the readers are let go of as they read.
 class CheckedRead {
 public:
-    CheckedRead(const unsigned char* file, const unsigned char* end)
+    CheckedRead(const unsigned char* file, const unsigned char* end, MappedFile* mapped)
     {
         bounds_.begin = file;
         bounds_.end = end;
+        if (mapped != nullptr) {
+            mapped->Rewind(file);
+            bounds_.ReportReads(&ReleaseRead, mapped, file);
+        }
         ActiveBlockBounds() = &bounds_;
     }
     ~CheckedRead() { ActiveBlockBounds() = nullptr; }
@@ -54,6 +59,11 @@ public:
     const BlockBounds& Bounds() const { return bounds_; }
 
 private:
+    static void ReleaseRead(void* mapped, const unsigned char* reached)
+    {
+        static_cast<MappedFile*>(mapped)->ReleaseBefore(reached);
+    }
+
     BlockBounds bounds_;
 };
 
@@ -80,15 +90,32 @@ private:
     XXH3_state_t* state_;
 };
 
+// The hash of length bytes at bytes; over a mapped file, taken a piece at a
+// time with the pages behind it let go of.
+uint64_t HashOf(const unsigned char* bytes, uint64_t length, MappedFile* mapped)
+{
+    if (mapped == nullptr) return XXH3_64bits(bytes, length);
+    constexpr uint64_t kHashPiece = uint64_t{4} << 20;
+    StreamHash hash;
+    for (uint64_t done = 0; done < length;) {
+        const uint64_t piece = std::min(kHashPiece, length - done);
+        hash.Add(kSceneHeaderBytes, {reinterpret_cast<const char*>(bytes) + done, piece});
+        done += piece;
+        mapped->ReleaseBefore(bytes + done);
+    }
+    return hash.Value();
+}
+
 // The nodes of a node stream of length bytes that starts offset bytes into
 // the file name, read under bounds: FileError at the first byte that does not
 // read, and unless the stream ends exactly at its length.
-CBaseNode* ReadStream(const unsigned char* stream, uint64_t length, uint64_t offset, const std::string& name)
+CBaseNode* ReadStream(const unsigned char* stream, uint64_t length, uint64_t offset, const std::string& name,
+                      MappedFile* mapped)
 {
     CBaseNode* root = nullptr;
     BlockBounds bounds;
     {
-        CheckedRead checked(stream, stream + length);
+        CheckedRead checked(stream, stream + length, mapped);
         root = ReadNode(const_cast<unsigned char*>(stream));
         bounds = checked.Bounds();
     }
@@ -108,9 +135,9 @@ CBaseNode* ReadStream(const unsigned char* stream, uint64_t length, uint64_t off
     return root;
 }
 
-// Loads the scene in a scene file's bytes; streamHash is the hash of its
-// stream when the caller took it while reading the file.
-CBaseNode* LoadChecked(std::string_view bytes, const std::string& name, std::optional<uint64_t> streamHash)
+// Loads the scene in a scene file's bytes of format version 1, mapped from
+// the file or not.
+CBaseNode* LoadChecked(std::string_view bytes, const std::string& name, MappedFile* mapped)
 {
     if (bytes.size() < kSceneHeaderBytes)
         throw FileError::AtByte(name, 0, "a scene header of 32 bytes", Number(bytes.size()) + " bytes");
@@ -128,10 +155,10 @@ CBaseNode* LoadChecked(std::string_view bytes, const std::string& name, std::opt
     if (header.length > INT_MAX) throw FileError::AtByte(name, 16, "a stream below 2 GB", Number(header.length));
     const auto* file = reinterpret_cast<const unsigned char*>(bytes.data());
     const unsigned char* stream = file + kSceneHeaderBytes;
-    if ((streamHash ? *streamHash : XXH3_64bits(stream, header.length)) != header.hash)
+    if (HashOf(stream, header.length, mapped) != header.hash)
         throw FileError::AtByte(name, 24, "the hash of the stream", "a different hash");
 
-    return ReadStream(stream, header.length, kSceneHeaderBytes, name);
+    return ReadStream(stream, header.length, kSceneHeaderBytes, name, mapped);
 }
 
 // FileError naming the first node under root that a load would not give
@@ -410,41 +437,42 @@ void SaveStreams(const std::vector<MeasuredNode>& nodes, const std::vector<Strea
     CommitMeasured(saver, path, kSceneHeaderBytes + length);
 }
 
-// The header of a scene file of several streams at the start of the
-// window; none for any other file.
-std::optional<SceneHeader> StreamsHeader(const FileWindow& window)
+// The header of a scene file of several streams at the start of bytes;
+// none for any other file.
+std::optional<SceneHeader> StreamsHeader(std::string_view bytes)
 {
     SceneHeader header;
-    if (window.Size() < sizeof header) return std::nullopt;
-    std::memcpy(&header, window.Data(), sizeof header);
+    if (bytes.size() < sizeof header) return std::nullopt;
+    std::memcpy(&header, bytes.data(), sizeof header);
     if (std::memcmp(header.magic, kMagic, sizeof kMagic) != 0 || header.version != kSceneStreamsFormatVersion)
         return std::nullopt;
     return header;
 }
 
 // The nodes of every stream, each stream's top inserted where its entry
-// says, in the window over a scene file of several streams whose header was
-// checked up to its version. The table is checked against the header's
-// length and hash before any stream is read, and each stream against its
-// hash before its nodes are made.
-CBaseNode* LoadStreams(FileWindow& window, const SceneHeader& header, const std::string& name)
+// says, in the bytes of a scene file of several streams whose header was
+// checked up to its version, mapped from the file or not. The table is
+// checked against the header's length and hash before any stream is read,
+// and each stream against its hash before its nodes are made.
+CBaseNode* LoadStreams(std::string_view bytes, const SceneHeader& header, const std::string& name,
+                       MappedFile* mapped)
 {
-    const uint64_t rest = window.FileSize() - kSceneHeaderBytes;
+    const uint64_t rest = bytes.size() - kSceneHeaderBytes;
     if (header.length != rest)
         throw FileError::AtByte(name, 16, Number(header.length) + " bytes after the header, as this length says",
                                 Number(rest));
     uint64_t count = 0;
-    if (!window.Slide(kSceneHeaderBytes, sizeof count))
-        throw FileError::AtByte(name, kSceneHeaderBytes, "a stream count", "the end of the file");
-    std::memcpy(&count, window.Data(), sizeof count);
+    if (rest < sizeof count) throw FileError::AtByte(name, kSceneHeaderBytes, "a stream count", "the end of the file");
+    const auto* file = reinterpret_cast<const unsigned char*>(bytes.data());
+    const unsigned char* table = file + kSceneHeaderBytes;
+    std::memcpy(&count, table, sizeof count);
     if (count == 0 || count > (rest - sizeof count) / (sizeof(StreamEntry) + kStreamHashBytes))
         throw FileError::AtByte(name, kSceneHeaderBytes, "a stream count that the file has room for", Number(count));
     const uint64_t tableBytes = sizeof count + count * sizeof(StreamEntry);
-    window.Slide(0, tableBytes);
-    if (XXH3_64bits(window.Data(), tableBytes) != header.hash)
+    if (XXH3_64bits(table, tableBytes) != header.hash)
         throw FileError::AtByte(name, 24, "the hash of the stream table", "a different hash");
     std::vector<StreamEntry> entries(count);
-    std::memcpy(entries.data(), window.Data() + sizeof count, count * sizeof(StreamEntry));
+    std::memcpy(entries.data(), table + sizeof count, count * sizeof(StreamEntry));
     uint64_t total = tableBytes;
     for (uint64_t k = 0; k < count; ++k) {
         const uint64_t at = kSceneHeaderBytes + sizeof count + k * sizeof(StreamEntry);
@@ -465,19 +493,16 @@ CBaseNode* LoadStreams(FileWindow& window, const SceneHeader& header, const std:
     CBaseNode* root = nullptr;
     std::vector<CBaseNode*> made;
     uint64_t offset = kSceneHeaderBytes + tableBytes;
-    size_t consumed = tableBytes;
     try {
         for (uint64_t k = 0; k < count; ++k) {
             const StreamEntry& entry = entries[k];
-            window.Slide(consumed, entry.length + kStreamHashBytes);
-            consumed = entry.length + kStreamHashBytes;
-            const auto* stream = reinterpret_cast<const unsigned char*>(window.Data());
+            const unsigned char* stream = file + offset;
             uint64_t hash = 0;
             std::memcpy(&hash, stream + entry.length, sizeof hash);
-            if (XXH3_64bits(stream, entry.length) != hash)
+            if (HashOf(stream, entry.length, mapped) != hash)
                 throw FileError::AtByte(name, offset + entry.length, "the hash of stream " + Number(k + 1),
                                         "a different hash");
-            CBaseNode* top = ReadStream(stream, entry.length, offset, name);
+            CBaseNode* top = ReadStream(stream, entry.length, offset, name, mapped);
             const uint64_t at = kSceneHeaderBytes + sizeof count + k * sizeof(StreamEntry);
             if (k == 0) {
                 root = top;
@@ -543,23 +568,28 @@ SceneStreams MeasureSceneStreams(CBaseNode* root, const std::string& name)
     return {bytes, bytes <= detail::PieceBytes() ? 1 : PlanStreams(nodes).size()};
 }
 
+namespace {
+
+CBaseNode* LoadBytes(std::string_view bytes, const std::string& name, MappedFile* mapped)
+{
+    if (std::optional<SceneHeader> header = StreamsHeader(bytes)) return LoadStreams(bytes, *header, name, mapped);
+    return LoadChecked(bytes, name, mapped);
+}
+
+}  // namespace
+
+// A mapped file is read in place, its pages let go of behind the reader, so
+// that a load holds little more than the stores it makes.
 CBaseNode* LoadScene(const std::string& path)
 {
-    {
-        FileWindow window(path);
-        if (std::optional<SceneHeader> header = StreamsHeader(window)) return LoadStreams(window, *header, path);
-    }
-    StreamHash hash;
-    const FileBytes file =
-        ReadWholeFile(path, [&hash](size_t offset, std::string_view piece) { hash.Add(offset, piece); });
-    return LoadChecked(file.View(), path, hash.Value());
+    if (std::optional<MappedFile> mapped = MappedFile::Map(path)) return LoadBytes(mapped->View(), path, &*mapped);
+    const FileBytes file = ReadWholeFile(path);
+    return LoadBytes(file.View(), path, nullptr);
 }
 
 CBaseNode* LoadSceneFromMemory(std::string_view bytes, const std::string& name)
 {
-    FileWindow window = FileWindow::OverMemory(bytes);
-    if (std::optional<SceneHeader> header = StreamsHeader(window)) return LoadStreams(window, *header, name);
-    return LoadChecked(bytes, name, std::nullopt);
+    return LoadBytes(bytes, name, nullptr);
 }
 
 }  // namespace brell::io

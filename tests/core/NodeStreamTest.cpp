@@ -116,4 +116,29 @@ TEST(BoundedReads, RefuseUnknownTypesBadCountsAndOverlongBlocks)
     for (Case& c : refused) EXPECT_EQ(BoundedRead(c.stream, c.stream.Data().size(), tree), c.failure);
 }
 
+TEST(BoundedReads, TellTheirReportHowFarTheyReadAStepAtATime)
+{
+    CTree source(Named("R"));
+    for (int i = 0; i < 200; ++i) source.Root()->AppendChild(Named("child"));
+    std::vector<uint8_t> stream(static_cast<size_t>(source.SizeOfByte()));
+    ASSERT_EQ(source.Write(stream.data()), 1);
+    brell::BlockBounds bounds;
+    bounds.begin = stream.data();
+    bounds.end = bounds.begin + stream.size();
+    bounds.reportStep = 1000;
+    std::vector<const unsigned char*> told;
+    bounds.ReportReads([](void* list, const unsigned char* reached) {
+        static_cast<std::vector<const unsigned char*>*>(list)->push_back(reached);
+    }, &told, bounds.begin);
+    brell::ActiveBlockBounds() = &bounds;
+    CTree read(ReadNode(stream.data()));
+    brell::ActiveBlockBounds() = nullptr;
+    ASSERT_EQ(read.Root()->GetChildNum(), 200u);
+    ASSERT_EQ(told.size(), stream.size() / 1000);
+    for (size_t i = 0; i < told.size(); ++i) {
+        EXPECT_GE(told[i], (i == 0 ? bounds.begin : told[i - 1]) + 1000);
+        EXPECT_LT(told[i], (i == 0 ? bounds.begin : told[i - 1]) + 1100) << "told after the record that passed the step";
+    }
+}
+
 }  // namespace

@@ -184,6 +184,34 @@ TEST(StoreBlocks, HoldTheCountsThenTheItemsAndReadBack)
     ExpectBlock(assignedLines, lineReader, Bytes().I32(2).I32(1).F64(1.0).F64(2.0).F64(0.5).I32(0));
 }
 
+TEST(PolygonStores, ReadUnderBoundsOnlyWhenEveryRowFits)
+{
+    // Enough rows that the last few are read near the end of the bounds.
+    Bytes block = Bytes().I32(12);
+    for (int row = 0; row < 12; ++row) {
+        const int count = row % 5;
+        block.I32(count);
+        for (int k = 0; k < count; ++k) block.I32(row * 10 + k);
+    }
+    const std::vector<uint8_t>& bytes = block.Data();
+    for (size_t size = 4; size <= bytes.size(); ++size) {
+        SCOPED_TRACE(size);
+        brell::BlockBounds bounds;
+        bounds.begin = bytes.data();
+        bounds.end = bounds.begin + size;
+        brell::ActiveBlockBounds() = &bounds;
+        CPolygonDataStore<int> polygons;
+        polygons.Read(bytes.data());
+        brell::ActiveBlockBounds() = nullptr;
+        EXPECT_EQ(bounds.Failed(), size < bytes.size());
+        if (bounds.Failed()) continue;
+        ASSERT_EQ(polygons.Number(), 12);
+        EXPECT_EQ(polygons.Element(11, 0), 110);
+        EXPECT_EQ(polygons.rows[9].count, 4);
+        EXPECT_EQ(polygons.Element(9, 3), 93);
+    }
+}
+
 TEST(StoreBlocks, BadOnesAreRefusedWithTheStoreUnchanged)
 {
     CArrayDataStore<int> refusing;

@@ -46,6 +46,15 @@ struct BRELL_API BlockBounds {
     // Where the outermost node stream read under these bounds ended.
     const unsigned char* streamEnd = nullptr;
 
+    // Told, when set, that every byte below reached has been read and will
+    // not be read again, once per reportStep bytes or so: a reader of mapped
+    // bytes lets go of what lies behind it. Readers tell it after each record
+    // and each large run, so that the cost is one comparison per record.
+    using ReadReport = void (*)(void* context, const unsigned char* reached);
+    ReadReport onRead = nullptr;
+    void* onReadContext = nullptr;
+    size_t reportStep = size_t{4} << 20;
+
     // Whether count items of itemSize bytes lie between at and end; what names
     // them in the message of a refusal.
     bool Check(const unsigned char* at, uint64_t count, uint64_t itemSize, const char* what)
@@ -60,12 +69,27 @@ struct BRELL_API BlockBounds {
                      const unsigned char* limit);
     bool Failed() const { return !failure.empty(); }
 
+    // Tells onRead that reading reached at, when a step has passed since it was last told.
+    void Reached(const unsigned char* at)
+    {
+        if (reinterpret_cast<uintptr_t>(at) >= nextReport_) Report(at);
+    }
+    // Sets the report and the first point at which it is told.
+    void ReportReads(ReadReport report, void* context, const unsigned char* from);
+    // Copies a large run in pieces of reportStep bytes, telling Reached after each.
+    void CopyReporting(void* to, const unsigned char* from, size_t size);
+
     // Whether count items of itemSize bytes lie between at and limit.
     static bool Fit(const unsigned char* at, const unsigned char* limit, uint64_t count, uint64_t itemSize)
     {
         const uint64_t remaining = at <= limit ? static_cast<uint64_t>(limit - at) : 0;
         return itemSize == 0 || count <= remaining / itemSize;
     }
+
+private:
+    void Report(const unsigned char* at);
+
+    uintptr_t nextReport_ = UINTPTR_MAX;
 };
 
 // The bounds in force for this thread: null unless a checked load runs.
@@ -98,6 +122,8 @@ private:
 
 class BlockReader {
 public:
+    static constexpr size_t kReportedRun = size_t{1} << 20;
+
     // Takes its limit from the bounds in force once, so that reading rows
     // keeps the limit in a register.
     explicit BlockReader(const void* block) : BlockReader(block, ActiveBlockBounds()) {}
@@ -128,12 +154,27 @@ public:
         Bytes(&value, 4);
         return value;
     }
-    // Nothing is copied when refused.
+    // Nothing is copied when refused. A run of more than kReportedRun bytes
+    // is told to the bounds' report as it is copied.
     void Bytes(void* data, size_t size)
     {
         if (size == 0 || !Fits(size, 1, "a field")) return;
-        std::memcpy(data, cursor_, size);
+        if (size > kReportedRun && bounds_ != nullptr)
+            bounds_->CopyReporting(data, cursor_, size);
+        else
+            std::memcpy(data, cursor_, size);
         cursor_ += size;
+    }
+    // Tells the bounds' report how far this reader has read.
+    void Report()
+    {
+        if (bounds_ != nullptr) bounds_->Reached(cursor_);
+    }
+    // The bytes this reader may still read; SIZE_MAX without bounds.
+    size_t Remaining() const
+    {
+        if (bounds_ == nullptr) return SIZE_MAX;
+        return cursor_ < limit_ ? static_cast<size_t>(limit_ - cursor_) : 0;
     }
     // A string written by BlockWriter::String, in place: the characters up to
     // the first zero byte within the stored length. The cursor moves past the

@@ -4,9 +4,12 @@
 #include <brelldata/io/FileError.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 #include <cstring>
+#include <mutex>
 #include <new>
 #include <utility>
 
@@ -23,6 +26,66 @@ namespace {
 constexpr size_t kPieceBytes = size_t{1} << 20;
 // A window small enough to stay in the second-level cache while it is read.
 constexpr size_t kWindowBytes = size_t{256} << 10;
+
+// Mapped files that another program may cut short while they are read: a
+// read of a page past the new end raises a bus error, which is caught here
+// and answered with a page of zeros, so that the read goes on and the file
+// is refused after it. Slots are claimed and freed with atomics, as the
+// handler reads them at any moment.
+struct GuardedMapping {
+    std::atomic<bool> taken{false};
+    std::atomic<char*> begin{nullptr};
+    std::atomic<size_t> size{0};
+    std::atomic<bool> cut{false};
+};
+GuardedMapping guardedMappings[64];
+struct sigaction busErrorBefore {};
+size_t pageBytes = 0;
+
+void OnBusError(int signal, siginfo_t* info, void* context)
+{
+    auto* at = static_cast<char*>(info->si_addr);
+    for (GuardedMapping& mapping : guardedMappings) {
+        char* begin = mapping.begin.load();
+        if (begin == nullptr || at < begin || at >= begin + mapping.size.load()) continue;
+        void* page = reinterpret_cast<void*>(reinterpret_cast<uintptr_t>(at) / pageBytes * pageBytes);
+        if (mmap(page, pageBytes, PROT_READ, MAP_PRIVATE | MAP_ANONYMOUS | MAP_FIXED, -1, 0) == MAP_FAILED) break;
+        mapping.cut = true;
+        return;
+    }
+    // Not a guarded page: what the handler before would do; by default the
+    // access runs again and stops the process.
+    if ((busErrorBefore.sa_flags & SA_SIGINFO) != 0) return busErrorBefore.sa_sigaction(signal, info, context);
+    if (busErrorBefore.sa_handler != SIG_DFL && busErrorBefore.sa_handler != SIG_IGN)
+        return busErrorBefore.sa_handler(signal);
+    struct sigaction standard {};
+    standard.sa_handler = SIG_DFL;
+    sigaction(SIGBUS, &standard, nullptr);
+}
+
+// The slot guarding size bytes at begin; -1 when every slot is taken.
+int Guard(char* begin, size_t size)
+{
+    static std::once_flag installed;
+    std::call_once(installed, [] {
+        pageBytes = static_cast<size_t>(sysconf(_SC_PAGESIZE));
+        struct sigaction action {};
+        action.sa_sigaction = OnBusError;
+        action.sa_flags = SA_SIGINFO;
+        sigemptyset(&action.sa_mask);
+        sigaction(SIGBUS, &action, &busErrorBefore);
+    });
+    for (int slot = 0; slot < static_cast<int>(std::size(guardedMappings)); ++slot) {
+        GuardedMapping& mapping = guardedMappings[slot];
+        bool free = false;
+        if (!mapping.taken.compare_exchange_strong(free, true)) continue;
+        mapping.size = size;
+        mapping.cut = false;
+        mapping.begin = begin;
+        return slot;
+    }
+    return -1;
+}
 
 std::string SystemReason()
 {
@@ -218,17 +281,31 @@ std::optional<MappedFile> MappedFile::Map(const std::string& path)
     if (size == 0) return std::nullopt;
     void* data = mmap(nullptr, size, PROT_READ, MAP_PRIVATE, file.Get(), 0);
     if (data == MAP_FAILED) return std::nullopt;
-    return MappedFile(static_cast<char*>(data), size);
+    const int slot = Guard(static_cast<char*>(data), size);
+    if (slot < 0) {
+        munmap(data, size);
+        return std::nullopt;
+    }
+    return MappedFile(static_cast<char*>(data), size, slot);
 }
 
 MappedFile::MappedFile(MappedFile&& other) noexcept
-    : data_(std::exchange(other.data_, nullptr)), size_(other.size_), released_(other.released_)
+    : data_(std::exchange(other.data_, nullptr)), size_(other.size_), slot_(other.slot_), released_(other.released_)
 {
 }
 
 MappedFile::~MappedFile()
 {
-    if (data_ != nullptr) munmap(data_, size_);
+    if (data_ == nullptr) return;
+    GuardedMapping& mapping = guardedMappings[slot_];
+    mapping.begin = nullptr;
+    munmap(data_, size_);
+    mapping.taken = false;
+}
+
+bool MappedFile::Cut() const
+{
+    return guardedMappings[slot_].cut;
 }
 
 void MappedFile::ReleaseBefore(const void* reached)

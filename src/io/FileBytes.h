@@ -105,10 +105,12 @@ private:
 // the pages behind the reader are let go of as it goes (ReleaseBefore), so
 // that the process holds a few MB of the file at a time, however large; the
 // pages stay in the system's cache. The file must not shrink while mapped.
-class MappedFile {
+class BRELL_IO_API MappedFile {
 public:
     // None for a regular file that cannot be mapped (an empty one among them);
     // FileError when path cannot be opened or is no regular file.
+    // A page past the end of a file cut short while it is mapped reads as
+    // zeros instead of stopping the process, and Cut() tells of it.
     static std::optional<MappedFile> Map(const std::string& path);
     MappedFile(MappedFile&& other) noexcept;
     MappedFile(const MappedFile&) = delete;
@@ -122,12 +124,15 @@ public:
     // Starts another pass at from (an address in the mapping): its pages are
     // let go of again as the pass reaches them.
     void Rewind(const void* from);
+    // Whether the file was cut short while it was read: what was read may then be zeros.
+    bool Cut() const;
 
 private:
-    MappedFile(char* data, size_t size) : data_(data), size_(size) {}
+    MappedFile(char* data, size_t size, int slot) : data_(data), size_(size), slot_(slot) {}
 
     char* data_;
     size_t size_;
+    int slot_;
     size_t released_ = 0;
 };
 

@@ -582,7 +582,22 @@ CBaseNode* LoadBytes(std::string_view bytes, const std::string& name, MappedFile
 // that a load holds little more than the stores it makes.
 CBaseNode* LoadScene(const std::string& path)
 {
-    if (std::optional<MappedFile> mapped = MappedFile::Map(path)) return LoadBytes(mapped->View(), path, &*mapped);
+    if (std::optional<MappedFile> mapped = MappedFile::Map(path)) {
+        const auto cutShort = [&path] {
+            return FileError::InFile(path, "a file that stays as it is while it loads", "one cut short");
+        };
+        CBaseNode* root = nullptr;
+        try {
+            root = LoadBytes(mapped->View(), path, &*mapped);
+        } catch (const FileError&) {
+            if (mapped->Cut()) throw cutShort();
+            throw;
+        }
+        if (!mapped->Cut()) return root;
+        root->AddRef();
+        root->Release();
+        throw cutShort();
+    }
     const FileBytes file = ReadWholeFile(path);
     return LoadBytes(file.View(), path, nullptr);
 }

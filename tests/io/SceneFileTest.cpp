@@ -10,6 +10,7 @@
 #include <brelldata/io/SceneFile.h>
 #include <brelldata/scan/ModelNodes.h>
 
+#include "io/FileBytes.h"
 #include "io/StreamLimit.h"
 
 #include <gmock/gmock.h>
@@ -23,6 +24,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -140,6 +142,21 @@ TEST_F(SceneFolder, AFailedSaveLeavesTheOldFileAndNoTemporaryOne)
     EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 1);
     EXPECT_THROW(brell::io::SaveScene(nullptr, path), FileError);
     EXPECT_THROW(brell::io::SaveScene(small, folder / "missing" / "scene.brs"), FileError);
+}
+
+// Loads read scene files mapped in place; another program may cut one short meanwhile.
+TEST_F(SceneFolder, AMappedFileCutShortReadsZerosPastItsEndAndSaysSo)
+{
+    const fs::path path = folder / "cut.scene";
+    std::ofstream(path, std::ios::binary) << std::string(3 << 16, 'x');
+    std::optional<brell::io::MappedFile> mapped = brell::io::MappedFile::Map(path.string());
+    ASSERT_TRUE(mapped.has_value());
+    fs::resize_file(path, 1000);
+    const volatile char* bytes = mapped->View().data();
+    EXPECT_EQ(bytes[999], 'x');
+    EXPECT_FALSE(mapped->Cut());
+    EXPECT_EQ(bytes[2 << 16], '\0');
+    EXPECT_TRUE(mapped->Cut());
 }
 
 TEST(SceneFile, HostileFilesEachGiveTheirOwnError)

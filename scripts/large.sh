@@ -5,7 +5,8 @@
 # and cuts it in the viewer (in a virtual X server), and checks each step's
 # counts and its peak memory: at most 1.25 times the stores it makes (24 bytes
 # a vertex) plus 16 MB. Saving and loading the scene are timed beside a plain
-# write (made durable) and read of the same number of bytes and the ratios
+# write (made durable) and read of the same number of bytes (streamed through
+# a small buffer, and into fresh memory as a load fills its stores) and the ratios
 # printed; times vary with the machine's load, so they are reported, not
 # checked (the benchmarks in bench/ measure them).
 # Needs build/bin/brell and the Python module in build/python (scripts/test.sh
@@ -89,6 +90,8 @@ stream_bytes=$(awk '/^node stream: [0-9]+ bytes in [0-9]+ streams?$/ { print $3 
 [ "${stream_bytes:-0}" -gt $((points * 24)) ] || fail "info gives no true stream size: $(grep stream out)"
 load=$(step_seconds "reading big.scene")
 ratio load "$load" "$(plain dd if=big.scene of=/dev/null bs=1M)"
+# The same bytes read into fresh memory, which a load must fill with its stores.
+ratio load-mem "$load" "$(plain /usr/bin/python3 -c 'import sys; open(sys.argv[1], "rb").read()' big.scene)"
 
 run list list big.scene
 listed=$(awk '/CModelNode/ { sum += $(NF-1) } END { print sum }' out)

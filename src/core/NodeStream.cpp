@@ -6,15 +6,27 @@
 
 #include "core/Adopt.h"
 #include "core/NodeTypes.h"
+#include "core/ToldSize.h"
 #include "core/WalkStack.h"
 
 #include <algorithm>
 
 #include <cstdint>
 #include <new>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
+
+namespace brell::detail {
+
+ToldSize& LastToldSize()
+{
+    thread_local ToldSize told{nullptr, 0};
+    return told;
+}
+
+}  // namespace brell::detail
 
 namespace {
 
@@ -25,6 +37,8 @@ struct RecordFrame {
     std::string_view type;
     std::string_view name;
     int32_t dataSize = 0;
+    // The node's SizeOfByte() as its class told while reading, if it did.
+    std::optional<int> readSize;
 };
 
 // Record size and child count, the two string lengths and the data block size.
@@ -88,21 +102,26 @@ private:
 };
 
 // A record read whose children are still being read: where its data block
-// and its first child start, and how many children are left.
+// and its first child start, how many children are left, and the size its
+// class told while reading it.
 struct OpenRecord {
     CBaseNode* node;
     const unsigned char* record;
     const unsigned char* firstChild;
     int32_t childrenLeft;
+    std::optional<int> readSize;
 };
 
 // The address after the record of node and its children's records: the next
 // record is found by measuring what was read, not by stored sizes. Measuring
 // each subtree once as it is read finds it where re-measuring it at every
-// level above would.
-const unsigned char* RecordEnd(CBaseNode* node, const unsigned char* record, size_t childrenBytes)
+// level above would. A size the node's class told while reading is what
+// measuring it gives.
+const unsigned char* RecordEnd(CBaseNode* node, const unsigned char* record, size_t childrenBytes,
+                               std::optional<int> readSize)
 {
-    return record + RecordSize(node->Type().size(), node->Name().size(), node->SizeOfByte()) + childrenBytes;
+    const int dataSize = readSize ? *readSize : node->SizeOfByte();
+    return record + RecordSize(node->Type().size(), node->Name().size(), dataSize) + childrenBytes;
 }
 
 // Reads the subtrees of one stream under the bounds that were in force when
@@ -120,7 +139,7 @@ public:
         if (top == nullptr) return nullptr;
         const unsigned char* subtreeEnd = nullptr;
         try {
-            subtreeEnd = ReadChildren(top, record, frame.childCount, firstChild);
+            subtreeEnd = ReadChildren({top, record, firstChild, frame.childCount, frame.readSize});
         } catch (const std::bad_alloc&) {
             // the walk's stack could not grow
         }
@@ -135,20 +154,20 @@ public:
     brell::BlockBounds* Bounds() const { return bounds_; }
 
 private:
-    // Reads the children of top, whose record and children's records start
-    // at record and firstChild; the end of its subtree's stream, or null when
-    // a record is refused or a child cannot be added.
-    const unsigned char* ReadChildren(CBaseNode* top, const unsigned char* record, int32_t childCount,
-                                      const unsigned char* firstChild)
+    // Reads the children of top, the record read first; the end of its
+    // subtree's stream, or null when a record is refused or a child cannot be added.
+    const unsigned char* ReadChildren(const OpenRecord& top)
     {
         RecordFrame frame;
+        const unsigned char* firstChild = nullptr;
         brell::WalkStack<OpenRecord> open;
-        Open(open, {top, record, firstChild, childCount});
-        const unsigned char* next = firstChild;
+        Open(open, top);
+        const unsigned char* next = top.firstChild;
         while (true) {
             OpenRecord& parent = open.Top();
             if (parent.childrenLeft <= 0) {
-                next = RecordEnd(parent.node, parent.record, static_cast<size_t>(next - parent.firstChild));
+                next = RecordEnd(parent.node, parent.record, static_cast<size_t>(next - parent.firstChild),
+                                 parent.readSize);
                 open.Pop();
                 if (open.Empty()) break;
                 continue;
@@ -157,10 +176,10 @@ private:
             CBaseNode* child = ReadRecord(next, frame, firstChild);
             if (child == nullptr || !brell::AppendOrRelease(*parent.node, child)) return nullptr;
             if (frame.childCount > 0) {
-                Open(open, {child, next, firstChild, frame.childCount});
+                Open(open, {child, next, firstChild, frame.childCount, frame.readSize});
                 next = firstChild;
             } else {
-                next = RecordEnd(child, next, 0);
+                next = RecordEnd(child, next, 0, frame.readSize);
             }
         }
         return next;
@@ -209,12 +228,13 @@ private:
             return nullptr;
         }
         node->Name().assign(frame.name);
+        const auto read = [&] { node->Read(const_cast<unsigned char*>(data)); };
         if (bounds_ == nullptr) {
-            node->Read(const_cast<unsigned char*>(data));
+            frame.readSize = brell::ReadTellingSize(*node, read);
         } else {
             const unsigned char* outerEnd = bounds_->end;
             bounds_->end = data + dataBytes;
-            node->Read(const_cast<unsigned char*>(data));
+            frame.readSize = brell::ReadTellingSize(*node, read);
             bounds_->end = outerEnd;
             if (bounds_->Failed()) {
                 node->Release();

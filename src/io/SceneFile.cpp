@@ -8,7 +8,9 @@
 #include <brelldata/io/SceneFile.h>
 #include <brelldata/scan/BlockOutput.h>
 
-#include <xxhash.h>
+// The hash functions as the library's vector units run them fastest (the
+// same values on every machine).
+#include <xxh_x86dispatch.h>
 
 #include <algorithm>
 #include <climits>

@@ -12,10 +12,13 @@
 #include <brelldata/data/RefData.h>
 #include <brelldata/scan/BlockOutput.h>
 
+#include "core/ToldSize.h"
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <optional>
 #include <string>
 
 namespace brell {
@@ -44,15 +47,55 @@ private:
     uint64_t bytes_ = 0;
 };
 
-// A reader of a scan node's data block, which knows the node it reads for.
+// A reader of a scan node's data block, which knows the node it reads for
+// and measures what it read as a BlockSizer would measure it afterwards.
 class NodeBlockReader : public BlockReader {
 public:
-    NodeBlockReader(const void* block, const CBaseNode& node) : BlockReader(block), node_(node) {}
+    NodeBlockReader(const void* block, const CBaseNode& node)
+        : BlockReader(block), node_(node), block_(static_cast<const unsigned char*>(block))
+    {
+    }
     const CBaseNode& Node() const { return node_; }
+
+    // A store block that was given length bytes in the stream and measures size.
+    void StoreRead(int length, int size)
+    {
+        storeLengths_ += length > 0 ? static_cast<size_t>(length) : 0;
+        storeSizes_ = AddBlockSizes(storeSizes_, size);
+    }
+    // A store block that did not read: the node is then measured as usual.
+    void StoreRefused() { measured_ = false; }
+    // What the fields read so far measure; nothing after a refused store.
+    std::optional<int> Measured() const
+    {
+        if (!measured_) return std::nullopt;
+        return AddBlockSizes(BlockSize(static_cast<int64_t>(Position() - block_ - storeLengths_)), storeSizes_);
+    }
 
 private:
     const CBaseNode& node_;
+    const unsigned char* block_;
+    size_t storeLengths_ = 0;
+    int storeSizes_ = 0;
+    bool measured_ = true;
 };
+
+// Reads store's block; when it reads, sets size to what its SizeOfByte()
+// gives afterwards.
+template <class Store>
+int ReadMeasured(Store& store, const void* block, int& size)
+{
+    const int read = store.Read(block);
+    if (read) size = store.SizeOfByte();
+    return read;
+}
+
+// Rows are not walked again.
+template <class T>
+int ReadMeasured(CPolygonDataStore<T>& store, const void* block, int& size)
+{
+    return store.ReadMeasured(block, size);
+}
 
 // Under the bounds of a checked load, refuses the store block at at of node.
 void RefuseStore(const CBaseNode& node, const unsigned char* at);
@@ -77,7 +120,12 @@ void StorePart(NodeBlockReader& reader, Store& store)
 {
     const unsigned char* at = reader.Position();
     const int length = reader.Int32();
-    if (!store.Read(reader.Position())) RefuseStore(reader.Node(), at);
+    if (int size = 0; ReadMeasured(store, reader.Position(), size)) {
+        reader.StoreRead(length, size);
+    } else {
+        RefuseStore(reader.Node(), at);
+        reader.StoreRefused();
+    }
     reader.Skip(length > 0 ? static_cast<size_t>(length) : 0);
 }
 
@@ -104,15 +152,16 @@ void StorePart(ByteOutput& out, const Store& store)
 }
 
 // A class's data block: its own fields, laid out once by Fields (called with
-// a writer, a reader or a sizer and the node), then its base class's block.
-// Write and Read give 0 for a null block, else the base's result; the size
-// is kSizeTooLarge when any part is.
+// a writer, a reader or a sizer and the node), then its base class's block,
+// then unwritten bytes that only SizeOfByte counts. Write and Read give 0 for
+// a null block, else the base's result; the size is kSizeTooLarge when any
+// part is. Read tells a stream reader the node's size (ToldSize.h).
 template <class Base, class Node, class Fields>
-int SizeOfBlock(Node& node, Fields fields)
+int SizeOfBlock(Node& node, Fields fields, size_t unwritten)
 {
     BlockSizer sizer;
     fields(sizer, node);
-    return AddBlockSizes(sizer.Size(), node.Base::SizeOfByte());
+    return AddBlockSizes(AddBlockSizes(sizer.Size(), node.Base::SizeOfByte()), static_cast<int>(unwritten));
 }
 
 template <class Base, class Node, class Fields>
@@ -125,12 +174,19 @@ int WriteBlock(Node& node, void* block, Fields fields)
 }
 
 template <class Base, class Node, class Fields>
-int ReadBlock(Node& node, void* block, Fields fields)
+int ReadBlock(Node& node, void* block, Fields fields, size_t unwritten)
 {
     if (block == nullptr) return 0;
     NodeBlockReader reader(block, node);
     fields(reader, node);
-    return node.Base::Read(const_cast<unsigned char*>(reader.Position()));
+    int read = 0;
+    const std::optional<int> baseSize = ReadTellingSize(
+        node, [&] { read = node.Base::Read(const_cast<unsigned char*>(reader.Position())); });
+    if (const std::optional<int> fields = reader.Measured()) {
+        const int size = AddBlockSizes(*fields, baseSize ? *baseSize : node.Base::SizeOfByte());
+        TellSizeRead(node, AddBlockSizes(size, static_cast<int>(unwritten)));
+    }
+    return read;
 }
 
 // The same block counted in 64 bits (0 when its base's cannot be counted)
@@ -160,11 +216,11 @@ void PutBlock(Node& node, ByteOutput& out, Fields fields, size_t unwritten)
 #define BRELL_SCAN_NODE_DEFINE(Class, Base, Fields, unwritten)                             \
     int Class::SizeOfByte()                                                                \
     {                                                                                      \
-        return brell::AddBlockSizes(brell::SizeOfBlock<Base>(*this, Fields), (unwritten)); \
+        return brell::SizeOfBlock<Base>(*this, Fields, (unwritten));                       \
     }                                                                                      \
     int Class::Read(void* block)                                                           \
     {                                                                                      \
-        return brell::ReadBlock<Base>(*this, block, Fields);                               \
+        return brell::ReadBlock<Base>(*this, block, Fields, (unwritten));                  \
     }                                                                                      \
     int Class::Write(void* block)                                                          \
     {                                                                                      \

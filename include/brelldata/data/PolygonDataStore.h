@@ -87,36 +87,49 @@ public:
 
     // 0 when block is null, holds a count a row cannot hold, or the rows
     // cannot be allocated; the store is then unchanged.
-    int Read(const void* block)
+    int Read(const void* block) { return ReadRows(block) != nullptr ? 1 : 0; }
+    // As Read; when it reads, size is set to what SizeOfByte() gives
+    // afterwards, found without walking the rows again (unless a checked load
+    // refused the block, which then fails all the same).
+    int ReadMeasured(const void* block, int& size)
     {
-        if (block == nullptr) return 0;
-        brell::BlockReader reader(block);
-        const int number = reader.Int32();
-        if (number < 0 || !reader.Fits(static_cast<uint64_t>(number), 4, "polygon rows")) return 0;
-        try {
-            brell::BulkVector<CPolygon<T>> readRows;
-            const auto rowsWanted = static_cast<size_t>(number);
-            readRows.reserve(rowsWanted);
-            while (readRows.size() < rowsWanted) {
-                if (!ReadRowsInPlace(reader, readRows, rowsWanted)) return 0;
-                if (readRows.size() == rowsWanted) break;
-                // Near the end of the bytes it may read, field by field, so
-                // that a row that does not fit is refused where it starts.
-                CPolygon<T>& row = readRows.emplace_back();
-                row.count = reader.Int32();
-                if (row.count < 0 || row.count > 4) return 0;
-                RowItems(reader, row.items, row.count);
-            }
-            rows.swap(readRows);
-            return 1;
-        } catch (const std::bad_alloc&) {
-            return 0;
-        }
+        const unsigned char* end = ReadRows(block);
+        if (end == nullptr) return 0;
+        size = brell::BlockSize(end - static_cast<const unsigned char*>(block));
+        return 1;
     }
 
     brell::BulkVector<CPolygon<T>> rows;
 
 private:
+    // The end of the block read; null when Read gives 0.
+    const unsigned char* ReadRows(const void* block)
+    {
+        if (block == nullptr) return nullptr;
+        brell::BlockReader reader(block);
+        const int number = reader.Int32();
+        if (number < 0 || !reader.Fits(static_cast<uint64_t>(number), 4, "polygon rows")) return nullptr;
+        try {
+            brell::BulkVector<CPolygon<T>> readRows;
+            const auto rowsWanted = static_cast<size_t>(number);
+            readRows.reserve(rowsWanted);
+            while (readRows.size() < rowsWanted) {
+                if (!ReadRowsInPlace(reader, readRows, rowsWanted)) return nullptr;
+                if (readRows.size() == rowsWanted) break;
+                // Near the end of the bytes it may read, field by field, so
+                // that a row that does not fit is refused where it starts.
+                CPolygon<T>& row = readRows.emplace_back();
+                row.count = reader.Int32();
+                if (row.count < 0 || row.count > 4) return nullptr;
+                RowItems(reader, row.items, row.count);
+            }
+            rows.swap(readRows);
+            return reader.Position();
+        } catch (const std::bad_alloc&) {
+            return nullptr;
+        }
+    }
+
     static int ItemCount(const CPolygon<T>& row) { return std::clamp(row.count, 0, 4); }
 
     // Appends rows read straight from the block while a row of four items

@@ -30,8 +30,8 @@ ToldSize& LastToldSize()
 
 namespace {
 
-// The fields of a record in front of its data block, in stream order, after
-// the record size (written, never read back).
+// The fields of a record in front of its data block, as read, after the
+// record size (never read back).
 struct RecordFrame {
     int32_t childCount = 0;
     std::string_view type;
@@ -41,32 +41,12 @@ struct RecordFrame {
     std::optional<int> readSize;
 };
 
-// Record size and child count, the two string lengths and the data block size.
-constexpr size_t kFixedFieldBytes = 20;
-// The fixed fields and the zero bytes of the two names.
-constexpr size_t kSmallestRecord = kFixedFieldBytes + 2;
+// A record of two empty names and no data block.
+const size_t kSmallestRecord = brell::RecordBytes({}, {}, 0);
 
 size_t DataBytes(int32_t dataSize)
 {
     return dataSize > 0 ? static_cast<size_t>(dataSize) : 0;
-}
-
-// The bytes of one record alone, its children not included.
-size_t RecordSize(size_t typeLength, size_t nameLength, int32_t dataSize)
-{
-    return kFixedFieldBytes + (typeLength + 1) + (nameLength + 1) + DataBytes(dataSize);
-}
-
-// Returns the address of the data block.
-unsigned char* WriteFrame(void* record, const RecordFrame& frame)
-{
-    brell::BlockWriter out(record);
-    out.UInt32(static_cast<uint32_t>(RecordSize(frame.type.size(), frame.name.size(), frame.dataSize)));
-    out.Int32(frame.childCount);
-    out.String(frame.type);
-    out.String(frame.name);
-    out.Int32(frame.dataSize);
-    return out.Position();
 }
 
 // Streams repeat a few node types over and over, so a reader keeps the
@@ -121,7 +101,7 @@ const unsigned char* RecordEnd(CBaseNode* node, const unsigned char* record, siz
                                std::optional<int> readSize)
 {
     const int dataSize = readSize ? *readSize : node->SizeOfByte();
-    return record + RecordSize(node->Type().size(), node->Name().size(), dataSize) + childrenBytes;
+    return record + brell::RecordBytes(node->Type(), node->Name(), dataSize) + childrenBytes;
 }
 
 // Reads the subtrees of one stream under the bounds that were in force when
@@ -261,7 +241,7 @@ int SizeOfByte(CBaseNode* node)
         brell::VisitSubtree(node, [&](CBaseNode* visited) {
             const int dataSize = visited->SizeOfByte();
             if (dataSize < 0) fits = false;
-            size += static_cast<int64_t>(RecordSize(visited->Type().size(), visited->Name().size(), dataSize));
+            size += static_cast<int64_t>(brell::RecordBytes(visited->Type(), visited->Name(), dataSize));
         });
     } catch (const std::bad_alloc&) {
         return 0;  // the walk's stack could not grow
@@ -283,21 +263,19 @@ int WriteStream(unsigned char* block, CBaseNode* node)
         const int dataSize = visited->SizeOfByte();
         if (dataSize < 0) fits = false;
         dataSizes.push_back(dataSize);
-        size += static_cast<int64_t>(RecordSize(visited->Type().size(), visited->Name().size(), dataSize));
+        size += static_cast<int64_t>(brell::RecordBytes(visited->Type(), visited->Name(), dataSize));
     });
     if (!fits || brell::BlockSize(size) < 0) return 0;
 
     unsigned char* next = block;
     size_t visits = 0;
     brell::VisitSubtree(node, [&](CBaseNode* visited) {
-        RecordFrame frame;
-        frame.childCount = static_cast<int32_t>(visited->GetChildNum());
-        frame.type = visited->Type();
-        frame.name = visited->Name();
-        frame.dataSize = dataSizes[visits++];
-        unsigned char* data = WriteFrame(next, frame);
-        visited->Write(data);
-        next = data + DataBytes(frame.dataSize);
+        const int32_t dataSize = dataSizes[visits++];
+        brell::BlockWriter out(next);
+        brell::PutRecordFrame(out, visited->Type(), visited->Name(), static_cast<int32_t>(visited->GetChildNum()),
+                              dataSize);
+        visited->Write(out.Position());
+        next = out.Position() + DataBytes(dataSize);
     });
     return static_cast<int>(next - block);
 }

@@ -199,14 +199,6 @@ struct StreamEntry {
 static_assert(sizeof(StreamEntry) == 24);
 constexpr uint64_t kStreamHashBytes = sizeof(uint64_t);
 
-// The record size, child count, both string lengths and the data block size.
-constexpr uint64_t kRecordFrameBytes = 20;
-
-uint64_t RecordBytes(CBaseNode* node, int dataBytes)
-{
-    return kRecordFrameBytes + node->Type().size() + 1 + node->Name().size() + 1 + static_cast<uint64_t>(dataBytes);
-}
-
 // A node of the tree being saved, depth first, a node before its children,
 // so that a subtree is the range of its node and its subtreeNodes - 1 next.
 struct MeasuredNode {
@@ -228,7 +220,7 @@ std::vector<MeasuredNode> MeasureTree(CBaseNode* root, const std::string& path)
         auto [node, parent] = pending.back();
         pending.pop_back();
         const int dataBytes = node->SizeOfByte();
-        const uint64_t recordBytes = RecordBytes(node, std::max(dataBytes, 0));
+        const uint64_t recordBytes = RecordBytes(node->Type(), node->Name(), dataBytes);
         if (dataBytes < 0 || recordBytes > detail::NodeStreamLimit()) {
             const uint64_t bytes = dataBytes < 0 ? brell::DataBlockBytes(node) : recordBytes;
             throw FileError::InFile(
@@ -340,22 +332,11 @@ private:
     std::optional<StreamHash> hash_;
 };
 
-void PutString(ByteOutput& out, const std::string& text)
-{
-    out.Int32(static_cast<int32_t>(text.size() + 1));
-    out.Put(text.data(), text.size());
-    out.Put("", 1);
-}
-
 // Puts one record, frame and data block, into out: the node's stores go a
 // bounded piece at a time, so no record is made whole in memory.
 void PutRecord(CBaseNode* node, uint32_t children, int dataBytes, ByteOutput& out)
 {
-    out.Int32(static_cast<int32_t>(RecordBytes(node, dataBytes)));
-    out.Int32(static_cast<int32_t>(children));
-    PutString(out, node->Type());
-    PutString(out, node->Name());
-    out.Int32(dataBytes);
+    PutRecordFrame(out, node->Type(), node->Name(), static_cast<int32_t>(children), dataBytes);
     brell::PutDataBlock(node, out);
 }
 

@@ -95,6 +95,16 @@ private:
 // The bounds in force for this thread: null unless a checked load runs.
 BRELL_API BlockBounds*& ActiveBlockBounds();
 
+// A string as length plus 1, then its characters and a zero byte, through
+// any cursor that takes Int32 and Bytes fields as a block writer does.
+template <class Cursor>
+void PutString(Cursor& out, std::string_view text)
+{
+    out.Int32(static_cast<int32_t>(text.size() + 1));
+    out.Bytes(text.data(), text.size());
+    out.Bytes("", 1);
+}
+
 class BlockWriter {
 public:
     explicit BlockWriter(void* block) : cursor_(static_cast<unsigned char*>(block)) {}
@@ -106,13 +116,7 @@ public:
         if (size != 0) std::memcpy(cursor_, data, size);
         cursor_ += size;
     }
-    // A string as length plus 1, then its characters and a zero byte.
-    void String(std::string_view text)
-    {
-        Int32(static_cast<int32_t>(text.size() + 1));
-        Bytes(text.data(), text.size());
-        *cursor_++ = 0;
-    }
+    void String(std::string_view text) { PutString(*this, text); }
     void Skip(size_t size) { cursor_ += size; }
     unsigned char* Position() const { return cursor_; }
 

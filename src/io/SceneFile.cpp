@@ -69,8 +69,8 @@ private:
     BlockBounds bounds_;
 };
 
-// The hash of a scene file's stream, taken piece by piece as the file is
-// read, while each piece is still in the cache.
+// The hash of a scene file's stream, taken piece by piece as it is saved,
+// while each piece is still in the cache.
 class StreamHash {
 public:
     StreamHash() : state_(XXH3_createState())
@@ -81,32 +81,12 @@ public:
     StreamHash(const StreamHash&) = delete;
     StreamHash& operator=(const StreamHash&) = delete;
 
-    void Add(size_t offset, std::string_view piece)
-    {
-        const size_t header = offset < kSceneHeaderBytes ? std::min(kSceneHeaderBytes - offset, piece.size()) : 0;
-        XXH3_64bits_update(state_, piece.data() + header, piece.size() - header);
-    }
+    void Add(const char* bytes, size_t size) { XXH3_64bits_update(state_, bytes, size); }
     uint64_t Value() const { return XXH3_64bits_digest(state_); }
 
 private:
     XXH3_state_t* state_;
 };
-
-// The hash of length bytes at bytes; over a mapped file, taken a piece at a
-// time with the pages behind it let go of.
-uint64_t HashOf(const unsigned char* bytes, uint64_t length, MappedFile* mapped)
-{
-    if (mapped == nullptr) return XXH3_64bits(bytes, length);
-    constexpr uint64_t kHashPiece = uint64_t{4} << 20;
-    StreamHash hash;
-    for (uint64_t done = 0; done < length;) {
-        const uint64_t piece = std::min(kHashPiece, length - done);
-        hash.Add(kSceneHeaderBytes, {reinterpret_cast<const char*>(bytes) + done, piece});
-        done += piece;
-        mapped->ReleaseBefore(bytes + done);
-    }
-    return hash.Value();
-}
 
 // The nodes of a node stream of length bytes that starts offset bytes into
 // the file name, read under bounds: FileError at the first byte that does not
@@ -157,7 +137,9 @@ CBaseNode* LoadChecked(std::string_view bytes, const std::string& name, MappedFi
     if (header.length > INT_MAX) throw FileError::AtByte(name, 16, "a stream below 2 GB", Number(header.length));
     const auto* file = reinterpret_cast<const unsigned char*>(bytes.data());
     const unsigned char* stream = file + kSceneHeaderBytes;
-    if (HashOf(stream, header.length, mapped) != header.hash)
+    // A mapped stream's pages stay while it is hashed, for the nodes are read
+    // from them next; the reader lets go of each once read.
+    if (XXH3_64bits(stream, header.length) != header.hash)
         throw FileError::AtByte(name, 24, "the hash of the stream", "a different hash");
 
     return ReadStream(stream, header.length, kSceneHeaderBytes, name, mapped);
@@ -324,7 +306,7 @@ public:
 private:
     void Take(const char* bytes, size_t size) override
     {
-        hash_->Add(kSceneHeaderBytes, {bytes, size});
+        hash_->Add(bytes, size);
         saver_.Put(bytes, size);
     }
 
@@ -482,7 +464,7 @@ CBaseNode* LoadStreams(std::string_view bytes, const SceneHeader& header, const 
             const unsigned char* stream = file + offset;
             uint64_t hash = 0;
             std::memcpy(&hash, stream + entry.length, sizeof hash);
-            if (HashOf(stream, entry.length, mapped) != hash)
+            if (XXH3_64bits(stream, entry.length) != hash)
                 throw FileError::AtByte(name, offset + entry.length, "the hash of stream " + Number(k + 1),
                                         "a different hash");
             CBaseNode* top = ReadStream(stream, entry.length, offset, name, mapped);

@@ -81,8 +81,6 @@ TEST(ProcedureNames, JoinPrefixTypeSeparatorAndCaller)
     EXPECT_EQ(brell::ProcedureName(brell::kDrawProcedure, "CGeoPointNode", "GL"), "DrawCGeoPointNodeByGL");
     EXPECT_EQ(brell::ProcedureName(brell::kEndDrawProcedure, "CGeoBaseNode", "GL"), "EndDrawCGeoBaseNodeByGL");
     EXPECT_EQ(brell::ProcedureName(brell::kGeoProcedure, "CMeshNode", "shade"), "GeoCMeshNode_shade");
-    EXPECT_STREQ(brell::kDrawProcedure.kind, "DrawProc");
-    EXPECT_STREQ(brell::kGeoProcedure.kind, "GeoProc");
 }
 
 }  // namespace

@@ -37,10 +37,10 @@ refused() {
   run "$status" "$@"
   one_error "$text"
 }
-# shows FILE TEXT...: brell info FILE succeeds and its output holds each TEXT.
+# shows COMMAND FILE TEXT...: brell COMMAND FILE succeeds and its output holds each TEXT.
 shows() {
-  run 0 info "$1"
-  shift
+  run 0 "$1" "$2"
+  shift 2
   for text in "$@"; do says "$text"; done
 }
 
@@ -70,15 +70,15 @@ planes='\x00\x04\x00\x02\x00\x01\x00\x10\x00\x04\x00\x02\x00\x01\x00\x18'
 { head -c 24 /dev/zero; printf "$planes"; head -c 984 /dev/zero; head -c 3936 /dev/zero; } >shot.kam
 head -c 530 shot.cam >short.cam
 
-shows square.ply "scan file of" "CMeshNode: 1" "vertices: 4" "polygons: 2" "box: 0 0 0 to 1 1 0" " bytes in 1 stream"
-shows points.xyz "CModelNode: 1" "vertices: 3" "polygons: 0"
+shows info square.ply "scan file of" "CMeshNode: 1" "vertices: 4" "polygons: 2" "box: 0 0 0 to 1 1 0" \
+  " bytes in 1 stream"
+shows info points.xyz "CModelNode: 1" "vertices: 3" "polygons: 0"
 sed 's/^property float z$/property float z\nproperty float confidence/; s/^\([01] [01] 0\)$/\1 1/' square.ply >extra.ply
 run 0 info extra.ply
 one_error 'extra.ply: warning: 4 values of vertex property "confidence" dropped'
-run 0 list square.ply
-says 'CElementNode "square.ply"'; says '    CMeshNode "square.ply"  2 polygons'
+shows list square.ply 'CElementNode "square.ply"' '    CMeshNode "square.ply"  2 polygons'
 
-shows shot.cam "first layout (512-byte header)" 'version: "TEST"' "3-D block: 16 bytes at 512" \
+shows info shot.cam "first layout (512-byte header)" 'version: "TEST"' "3-D block: 16 bytes at 512" \
   "2-D block: 24 bytes at 528"
 run 0 info shot.kam --type camera --quiet
 says "second layout (1024-byte header)"; says "3-D block: 72 bytes at 1024"; says "2-D block: 3864 bytes"
@@ -86,14 +86,13 @@ refused 1 "shot.cam: expected a plausible camera header" info --layout second sh
 refused 1 "short.cam: expected a camera data file" info short.cam
 
 run 0 export square.ply -o square.obj
-shows square.obj "vertices: 4" "polygons: 2"
+shows info square.obj "vertices: 4" "polygons: 2"
 run 0 export --ascii points.xyz -o points.ply
 grep -q "^format ascii" points.ply || fail "export --ascii wrote no ASCII PLY"
 # glTF files go every way the other scan formats go.
 for gltf in square.glb square.gltf; do
   run 0 export square.ply -o $gltf
-  run 0 list $gltf
-  says 'CElementNode "square.ply"'; says 'CMeshNode "square.ply"  2 polygons'
+  shows list $gltf 'CElementNode "square.ply"' 'CMeshNode "square.ply"  2 polygons'
   run 0 render $gltf -o $gltf.png --size 32x24
   run 0 import $gltf -o $gltf.scene
 done
@@ -107,17 +106,16 @@ refused 1 "nothing to draw" --quiet render empty.ply -o empty.png
 [ ! -e empty.png ] || fail "render of nothing wrote a picture"
 
 run 0 import square.ply -o square.scene
-run 0 list square.scene
-says '    CMeshNode "square.ply"  2 polygons'
+shows list square.scene '    CMeshNode "square.ply"  2 polygons'
 cp square.scene square.bin
-shows square.bin "scene file of" "vertices: 4"
+shows info square.bin "scene file of" "vertices: 4"
 run 0 calc square.scene --proc wire -o wire.scene
-shows wire.scene "CGeoWireFrameNode: 1"
+shows info wire.scene "CGeoWireFrameNode: 1"
 run 0 render wire.scene -o wire.png --size 32x32
 run 0 export wire.scene -o back.off
-shows back.off "vertices: 4" "polygons: 2"
+shows info back.off "vertices: 4" "polygons: 2"
 run 0 calc wire.scene --proc points -o twice.scene
-shows twice.scene "CGeoPointNode: 1"
+shows info twice.scene "CGeoPointNode: 1"
 lacks "CGeoWireFrameNode"
 head -c 40 square.scene >cut.scene
 refused 1 "cut.scene: byte 16: expected a stream of [0-9]* bytes, as this length says, found 8 bytes after the header" \
@@ -185,9 +183,9 @@ says "render"
 left_half=0,0,400,0,400,600,0,600
 run 0 cut square.ply --lasso $left_half -o cut.ply
 says "cut.ply: 2 of 4 vertices and 2 of 2 polygons cut"
-shows cut.ply "vertices: 2" "polygons: 0"
+shows info cut.ply "vertices: 2" "polygons: 0"
 run 0 cut square.ply --view front --size 800x600 --lasso $left_half --keep-inside -o kept.scene
-shows kept.scene "vertices: 2"
+shows info kept.scene "vertices: 2"
 refused 1 missing.ply cut missing.ply --lasso $left_half -o x.ply
 refused 2 "--lasso: expected x1,y1,x2,y2,... of three corners or more" cut square.ply --lasso 1,2,3,4 -o x.ply
 refused 2 --output cut square.ply --lasso $left_half -o x.png

@@ -144,20 +144,17 @@ TEST_F(GltfFiles, GiveAMeshWithoutNormalsItsFlatOrSmoothNormalsWhenAsked)
 {
     CTree scan(Scan(true, false, false, false));
     const VERTEX* p = static_cast<CModelNode*>(scan.Root()->GetChild(0)->GetChild(0))->vertices->Buffer();
-    const std::vector<float> first = FaceNormal(p, 0, 1, 2), second = FaceNormal(p, 1, 3, 2);
-    const struct {
-        GltfNormals normals;
-        size_t vertices;
-        std::vector<std::vector<float>> expected;  // of vertices 0 and 3
-    } cases[] = {{GltfNormals::flat, 6, {first, second}}, {GltfNormals::smooth, 4, {first, second}}};
-    for (const auto& c : cases) {
-        CTree again(ReadGltf(WriteGlb(scan.Root(), "normals.glb", c.normals), "normals.glb"));
+    // The first vertex lies in the first triangle only, the last in the second only.
+    const std::vector<float> faceNormals[] = {FaceNormal(p, 0, 1, 2), FaceNormal(p, 1, 3, 2)};
+    for (const auto& [normals, vertices] :
+         {std::pair{GltfNormals::flat, size_t{6}}, {GltfNormals::smooth, size_t{4}}}) {
+        CTree again(ReadGltf(WriteGlb(scan.Root(), "normals.glb", normals), "normals.glb"));
         const ScanGeometry read = GeometryOfScene(again.Root(), "normals.glb");
-        ASSERT_EQ(std::tuple(read.positions.size(), read.normals.size()), std::tuple(c.vertices, c.vertices));
+        ASSERT_EQ(std::tuple(read.positions.size(), read.normals.size()), std::tuple(vertices, vertices));
         for (int i : {0, 1}) {
-            const CVector_3<float>& n = read.normals[i == 0 ? 0 : c.vertices - 1];
+            const CVector_3<float>& n = read.normals[i == 0 ? 0 : vertices - 1];
             EXPECT_THAT(std::vector<float>({n.x, n.y, n.z}),
-                        testing::Pointwise(testing::FloatNear(1e-6f), c.expected[i]));
+                        testing::Pointwise(testing::FloatNear(1e-6f), faceNormals[i]));
         }
     }
 }

@@ -23,7 +23,7 @@ protected:
     ~ScratchFolder() override { std::filesystem::remove_all(folder); }
 
     std::string Path(const std::string& name) const { return (folder / name).string(); }
-    // Writes bytes to the named file; its path.
+    // Writes bytes to the named file and gives its path.
     std::string Write(const std::string& name, std::string_view bytes) const
     {
         std::ofstream(Path(name), std::ios::binary) << bytes;
@@ -34,7 +34,7 @@ protected:
         std::ifstream in(path, std::ios::binary);
         return {std::istreambuf_iterator<char>(in), {}};
     }
-    // The files and folders in the folder.
+    // How many files and folders the folder holds.
     long Entries() const { return std::distance(std::filesystem::directory_iterator(folder), {}); }
 
     const std::filesystem::path folder =

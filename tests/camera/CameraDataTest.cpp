@@ -123,11 +123,8 @@ TYPED_TEST(Shots, EachErrorLeavesAnAllZeroRecordAndOneErrorLine)
         Planes pitch, color;
         std::string error;
     };
-    const std::string implausible = "Error: The camera header data is error.\n";
     const Case cases[] = {
-        {{2001, 4, 2, 16}, kSmallColor, implausible},
-        {{4, 4, 11, 16}, kSmallColor, implausible},
-        {{4, 4, 2, 65}, kSmallColor, implausible},
+        {{2001, 4, 2, 16}, kSmallColor, "Error: The camera header data is error.\n"},
         {TypeParam::kNo3d, kSmallColor, "Error: No 3D data in camera data.\n"},
         {kSmallPitch, TypeParam::kHuge2d,
          "Error: No memory for 2D data in camera data( " + std::to_string(TypeParam::kHuge2dBytes) + " bytes ).\n"},

@@ -63,12 +63,11 @@ TEST_F(GlTest, CachesOutliveTheirRendererAndGoWithTheirNodeOnce)
 
 TEST_F(GlTest, NodesOutsideReferencesUploadEveryFrame)
 {
-    Scene plain;
-    Add(plain.node, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
+    Add(scene.node, Polygon({{-1.0, -1.0, 0.0}, {1.0, -1.0, 0.0}, {1.0, 1.0, 0.0}}, kRed));
     const uint64_t uploaded = renderer->Uploads();
-    Render(plain.node);
+    Render(scene.node);
     const uint64_t once = renderer->Uploads() - uploaded;
-    Render(plain.node);
+    Render(scene.node);
     EXPECT_EQ(renderer->Uploads(), uploaded + 2 * once);
 }
 

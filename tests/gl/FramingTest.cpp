@@ -15,21 +15,6 @@
 namespace brell::test {
 namespace {
 
-// Red points of 3 pixels at the given places.
-CGeoPointNode* RedPoints(const std::vector<VERTEX>& places)
-{
-    auto* points = new CGeoPointNode;
-    for (const VERTEX& v : places) {
-        points->AppendVertex(1);
-        points->GetVertex(points->VertexNumber() - 1) = v;
-        points->Append(1);
-        points->Index(points->Number() - 1) = points->Number() - 1;
-    }
-    points->size = 3.0;
-    points->color = kRed;
-    return points;
-}
-
 TEST_F(GlTest, PointsAllInOnePlaceAreSeenWithoutACamera)
 {
     const std::vector<std::vector<VERTEX>> places = {
@@ -38,9 +23,9 @@ TEST_F(GlTest, PointsAllInOnePlaceAreSeenWithoutACamera)
         {{3e7, -2e7, 1e7}},
     };
     for (const std::vector<VERTEX>& place : places) {
-        Scene scene;
-        Add(scene.node, RedPoints(place));
-        Render(scene.node);
+        Scene placed;
+        Add(placed.node, Points(place, 3.0, kRed));
+        Render(placed.node);
         EXPECT_EQ(At(kSize / 2, kSize / 2), kRed) << place.size() << " point(s) at x " << place[0].x;
     }
 }
@@ -50,14 +35,13 @@ TEST_F(GlTest, TheLastOfMillionsOfPointsDrawsToo)
     // More points than the renderer uploads at a time: all but the last
     // frame the box from either side, the last alone marks its centre.
     const int count = 1 << 20 | 1;
-    auto* points = RedPoints({});
+    auto* points = Points({}, 3.0, kRed);
     points->AppendVertex(count);
     points->Append(count);
     for (int i = 0; i < count; ++i) {
         points->GetVertex(i) = {i + 1 == count ? 0.0 : i % 2 == 0 ? -1.0 : 1.0, 0.0, 0.0};
         points->Index(i) = i;
     }
-    Scene scene;
     Add(scene.node, points);
     Render(scene.node);
     EXPECT_EQ(At(kSize / 2, kSize / 2), kRed);
@@ -66,7 +50,7 @@ TEST_F(GlTest, TheLastOfMillionsOfPointsDrawsToo)
 TEST_F(GlTest, TreesWithNothingToDrawAreRefusedWithTheReason)
 {
     Scene empty, hidden, scan;
-    Add(hidden.node, RedPoints({{0.0, 0.0, 0.0}}))->ShowEnable(0);
+    Add(hidden.node, Points({{0.0, 0.0, 0.0}}, 3.0, kRed))->ShowEnable(0);
     auto* model = Add(Add(scan.node, new CElementNode), new CModelNode);
     model->AppendVertex(1);
     const struct {
@@ -93,8 +77,7 @@ TEST_F(GlTest, RenderToPngWritesNoPictureOfNothing)
 {
     const std::string path = ::testing::TempDir() + "brell_gl_nothing.png";
     std::remove(path.c_str());
-    Scene empty;
-    EXPECT_THROW(gl::RenderToPng(empty.node, {}, path), gl::RenderError);
+    EXPECT_THROW(gl::RenderToPng(scene.node, {}, path), gl::RenderError);
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 

@@ -84,9 +84,11 @@ protected:
     static constexpr int kSize = 64;
     std::unique_ptr<gl::Renderer> renderer;
     std::vector<RGBA> pixels;
+    // The test's scene, held for the test and released at its end.
+    Held<CGeoBaseNode> scene;
 };
 
-// A node that holds its scene for the test and releases it at the end.
+// Another scene of the test's.
 using Scene = Held<CGeoBaseNode>;
 
 template <class Node>
@@ -120,6 +122,21 @@ void SetVertices(Node* node, std::initializer_list<VERTEX> vertices)
         node->AppendVertex(1);
         node->GetVertex(node->VertexNumber() - 1) = v;
     }
+}
+
+// Points of the given size and colour at the given places.
+inline CGeoPointNode* Points(const std::vector<VERTEX>& places, double size, RGBA color)
+{
+    auto* points = new CGeoPointNode;
+    points->AppendVertex(static_cast<int>(places.size()));
+    points->Append(static_cast<int>(places.size()));
+    for (int i = 0; i < points->Number(); ++i) {
+        points->GetVertex(i) = places[i];
+        points->Index(i) = i;
+    }
+    points->size = size;
+    points->color = color;
+    return points;
 }
 
 // One polygon of the given corners.

@@ -55,12 +55,7 @@ protected:
 
         Add(scene.node, Polygon({{-1.5, -1.5, 1.0}, {-0.5, -1.5, 1.0}, {-1.0, -0.5, 1.0}}, kGreen))->ShowEnable(0);
         auto* switchNode = Add(scene.node, new CGeoSwitchNode);
-        auto* point = Add(switchNode, new CGeoPointNode);
-        SetVertices(point, {{-1.0, -1.0, 0.0}});
-        point->Append(1);
-        point->Index(0) = 0;
-        point->size = 5.0;
-        point->color = kYellow;
+        Add(switchNode, Points({{-1.0, -1.0, 0.0}}, 5.0, kYellow));
         Add(switchNode, Polygon({{-1.9, -1.9, 1.0}, {-0.1, -1.9, 1.0}, {-1.0, -0.1, 1.0}}, kGreen));
         switchNode->Enable(1, 0);
 
@@ -76,7 +71,6 @@ protected:
         mode->SetPolygonNode(faces);
     }
 
-    Scene scene;
     CGeoModeNode* mode = nullptr;
 };
 
@@ -132,16 +126,15 @@ TEST_F(Quarters, OverlaysCoverThePictureWhateverTheirPlaceInTheTree)
 
 TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixels)
 {
-    Scene overlays;
     const POINT point{60, 2}, polyline[] = {{2, 60}, {20, 60}};
-    Add(overlays.node, new CGeoPoint2DNode(&point, 1, 0xFFFFFF));
-    Add(overlays.node, new CGeoLine2DNode(polyline, 2, 0xFFFFFF, 0, 1));
-    Add(overlays.node, new CGeoCrossLine2DNode({32, 32}, 0xFFFFFF, 5, 1));
+    Add(scene.node, new CGeoPoint2DNode(&point, 1, 0xFFFFFF));
+    Add(scene.node, new CGeoLine2DNode(polyline, 2, 0xFFFFFF, 0, 1));
+    Add(scene.node, new CGeoCrossLine2DNode({32, 32}, 0xFFFFFF, 5, 1));
     // Anchors at (40, 10) and (60, 10) with their handles on the line between.
     const BEZIER_POINT2D curve[] = {{{40, 10, 40, 10, 45, 10, 0}}, {{60, 10, 55, 10, 60, 10, 0}}};
-    auto* bezier = Add(overlays.node, new CGeoBezier2DNode(curve, 2, 0, 1, 1));
+    auto* bezier = Add(scene.node, new CGeoBezier2DNode(curve, 2, 0, 1, 1));
     bezier->SetColor(0x0000FF, 0x0000FF, 0x0000FF);
-    Render(overlays.node);
+    Render(scene.node);
     ExpectPixels({{60, 2, kWhite},
                   {10, 60, kWhite},
                   {36, 32, kWhite},
@@ -153,18 +146,17 @@ TEST_F(GlTest, EveryOverlayClassDrawsInWindowPixels)
 
 TEST_F(GlTest, EveryVertexClassDraws)
 {
-    Scene drawn;
-    Add(drawn.node, OrthoCamera());
-    SetVertices(Add(drawn.node, new CGeoVertexNode), {Centre(8, 8)});
+    Add(scene.node, OrthoCamera());
+    SetVertices(Add(scene.node, new CGeoVertexNode), {Centre(8, 8)});
 
-    auto* line = Add(drawn.node, new CGeoLineNode);
+    auto* line = Add(scene.node, new CGeoLineNode);
     SetVertices(line, {Centre(2, 20), Centre(14, 20)});
     line->Append(1);
     line->Index(0, 0) = 0;
     line->Index(0, 1) = 1;
     line->color = kRed;
 
-    auto* normals = Add(drawn.node, new CGeoNormalNode);
+    auto* normals = Add(scene.node, new CGeoNormalNode);
     SetVertices(normals, {Centre(20, 8)});
     normals->Append(1);
     normals->Index(0) = 0;
@@ -172,7 +164,7 @@ TEST_F(GlTest, EveryVertexClassDraws)
     normals->size = 0.5;
     normals->color = kGreen;
 
-    auto* vertexNormals = Add(drawn.node, new CGeoVertexNormalNode);
+    auto* vertexNormals = Add(scene.node, new CGeoVertexNormalNode);
     SetVertices(vertexNormals, {Centre(36, 8)});
     vertexNormals->Append(1);
     vertexNormals->Normal(0) = {0.0f, -1.0f, 0.0f};
@@ -180,13 +172,13 @@ TEST_F(GlTest, EveryVertexClassDraws)
     vertexNormals->color = kBlue;
 
     auto* outline = Polygon({Centre(44, 4), Centre(56, 4), Centre(56, 14), Centre(44, 14)}, kYellow);
-    auto* polyWire = Add(drawn.node, new CGeoPolyWireNode);
+    auto* polyWire = Add(scene.node, new CGeoPolyWireNode);
     polyWire->Copy(outline);
     outline->Release();
-    Add(drawn.node, ReferencedSquare<CGeoPolygonRefNode>(4, 40, 14, 50, kMagenta));
-    Add(drawn.node, ReferencedSquare<CGeoPolyWireRefNode>(20, 40, 30, 50, kWhite));
+    Add(scene.node, ReferencedSquare<CGeoPolygonRefNode>(4, 40, 14, 50, kMagenta));
+    Add(scene.node, ReferencedSquare<CGeoPolyWireRefNode>(20, 40, 30, 50, kWhite));
 
-    Render(drawn.node);
+    Render(scene.node);
     ExpectPixels({{8, 8, kWhite},
                   {8, 20, kRed},
                   {24, 8, kGreen},
@@ -200,9 +192,8 @@ TEST_F(GlTest, EveryVertexClassDraws)
 
 TEST_F(GlTest, WithoutACameraTheBoxFillsTheView)
 {
-    Scene boxed;
-    Add(boxed.node, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
-    Render(boxed.node);
+    Add(scene.node, Polygon({{10.0, 10.0, 5.0}, {12.0, 10.0, 5.0}, {12.0, 12.0, 5.0}, {10.0, 12.0, 5.0}}, kRed));
+    Render(scene.node);
     EXPECT_EQ(std::tuple(At(kSize / 2, kSize / 2), At(1, 1)), std::tuple(kRed, kBackground));
     // The sphere through the square's corners just fills the view, so its
     // sides reach about two thirds of the way to the picture's edges.
@@ -212,15 +203,14 @@ TEST_F(GlTest, WithoutACameraTheBoxFillsTheView)
 
 TEST_F(GlTest, SceneLightsReplaceTheLightAtTheEye)
 {
-    Scene lit;
-    Add(lit.node, OrthoCamera());
+    Add(scene.node, OrthoCamera());
     LIGHT_PARAM dim{};
     dim.enabled = 1;
     dim.ambient[0] = dim.ambient[1] = dim.ambient[2] = 0.5;
-    auto* lights = Add(lit.node, new CGeoLightNode);
+    auto* lights = Add(scene.node, new CGeoLightNode);
     lights->Append(dim);
-    Add(lit.node, ShadedQuad(-1.0, -1.0, 1.0, 1.0, 0.0, kWhite));
-    Render(lit.node);
+    Add(scene.node, ShadedQuad(-1.0, -1.0, 1.0, 1.0, 0.0, kWhite));
+    Render(scene.node);
     const RGBA gray = At(kSize / 2, kSize / 2);
     EXPECT_NEAR(gray.r, 128, 1);
     EXPECT_EQ(gray.r, gray.b);
@@ -228,14 +218,13 @@ TEST_F(GlTest, SceneLightsReplaceTheLightAtTheEye)
 
 TEST_F(GlTest, RenderToPngWritesThePictureAtItsSize)
 {
-    Scene written;
-    Add(written.node, OrthoCamera());
-    Add(written.node, Polygon({{-2.0, -2.0, 0.0}, {2.0, -2.0, 0.0}, {2.0, 2.0, 0.0}}, kBlue));
+    Add(scene.node, OrthoCamera());
+    Add(scene.node, Polygon({{-2.0, -2.0, 0.0}, {2.0, -2.0, 0.0}, {2.0, 2.0, 0.0}}, kBlue));
     const std::string path = ::testing::TempDir() + "brell_gl_picture.png";
     gl::RenderOptions options;
     options.width = 40;
     options.height = 20;
-    gl::RenderToPng(written.node, options, path);
+    gl::RenderToPng(scene.node, options, path);
 
     png_image image{};
     image.version = PNG_IMAGE_VERSION;

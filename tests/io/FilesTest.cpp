@@ -1,6 +1,8 @@
 // Saving files safely, refusing what is not a regular file, and telling
 // progress while files are read and saved.
 
+#include "support/ScratchFolder.h"
+
 #include <brelldata/io/Files.h>
 #include <brelldata/io/ScanFormats.h>
 
@@ -9,8 +11,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,21 +21,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using brell::io::FileError;
-
-struct FileFolder : testing::Test {
-    FileFolder() : folder(fs::path(testing::TempDir()) / "brell-files") { fs::create_directories(folder); }
-    ~FileFolder() override { fs::remove_all(folder); }
-
-    std::string Path(const char* name) const { return (folder / name).string(); }
-
-    fs::path folder;
-};
-
-std::string ReadAll(const fs::path& path)
-{
-    std::ifstream in(path, std::ios::binary);
-    return {std::istreambuf_iterator<char>(in), {}};
-}
+using FileFolder = brell::test::ScratchFolder;
 
 void Save(const std::string& path, const std::string& bytes)
 {
@@ -59,7 +45,7 @@ TEST_F(FileFolder, ASaveRefusesToReplaceAnythingButARegularFileAndLeavesItAsItWa
                         path + ": expected a regular file to replace or a new name, found " + kind));
         EXPECT_EQ(fs::symlink_status(path).type(), before) << name;
     }
-    EXPECT_EQ(std::distance(fs::directory_iterator(folder), fs::directory_iterator()), 3);
+    EXPECT_EQ(Entries(), 3);
 }
 
 TEST_F(FileFolder, ASaveThroughALinkWritesItsTargetAndKeepsTheLink)
@@ -73,9 +59,9 @@ TEST_F(FileFolder, ASaveThroughALinkWritesItsTargetAndKeepsTheLink)
     Save(Path("existing"), "saved");
     Save(Path("chain"), "made");
     EXPECT_TRUE(fs::is_symlink(folder / "existing"));
-    EXPECT_EQ(ReadAll(folder / "real" / "old"), "saved");
+    EXPECT_EQ(Read(folder / "real" / "old"), "saved");
     EXPECT_TRUE(fs::is_symlink(folder / "chain"));
-    EXPECT_EQ(ReadAll(folder / "real" / "new"), "made");
+    EXPECT_EQ(Read(folder / "real" / "new"), "made");
 }
 
 TEST_F(FileFolder, ASaveIntoAMissingFolderNamesIt)

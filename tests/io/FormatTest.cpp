@@ -1,5 +1,6 @@
 #include <brelldata/io/ScanFormats.h>
 
+#include "io/FileErrors.h"
 #include "io/GeometryMatchers.h"
 
 #include <gmock/gmock.h>
@@ -14,6 +15,7 @@ namespace {
 
 using namespace brell::io;
 using brell::test::ExpectSameGeometry;
+using brell::test::FileErrorOf;
 using brell::test::TexturedMesh;
 
 const char* asciiPly =
@@ -280,18 +282,6 @@ ScanGeometry Strip(int n)
     return strip;
 }
 
-// The geometry a reader gives, or its error.
-template <class Read>
-std::string Outcome(Read read, ScanGeometry& geometry)
-{
-    try {
-        geometry = read();
-        return "read";
-    } catch (const FileError& error) {
-        return error.what();
-    }
-}
-
 TEST(PlyFiles, ReadAWindowAtATimeAsFromMemory)
 {
     const ScanGeometry strip = Strip(20000);
@@ -315,8 +305,8 @@ TEST(PlyFiles, ReadAWindowAtATimeAsFromMemory)
     for (const std::string& bytes : cases) {
         std::ofstream(path, std::ios::binary) << bytes;
         ScanGeometry fromMemory, fromFile;
-        const std::string outcome = Outcome([&] { return ReadPly(bytes, path); }, fromMemory);
-        EXPECT_EQ(Outcome([&] { return ReadScanFile(path); }, fromFile), outcome);
+        const std::string outcome = FileErrorOf([&] { fromMemory = ReadPly(bytes, path); });
+        EXPECT_EQ(FileErrorOf([&] { fromFile = ReadScanFile(path); }), outcome);
         ExpectSameGeometry(fromFile, fromMemory, outcome);
     }
     std::remove(path.c_str());

@@ -9,40 +9,32 @@
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
 
+#include "io/FileErrors.h"
+#include "io/GeometryMatchers.h"
+#include "support/ScratchFolder.h"
+
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <tuple>
 
 namespace {
 
 using namespace brell::io;
+using brell::test::FileErrorOf;
 namespace fs = std::filesystem;
 
 const fs::path exports = BRELL_GLTF_EXPORTS;
 
-template <class T>
-std::vector<T> Attribute(CBaseNode* node, const char* name)
-{
-    int size = 0;
-    const auto* data = static_cast<const T*>(node->QueryAttributeStruct(name, &size));
-    return data == nullptr ? std::vector<T>() : std::vector<T>(data, data + size / sizeof(T));
-}
+using GltfFiles = brell::test::ScratchFolder;
 
 template <class T>
 std::vector<char> Bytes(const T* items, size_t count)
 {
     return std::vector<char>(reinterpret_cast<const char*>(items), reinterpret_cast<const char*>(items + count));
-}
-
-template <class Rows>
-std::vector<char> RowBytes(const Rows& rows)
-{
-    return Bytes(rows.data(), rows.size());
 }
 
 // A scene of one element holding a mesh of two triangles (and, as asked,
@@ -81,21 +73,17 @@ CBaseNode* Scan(bool mesh, bool colored, bool textured, bool withNormals = true)
 
 void ExpectSameScan(CBaseNode* expected, CBaseNode* actual)
 {
-    auto* from = brell::AsKindOf<CModelNode>(expected->GetChild(0)->GetChild(0));
     ASSERT_EQ(actual->GetChildNum(), 1u);
     ASSERT_EQ(actual->GetChild(0)->GetChildNum(), 1u);
     EXPECT_EQ(actual->GetChild(0)->Name(), "shot 1");
+    auto* from = brell::AsKindOf<CModelNode>(expected->GetChild(0)->GetChild(0));
     auto* to = brell::AsKindOf<CModelNode>(actual->GetChild(0)->GetChild(0));
     ASSERT_NE(to, nullptr);
     EXPECT_EQ(std::tuple(to->Type(), to->Name()), std::tuple(from->Type(), "vase"));
-    EXPECT_EQ(Bytes(to->vertices->Buffer(), to->VertexNumber()), Bytes(from->vertices->Buffer(), from->VertexNumber()));
-    EXPECT_EQ(Attribute<char>(to, kNormalsAttribute), Attribute<char>(from, kNormalsAttribute));
-    EXPECT_EQ(Attribute<char>(to, kColorsAttribute), Attribute<char>(from, kColorsAttribute));
+    brell::test::ExpectSameGeometry(GeometryOfScene(actual, "read"), GeometryOfScene(expected, "written"));
     auto* fromMesh = brell::AsKindOf<CMeshNode>(from);
     if (fromMesh == nullptr) return;
     auto* toMesh = brell::AsKindOf<CMeshNode>(to);
-    EXPECT_EQ(RowBytes(toMesh->polygons->rows), RowBytes(fromMesh->polygons->rows));
-    EXPECT_EQ(RowBytes(toMesh->texCoords->rows), RowBytes(fromMesh->texCoords->rows));
     ASSERT_EQ(toMesh->ImageNumber(), fromMesh->ImageNumber());
     if (fromMesh->ImageNumber() == 0) return;
     const auto fromImage = fromMesh->Image(0), toImage = toMesh->Image(0);
@@ -105,7 +93,7 @@ void ExpectSameScan(CBaseNode* expected, CBaseNode* actual)
 }
 
 // Each file keeps what the scan holds exactly, and stays for the validator.
-TEST(GltfFiles, KeepVerticesPolygonsNormalsColoursTextureCoordinatesAndPixelsExactly)
+TEST_F(GltfFiles, KeepVerticesPolygonsNormalsColoursTextureCoordinatesAndPixelsExactly)
 {
     fs::create_directories(exports);
     const struct {
@@ -131,15 +119,15 @@ TEST(GltfFiles, KeepVerticesPolygonsNormalsColoursTextureCoordinatesAndPixelsExa
     }
 }
 
-TEST(GltfFiles, SplitAVertexWhoseCornersHaveDifferentTextureCoordinates)
+TEST_F(GltfFiles, SplitAVertexWhoseCornersHaveDifferentTextureCoordinates)
 {
     CTree scan(Scan(true, false, true));
     auto* mesh = static_cast<CMeshNode*>(scan.Root()->GetChild(0)->GetChild(0));
     mesh->texCoords->rows[1].items[0] = {0.5f, 0.5f};  // vertex 1 is (1, 0) in the first triangle
     CTree again(ReadGltf(WriteGlb(scan.Root(), "split.glb"), "split.glb"));
     auto* read = static_cast<CMeshNode*>(again.Root()->GetChild(0)->GetChild(0));
-    EXPECT_EQ(std::tuple(read->VertexNumber(), read->polygons->rows[1].items[0], RowBytes(read->texCoords->rows)),
-              std::tuple(5, 4, RowBytes(mesh->texCoords->rows)));
+    EXPECT_EQ(std::tuple(read->VertexNumber(), read->polygons->rows[1].items[0]), std::tuple(5, 4));
+    EXPECT_EQ(brell::test::FirstDifference(read->texCoords->rows, mesh->texCoords->rows), "");
 }
 
 // Unit normal of the triangle a, b, c of points.
@@ -152,26 +140,21 @@ std::vector<float> FaceNormal(const VERTEX* p, int a, int b, int c)
     return {float(n[0] / length), float(n[1] / length), float(n[2] / length)};
 }
 
-TEST(GltfFiles, GiveAMeshWithoutNormalsItsFlatOrSmoothNormalsWhenAsked)
+TEST_F(GltfFiles, GiveAMeshWithoutNormalsItsFlatOrSmoothNormalsWhenAsked)
 {
     CTree scan(Scan(true, false, false, false));
     const VERTEX* p = static_cast<CModelNode*>(scan.Root()->GetChild(0)->GetChild(0))->vertices->Buffer();
-    const std::vector<float> first = FaceNormal(p, 0, 1, 2), second = FaceNormal(p, 1, 3, 2);
-    const struct {
-        GltfNormals normals;
-        int vertices;
-        std::vector<std::vector<float>> expected;  // of vertices 0 and 3
-    } cases[] = {{GltfNormals::flat, 6, {first, second}}, {GltfNormals::smooth, 4, {first, second}}};
-    for (const auto& c : cases) {
-        CTree again(ReadGltf(WriteGlb(scan.Root(), "normals.glb", c.normals), "normals.glb"));
-        auto* mesh = static_cast<CMeshNode*>(again.Root()->GetChild(0)->GetChild(0));
-        EXPECT_EQ(mesh->VertexNumber(), c.vertices);
-        const auto normals = Attribute<CVector_3<float>>(mesh, kNormalsAttribute);
-        ASSERT_EQ(normals.size(), static_cast<size_t>(c.vertices));
+    // The first vertex lies in the first triangle only, the last in the second only.
+    const std::vector<float> faceNormals[] = {FaceNormal(p, 0, 1, 2), FaceNormal(p, 1, 3, 2)};
+    for (const auto& [normals, vertices] :
+         {std::pair{GltfNormals::flat, size_t{6}}, {GltfNormals::smooth, size_t{4}}}) {
+        CTree again(ReadGltf(WriteGlb(scan.Root(), "normals.glb", normals), "normals.glb"));
+        const ScanGeometry read = GeometryOfScene(again.Root(), "normals.glb");
+        ASSERT_EQ(std::tuple(read.positions.size(), read.normals.size()), std::tuple(vertices, vertices));
         for (int i : {0, 1}) {
-            const CVector_3<float>& n = normals[i == 0 ? 0 : c.vertices - 1];
+            const CVector_3<float>& n = read.normals[i == 0 ? 0 : vertices - 1];
             EXPECT_THAT(std::vector<float>({n.x, n.y, n.z}),
-                        testing::Pointwise(testing::FloatNear(1e-6f), c.expected[i]));
+                        testing::Pointwise(testing::FloatNear(1e-6f), faceNormals[i]));
         }
     }
 }
@@ -190,7 +173,7 @@ std::string Triangle(const std::string& node, const std::string& indices, const 
            data + "\"}]" + extra + "}";
 }
 
-TEST(GltfFiles, ApplyNodeTransformsToVertices)
+TEST_F(GltfFiles, ApplyNodeTransformsToVertices)
 {
     CTree scene(
         ReadGltf(Triangle(R"({"name":"moved","mesh":0,"translation":[10,0,0],"scale":[2,2,2]})", ""), "t.gltf"));
@@ -201,7 +184,7 @@ TEST(GltfFiles, ApplyNodeTransformsToVertices)
     EXPECT_THAT(std::vector<double>({v[1].x, v[1].y, v[2].x, v[2].y}), testing::ElementsAre(12, 0, 10, 2));
 }
 
-TEST(GltfFiles, SkipUnsupportedPartsWithOneWarningEach)
+TEST_F(GltfFiles, SkipUnsupportedPartsWithOneWarningEach)
 {
     std::vector<std::string> warnings;
     CTree scene(ReadGltf(Triangle(R"({"mesh":0})", "",
@@ -243,7 +226,7 @@ std::string QuadGlb(int mode, int componentType, std::vector<uint32_t> indices)
     return glb + std::string("BIN\0", 4) + bin;
 }
 
-TEST(GltfFiles, ReadTriangleListsStripsAndFansOfEveryIndexType)
+TEST_F(GltfFiles, ReadTriangleListsStripsAndFansOfEveryIndexType)
 {
     using Triangles = std::vector<std::vector<int>>;
     const struct {
@@ -270,23 +253,12 @@ TEST(GltfFiles, ReadTriangleListsStripsAndFansOfEveryIndexType)
     }
 }
 
-template <class Read>
-std::string MessageOf(Read read)
-{
-    try {
-        CTree scene(read());
-    } catch (const FileError& error) {
-        return error.what();
-    }
-    return "read without error";
-}
-
 std::string Message(std::string_view bytes, const std::string& name)
 {
-    return MessageOf([&] { return ReadGltf(bytes, name); });
+    return FileErrorOf([&] { CTree(ReadGltf(bytes, name)); });
 }
 
-TEST(GltfFiles, AreRefusedWhenHostileEachWithItsOwnMessage)
+TEST_F(GltfFiles, AreRefusedWhenHostileEachWithItsOwnMessage)
 {
     CTree scan(Scan(true, false, false));
     const std::string glb = WriteGlb(scan.Root(), "hostile.glb");
@@ -314,15 +286,7 @@ TEST(GltfFiles, AreRefusedWhenHostileEachWithItsOwnMessage)
               "hostile.gltf: byte 68: expected JSON nested at most 64 deep, found a 65th level");
 }
 
-// A file written to the test's folder, and its path.
-std::string FileOf(const std::string& bytes, const std::string& name)
-{
-    const fs::path path = fs::path(testing::TempDir()) / name;
-    std::ofstream(path.string(), std::ios::binary) << bytes;
-    return path.string();
-}
-
-TEST(GltfFiles, ReadFromDiskInPiecesAsFromMemory)
+TEST_F(GltfFiles, ReadFromDiskInPiecesAsFromMemory)
 {
     // Enough triangles and vertices for several pieces of each.
     constexpr int kTriangles = 60000, kVertices = kTriangles / 2 + 2;
@@ -337,43 +301,36 @@ TEST(GltfFiles, ReadFromDiskInPiecesAsFromMemory)
     mesh->SetAttributeStruct(kNormalsAttribute, normals.data(), static_cast<int>(normals.size() * 12));
     mesh->polygons->rows.resize(kTriangles);
     for (int t = 0; t < kTriangles; ++t) mesh->polygons->rows[t] = {{t / 2, t / 2 + 1 + t % 2, t / 2 + 2, 0}, 3};
-    const std::string path = FileOf(WriteGlb(scan.Root(), "large.glb"), "large.glb");
+    const std::string path = Write("large.glb", WriteGlb(scan.Root(), "large.glb"));
     CTree fromDisk(ImportGltf(path));
     ExpectSameScan(scan.Root(), fromDisk.Root());
 }
 
-TEST(GltfFiles, ReadFromDiskAreRefusedWithTheMessagesOfFilesInMemory)
+TEST_F(GltfFiles, ReadFromDiskAreRefusedWithTheMessagesOfFilesInMemory)
 {
     const std::string glb = QuadGlb(4, 5121, {0, 1, 2});
     std::string pastView = glb;
     pastView.replace(pastView.find("\"count\":4"), 9, "\"count\":5");
     const std::string hostile[] = {glb.substr(0, glb.size() - 2), pastView, QuadGlb(4, 5121, {0, 1, 7})};
     for (const std::string& bytes : hostile) {
-        const std::string path = FileOf(bytes, "hostile.glb");
+        const std::string path = Write("hostile.glb", bytes);
         const std::string inMemory = Message(bytes, path);
-        EXPECT_NE(inMemory, "read without error");
-        EXPECT_EQ(MessageOf([&] { return ImportGltf(path); }), inMemory);
+        EXPECT_NE(inMemory, "no error");
+        EXPECT_EQ(FileErrorOf([&] { CTree(ImportGltf(path)); }), inMemory);
     }
 }
 
-TEST(GltfFiles, MayNotNameABufferOutsideTheirFolder)
+TEST_F(GltfFiles, MayNotNameABufferOutsideTheirFolder)
 {
-    const fs::path folder = fs::path(testing::TempDir()) / "brell-gltf-outside" / "in";
-    fs::create_directories(folder);
+    fs::create_directory(folder / "in");
     std::string file = Triangle(R"({"mesh":0})", "");
     const size_t uri = file.find("data:");
     file.replace(uri, file.find('"', uri) - uri, "../secret.bin");
-    std::ofstream((folder / "escape.gltf").string()) << file;
-    std::ofstream((folder.parent_path() / "secret.bin").string()) << std::string(48, '\0');
-    const std::string path = (folder / "escape.gltf").string();
-    try {
-        CTree scene(ImportGltf(path));
-        ADD_FAILURE() << "read without error";
-    } catch (const FileError& error) {
-        EXPECT_STREQ(error.what(), (path + ": expected a URI inside the file's folder (no \"..\", no absolute "
-                                           "path), found \"../secret.bin\"")
-                                       .c_str());
-    }
+    Write("secret.bin", std::string(48, '\0'));
+    const std::string path = Write("in/escape.gltf", file);
+    EXPECT_EQ(
+        FileErrorOf([&] { CTree(ImportGltf(path)); }),
+        path + ": expected a URI inside the file's folder (no \"..\", no absolute path), found \"../secret.bin\"");
 }
 
 }  // namespace

@@ -2,20 +2,22 @@
 #include <brelldata/io/ScanFormats.h>
 #include <brelldata/io/ScanScene.h>
 
+#include "io/FileErrors.h"
 #include "io/PlyStream.h"
+#include "support/ScratchFolder.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 #include <string>
 
 namespace {
 
 using namespace brell::io;
+using brell::test::FileErrorOf;
 namespace fs = std::filesystem;
 
 // A cloud of 7 vertices whose properties are "type name" pairs.
@@ -80,22 +82,8 @@ const Cloud kClouds[] = {
     {"a dropped property", "float x float y float z float intensity", "binary_little_endian", false, false},
 };
 
-class PlyStreamTest : public ::testing::Test {
+class PlyStreamTest : public brell::test::ScratchFolder {
 protected:
-    void SetUp() override { fs::create_directories(folder_); }
-    void TearDown() override { fs::remove_all(folder_); }
-
-    std::string Path(const std::string& name) const { return (folder_ / name).string(); }
-    std::string Write(const std::string& name, const std::string& bytes) const
-    {
-        std::ofstream(Path(name), std::ios::binary) << bytes;
-        return Path(name);
-    }
-    std::string Read(const std::string& name) const
-    {
-        std::ifstream in(Path(name), std::ios::binary);
-        return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    }
     // Each cloud copied in each encoding, against what import then export writes.
     void ExpectSameAsExport() const
     {
@@ -106,12 +94,10 @@ protected:
                 CTree scene(ImportScan(in));
                 ExportScan(scene.Root(), Path("exported.ply"), encoding);
                 EXPECT_TRUE(CopyPlyPointCloud(in, Path("streamed.ply"), encoding));
-                EXPECT_EQ(Read("streamed.ply"), Read("exported.ply"));
+                EXPECT_EQ(Read(Path("streamed.ply")), Read(Path("exported.ply")));
             }
         }
     }
-
-    const fs::path folder_ = fs::path(::testing::TempDir()) / "brell-ply-stream";
 };
 
 TEST_F(PlyStreamTest, CopiedCloudsAreTheBytesImportThenExportWrites)
@@ -152,20 +138,10 @@ TEST_F(PlyStreamTest, BadCloudsAreRefusedAsImportRefusesThemAndLeaveNothingBehin
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
         const std::string in = Write("bad.ply", c.bytes);
-        std::string expected;
-        try {
-            CTree scene(ImportScan(in));
-        } catch (const FileError& error) {
-            expected = error.what();
-        }
-        ASSERT_FALSE(expected.empty());
-        try {
-            CopyPlyPointCloud(in, Path("out.ply"));
-            ADD_FAILURE() << "copied";
-        } catch (const FileError& error) {
-            EXPECT_EQ(error.what(), expected);
-        }
-        EXPECT_EQ(std::distance(fs::directory_iterator(folder_), fs::directory_iterator()), 1);
+        const std::string expected = FileErrorOf([&] { CTree(ImportScan(in)); });
+        ASSERT_NE(expected, "no error");
+        EXPECT_EQ(FileErrorOf([&] { CopyPlyPointCloud(in, Path("out.ply")); }), expected);
+        EXPECT_EQ(Entries(), 1);
     }
 }
 

@@ -76,10 +76,6 @@ TEST(ExportScan, RefusesANullSceneAndWritesNoFile)
     EXPECT_FALSE(std::filesystem::exists(path));
 }
 
-}  // namespace
-
-namespace {
-
 // 1000 points of 28 bytes, each with a colour that tells it apart.
 ScanGeometry ColouredCloud()
 {
@@ -112,7 +108,6 @@ TEST(SplitScans, AScanWithinTheLimitStaysOneModel)
     CTree scene(SceneOfGeometry(ColouredCloud(), "cloud"));
     EXPECT_EQ(scene.Root()->GetChild(0)->GetChildNum(), 1u);
 }
-
 
 // A 30 x 30 grid of triangles with everything a mesh can carry per vertex and
 // per face, and one vertex that no face uses.

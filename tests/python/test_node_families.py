@@ -104,12 +104,6 @@ def test_a_viewed_light_cannot_be_deleted_and_others_can():
     assert [light["type"] for light in node.lights] == [1]
 
 
-def test_a_region_holds_the_union_of_the_rectangles_given():
-    region = brelldata.GeoRegion2DNode()
-    region.rectangles = [(0, 0, 2, 1), (0, 1, 2, 2)]
-    assert region.rectangles.tolist() == [[0, 0, 2, 2]]
-
-
 def test_a_mode_node_s_members_are_its_children():
     mode = brelldata.GeoModeNode()
     points = brelldata.GeoPointNode()

@@ -147,11 +147,6 @@ def test_copy_is_deep():
     assert root.children[0].name == "A" and [n.name for n in duplicate.walk()][1:] == ["changed", "A1", "A2", "B"]
 
 
-def test_listing_indents_two_spaces_a_level():
-    assert tree().listing().splitlines()[:3] == ['CBaseNode "R"  Attribute: 0', '  CBaseNode "A"  Attribute: 0',
-                                                 '    CBaseNode "A1"  Attribute: 0']
-
-
 def test_a_tree_streams_to_bytes_and_back():
     root = tree()
     root.children[1].vertices = np.ones((4, 3))

@@ -39,6 +39,16 @@ inline CModelNode* MakeModel()
     return model;
 }
 
+// A model of scan size: its vertices reserved and counted, their pages never
+// touched (bulk blocks are mapped, so they cost nothing).
+inline CModelNode* UntouchedModel(int vertices)
+{
+    auto* model = static_cast<CModelNode*>(CModelNode::Create());
+    model->vertices->Reserve(vertices);
+    model->vertices->Number() = vertices;
+    return model;
+}
+
 // Polygon 0-1-2 with its coordinates, list 1 empty, list 2 {7}, list 3 {8, 9}, vertex (1, 2, 3).
 inline CMeshNode* MakeMesh()
 {

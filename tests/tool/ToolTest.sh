@@ -30,6 +30,19 @@ lacks() { ! grep -qF -- "$1" out || fail "stdout has \"$1\""; }
 one_error() {
   [ "$(wc -l <err)" -eq 1 ] && grep -q "^brell: .*$1" err || fail "stderr is not one line naming \"$1\""
 }
+# refused STATUS TEXT ARGS...: the tool exits STATUS with one line on stderr naming TEXT.
+refused() {
+  local status=$1 text=$2
+  shift 2
+  run "$status" "$@"
+  one_error "$text"
+}
+# shows COMMAND FILE TEXT...: brell COMMAND FILE succeeds and its output holds each TEXT.
+shows() {
+  run 0 "$1" "$2"
+  shift 2
+  for text in "$@"; do says "$text"; done
+}
 
 cat >square.ply <<'PLY'
 ply
@@ -57,37 +70,29 @@ planes='\x00\x04\x00\x02\x00\x01\x00\x10\x00\x04\x00\x02\x00\x01\x00\x18'
 { head -c 24 /dev/zero; printf "$planes"; head -c 984 /dev/zero; head -c 3936 /dev/zero; } >shot.kam
 head -c 530 shot.cam >short.cam
 
-run 0 info square.ply
-says "scan file of"; says "CMeshNode: 1"; says "vertices: 4"; says "polygons: 2"
-says "box: 0 0 0 to 1 1 0"; says " bytes in 1 stream"
-run 0 info points.xyz
-says "CModelNode: 1"; says "vertices: 3"; says "polygons: 0"
+shows info square.ply "scan file of" "CMeshNode: 1" "vertices: 4" "polygons: 2" "box: 0 0 0 to 1 1 0" \
+  " bytes in 1 stream"
+shows info points.xyz "CModelNode: 1" "vertices: 3" "polygons: 0"
 sed 's/^property float z$/property float z\nproperty float confidence/; s/^\([01] [01] 0\)$/\1 1/' square.ply >extra.ply
 run 0 info extra.ply
 one_error 'extra.ply: warning: 4 values of vertex property "confidence" dropped'
-run 0 list square.ply
-says 'CElementNode "square.ply"'; says '    CMeshNode "square.ply"  2 polygons'
+shows list square.ply 'CElementNode "square.ply"' '    CMeshNode "square.ply"  2 polygons'
 
-run 0 info shot.cam
-says "first layout (512-byte header)"; says 'version: "TEST"'; says "3-D block: 16 bytes at 512"
-says "2-D block: 24 bytes at 528"
+shows info shot.cam "first layout (512-byte header)" 'version: "TEST"' "3-D block: 16 bytes at 512" \
+  "2-D block: 24 bytes at 528"
 run 0 info shot.kam --type camera --quiet
 says "second layout (1024-byte header)"; says "3-D block: 72 bytes at 1024"; says "2-D block: 3864 bytes"
-run 1 info --layout second shot.cam
-one_error "shot.cam: expected a plausible camera header"
-run 1 info short.cam
-one_error "short.cam: expected a camera data file"
+refused 1 "shot.cam: expected a plausible camera header" info --layout second shot.cam
+refused 1 "short.cam: expected a camera data file" info short.cam
 
 run 0 export square.ply -o square.obj
-run 0 info square.obj
-says "vertices: 4"; says "polygons: 2"
+shows info square.obj "vertices: 4" "polygons: 2"
 run 0 export --ascii points.xyz -o points.ply
 grep -q "^format ascii" points.ply || fail "export --ascii wrote no ASCII PLY"
 # glTF files go every way the other scan formats go.
 for gltf in square.glb square.gltf; do
   run 0 export square.ply -o $gltf
-  run 0 list $gltf
-  says 'CElementNode "square.ply"'; says 'CMeshNode "square.ply"  2 polygons'
+  shows list $gltf 'CElementNode "square.ply"' 'CMeshNode "square.ply"  2 polygons'
   run 0 render $gltf -o $gltf.png --size 32x24
   run 0 import $gltf -o $gltf.scene
 done
@@ -97,29 +102,24 @@ says "drawing"; says "writing square.png"
 [ "$(head -c 4 square.png | tail -c 3)" = PNG ] || fail "render wrote no PNG"
 [ ! -s err ] || fail "render --quiet wrote to stderr"
 printf 'ply\nformat ascii 1.0\nelement vertex 0\nproperty float x\nproperty float y\nproperty float z\nend_header\n' >empty.ply
-run 1 --quiet render empty.ply -o empty.png
-one_error "nothing to draw"
+refused 1 "nothing to draw" --quiet render empty.ply -o empty.png
 [ ! -e empty.png ] || fail "render of nothing wrote a picture"
 
 run 0 import square.ply -o square.scene
-run 0 list square.scene
-says '    CMeshNode "square.ply"  2 polygons'
+shows list square.scene '    CMeshNode "square.ply"  2 polygons'
 cp square.scene square.bin
-run 0 info square.bin
-says "scene file of"; says "vertices: 4"
+shows info square.bin "scene file of" "vertices: 4"
 run 0 calc square.scene --proc wire -o wire.scene
-run 0 info wire.scene
-says "CGeoWireFrameNode: 1"
+shows info wire.scene "CGeoWireFrameNode: 1"
 run 0 render wire.scene -o wire.png --size 32x32
 run 0 export wire.scene -o back.off
-run 0 info back.off
-says "vertices: 4"; says "polygons: 2"
+shows info back.off "vertices: 4" "polygons: 2"
 run 0 calc wire.scene --proc points -o twice.scene
-run 0 info twice.scene
-says "CGeoPointNode: 1"; lacks "CGeoWireFrameNode"
+shows info twice.scene "CGeoPointNode: 1"
+lacks "CGeoWireFrameNode"
 head -c 40 square.scene >cut.scene
-run 1 list cut.scene
-one_error "cut.scene: byte 16: expected a stream of [0-9]* bytes, as this length says, found 8 bytes after the header"
+refused 1 "cut.scene: byte 16: expected a stream of [0-9]* bytes, as this length says, found 8 bytes after the header" \
+  list cut.scene
 run 0 --timing list square.scene
 [ "$(tail -n 1 out | cut -c 1-5)" = total ] && grep -q "^reading square.scene " out || fail "list --timing"
 run 0 import --timing square.ply -o timed.scene
@@ -140,8 +140,7 @@ CHECK
 # would replace the link, not /dev/null.
 mkfifo fifo.scene fifo.obj; mkdir folder.scene; ln -s /dev/null null.png
 while read -r command path kind; do
-  run 1 "$command" square.ply -o "$path"
-  one_error "$path: expected a regular file to replace or a new name, found a $kind"
+  refused 1 "$path: expected a regular file to replace or a new name, found a $kind" "$command" square.ply -o "$path"
 done <<'CASES'
 import fifo.scene pipe
 export fifo.obj pipe
@@ -153,8 +152,7 @@ CASES
 # Input that is not a regular file is refused at once, with one message on every path.
 mkfifo pipe.cam; mkdir folder.ply folder.cam
 while read -r kind path options; do
-  run 1 info $options "$path"
-  one_error "$path: expected a regular file, found a $kind"
+  refused 1 "$path: expected a regular file, found a $kind" info $options "$path"
 done <<'CASES'
 pipe pipe.cam
 pipe pipe.cam --type camera
@@ -162,29 +160,21 @@ folder folder.ply
 folder folder.cam
 CASES
 
-run 1 info missing.ply
-one_error "missing.ply"
-run 1 info huge.ply
-one_error "huge.ply"
+refused 1 missing.ply info missing.ply
+refused 1 huge.ply info huge.ply
 while IFS=: read -r command extension; do
-  run 2 $command
-  one_error "--output: expected a file name ending in $extension"
+  refused 2 "--output: expected a file name ending in $extension" $command
 done <<'CASES'
 import square.ply -o x.ply:.scene
 calc square.ply --proc wire -o x.PLY:.scene
 render square.ply -o x.jpg:.png
 export square.ply -o square.txt:.ply, .off, .obj, .xyz, .glb or .gltf
 CASES
-run 2 render square.ply -o x.png --size 12
-one_error "--size"
-run 2 render square.ply -o x.png --view 0,0,0
-one_error "--view: expected a direction of some length"
-run 2 calc square.ply --proc paint -o x.scene
-one_error "paint"
-run 2 frobnicate
-one_error "frobnicate"
-run 2 info
-one_error "FILE"
+refused 2 --size render square.ply -o x.png --size 12
+refused 2 "--view: expected a direction of some length" render square.ply -o x.png --view 0,0,0
+refused 2 paint calc square.ply --proc paint -o x.scene
+refused 2 frobnicate frobnicate
+refused 2 FILE info
 run 0 --help
 says "render"
 
@@ -193,17 +183,12 @@ says "render"
 left_half=0,0,400,0,400,600,0,600
 run 0 cut square.ply --lasso $left_half -o cut.ply
 says "cut.ply: 2 of 4 vertices and 2 of 2 polygons cut"
-run 0 info cut.ply
-says "vertices: 2"; says "polygons: 0"
+shows info cut.ply "vertices: 2" "polygons: 0"
 run 0 cut square.ply --view front --size 800x600 --lasso $left_half --keep-inside -o kept.scene
-run 0 info kept.scene
-says "vertices: 2"
-run 1 cut missing.ply --lasso $left_half -o x.ply
-one_error "missing.ply"
-run 2 cut square.ply --lasso 1,2,3,4 -o x.ply
-one_error "--lasso: expected x1,y1,x2,y2,... of three corners or more"
-run 2 cut square.ply --lasso $left_half -o x.png
-one_error "--output"
+shows info kept.scene "vertices: 2"
+refused 1 missing.ply cut missing.ply --lasso $left_half -o x.ply
+refused 2 "--lasso: expected x1,y1,x2,y2,... of three corners or more" cut square.ply --lasso 1,2,3,4 -o x.ply
+refused 2 --output cut square.ply --lasso $left_half -o x.png
 
 # The library's trace lines show only when asked for.
 LD_LIBRARY_PATH=$scrivo run 0 info square.ply

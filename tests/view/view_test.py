@@ -41,27 +41,36 @@ def start_x_server():
 
 def pixels(path):
     """The PNG's pixels as rows of (r, g, b) tuples; 8-bit RGBA as the renderer writes them."""
-    data = open(path, "rb").read()
-    at, idat, width = 8, b"", 0
+    data, at, idat = open(path, "rb").read(), 8, b""
     while at < len(data):
         length, kind = struct.unpack(">I4s", data[at:at + 8])
-        if kind == b"IHDR":
-            width = struct.unpack(">I", data[at + 8:at + 12])[0]
-        if kind == b"IDAT":
-            idat += data[at + 8:at + 8 + length]
+        idat += data[at + 8:at + 8 + length] if kind == b"IDAT" else b""
         at += 12 + length
-    raw, stride, rows, previous = zlib.decompress(idat), width * 4, [], bytearray(width * 4)
+    stride = struct.unpack(">I", data[16:20])[0] * 4  # the header's width
+    raw, rows, above = zlib.decompress(idat), [], bytearray(stride)
     for y in range(len(raw) // (stride + 1)):
         kind, line = raw[y * (stride + 1)], bytearray(raw[y * (stride + 1) + 1:(y + 1) * (stride + 1)])
         for i in range(stride):
-            a, b, c = line[i - 4] if i >= 4 else 0, previous[i], previous[i - 4] if i >= 4 else 0
-            p = a + b - c
-            predictor = [0, a, b, (a + b) // 2,
-                         a if abs(p - a) <= abs(p - b) and abs(p - a) <= abs(p - c) else b if abs(p - b) <= abs(p - c) else c]
-            line[i] = (line[i] + predictor[kind]) & 0xFF
-        rows.append([tuple(line[x * 4:x * 4 + 3]) for x in range(width)])
-        previous = line
+            a, b, c = line[i - 4] if i >= 4 else 0, above[i], above[i - 4] if i >= 4 else 0
+            # Paeth: the neighbour nearest a + b - c, ties going to a, then b.
+            paeth = min((abs(b - c), a), (abs(a - c), b), (abs(a + b - 2 * c), c), key=lambda near: near[0])[1]
+            line[i] = (line[i] + (0, a, b, (a + b) // 2, paeth)[kind]) & 0xFF
+        rows.append([tuple(line[x:x + 3]) for x in range(0, stride, 4)])
+        above = line
     return rows
+
+
+def view(*arguments):
+    """Runs brell view on a virtual X server of its own; stops the test when it fails."""
+    server, display = start_x_server()
+    try:
+        run = subprocess.run([brell, "view", *arguments, "--size", f"{WIDTH}x{HEIGHT}"],
+                             env=dict(os.environ, DISPLAY=display), timeout=300, capture_output=True, text=True)
+    finally:
+        server.terminate()
+        server.wait()
+    if run.returncode != 0:
+        sys.exit(f"brell view exited {run.returncode}: {run.stderr}")
 
 
 def object_pixels(rows, left, right):
@@ -99,18 +108,8 @@ snapshot asking.png
 key y
 """)
 
-server, display = start_x_server()
+view("grid.ply", "--replay", "events.txt", "-o", "saved.ply")
 failures = []
-try:
-    run = subprocess.run([brell, "view", "grid.ply", "--size", f"{WIDTH}x{HEIGHT}", "--replay", "events.txt",
-                          "-o", "saved.ply"], env=dict(os.environ, DISPLAY=display), timeout=300,
-                         capture_output=True, text=True)
-finally:
-    server.terminate()
-    server.wait()
-if run.returncode != 0:
-    sys.exit(f"brell view exited {run.returncode}: {run.stderr}")
-
 whole, cut, undone = pixels("whole.png"), pixels("cut.png"), pixels("undone.png")
 half = WIDTH // 2 - 10
 if object_pixels(whole, 0, half) < 1000 or object_pixels(whole, WIDTH - half, WIDTH) < 1000:
@@ -140,13 +139,7 @@ struct.pack_into(">8H", header, 4, w, h, 1, 16, w, h, 1, 24)
 colours = b"".join((b"\xff\0\0" if x < w // 2 else b"\0\0\xff") for y in range(h) for x in range(w))
 open("shot.cam", "wb").write(bytes(header) + bytes(w * h * 2) + colours)
 open("shot.txt", "w").write("snapshot shot.png\n")
-server, display = start_x_server()
-try:
-    subprocess.run([brell, "view", "shot.cam", "--size", f"{WIDTH}x{HEIGHT}", "--replay", "shot.txt"],
-                   env=dict(os.environ, DISPLAY=display), timeout=300, check=True)
-finally:
-    server.terminate()
-    server.wait()
+view("shot.cam", "--replay", "shot.txt")
 shot = pixels("shot.png")
 if (shot[HEIGHT // 2][WIDTH // 2 - 20], shot[HEIGHT // 2][WIDTH // 2 + 20]) != ((255, 0, 0), (0, 0, 255)):
     failures.append("the camera data file's picture does not show")

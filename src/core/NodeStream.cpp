@@ -18,15 +18,15 @@
 #include <string_view>
 #include <vector>
 
-namespace brell::detail {
+namespace brell {
 
-ToldSize& LastToldSize()
+ToldSize& ThreadToldSize()
 {
     thread_local ToldSize told{nullptr, 0};
     return told;
 }
 
-}  // namespace brell::detail
+}  // namespace brell
 
 namespace {
 
@@ -210,11 +210,11 @@ private:
         node->Name().assign(frame.name);
         const auto read = [&] { node->Read(const_cast<unsigned char*>(data)); };
         if (bounds_ == nullptr) {
-            frame.readSize = brell::ReadTellingSize(*node, read);
+            frame.readSize = brell::ReadTellingSize(told_, *node, read);
         } else {
             const unsigned char* outerEnd = bounds_->end;
             bounds_->end = data + dataBytes;
-            frame.readSize = brell::ReadTellingSize(*node, read);
+            frame.readSize = brell::ReadTellingSize(told_, *node, read);
             bounds_->end = outerEnd;
             if (bounds_->Failed()) {
                 node->Release();
@@ -227,6 +227,7 @@ private:
     }
 
     brell::BlockBounds* bounds_ = brell::ActiveBlockBounds();
+    brell::ToldSize& told_ = brell::ThreadToldSize();
     RecentTypes types_;
 };
 

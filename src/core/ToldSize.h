@@ -11,20 +11,20 @@
 
 namespace brell {
 
-namespace detail {
+// The size last told on a thread, and the node it was told for.
 struct ToldSize {
     const CBaseNode* node;
     int size;
 };
-ToldSize& LastToldSize();
-}  // namespace detail
+
+// This thread's; a reader of many nodes looks it up once.
+ToldSize& ThreadToldSize();
 
 // Calls read(), which reads node's data block; the size node's class told
-// while reading, if it did.
+// (into told, this thread's) while reading, if it did.
 template <class Read>
-std::optional<int> ReadTellingSize(const CBaseNode& node, Read read)
+std::optional<int> ReadTellingSize(ToldSize& told, const CBaseNode& node, Read read)
 {
-    detail::ToldSize& told = detail::LastToldSize();
     // A node read before may have left its size behind at this address.
     told.node = nullptr;
     read();
@@ -36,7 +36,7 @@ std::optional<int> ReadTellingSize(const CBaseNode& node, Read read)
 // Tells what node's SizeOfByte() gives now, from its class's Read.
 inline void TellSizeRead(const CBaseNode& node, int size)
 {
-    detail::LastToldSize() = {&node, size};
+    ThreadToldSize() = {&node, size};
 }
 
 }  // namespace brell

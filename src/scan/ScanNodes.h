@@ -181,7 +181,7 @@ int ReadBlock(Node& node, void* block, Fields fields, size_t unwritten)
     fields(reader, node);
     int read = 0;
     const std::optional<int> baseSize = ReadTellingSize(
-        node, [&] { read = node.Base::Read(const_cast<unsigned char*>(reader.Position())); });
+        ThreadToldSize(), node, [&] { read = node.Base::Read(const_cast<unsigned char*>(reader.Position())); });
     if (const std::optional<int> fields = reader.Measured()) {
         const int size = AddBlockSizes(*fields, baseSize ? *baseSize : node.Base::SizeOfByte());
         TellSizeRead(node, AddBlockSizes(size, static_cast<int>(unwritten)));

@@ -184,6 +184,20 @@ TEST(StoreBlocks, HoldTheCountsThenTheItemsAndReadBack)
     ExpectBlock(assignedLines, lineReader, Bytes().I32(2).I32(1).F64(1.0).F64(2.0).F64(0.5).I32(0));
 }
 
+// Read of polygons from bytes under bounds that end size bytes in; refused
+// tells whether the bounds refused a field.
+int ReadUnderBounds(const std::vector<uint8_t>& bytes, size_t size, CPolygonDataStore<int>& polygons, bool& refused)
+{
+    brell::BlockBounds bounds;
+    bounds.begin = bytes.data();
+    bounds.end = bounds.begin + size;
+    brell::ActiveBlockBounds() = &bounds;
+    const int read = polygons.Read(bytes.data());
+    brell::ActiveBlockBounds() = nullptr;
+    refused = bounds.Failed();
+    return read;
+}
+
 TEST(PolygonStores, ReadUnderBoundsOnlyWhenEveryRowFits)
 {
     // Enough rows that the last few are read near the end of the bounds.
@@ -196,20 +210,22 @@ TEST(PolygonStores, ReadUnderBoundsOnlyWhenEveryRowFits)
     const std::vector<uint8_t>& bytes = block.Data();
     for (size_t size = 4; size <= bytes.size(); ++size) {
         SCOPED_TRACE(size);
-        brell::BlockBounds bounds;
-        bounds.begin = bytes.data();
-        bounds.end = bounds.begin + size;
-        brell::ActiveBlockBounds() = &bounds;
         CPolygonDataStore<int> polygons;
-        polygons.Read(bytes.data());
-        brell::ActiveBlockBounds() = nullptr;
-        EXPECT_EQ(bounds.Failed(), size < bytes.size());
-        if (bounds.Failed()) continue;
+        bool refused = false;
+        ReadUnderBounds(bytes, size, polygons, refused);
+        EXPECT_EQ(refused, size < bytes.size());
+        if (refused) continue;
         ASSERT_EQ(polygons.Number(), 12);
         EXPECT_EQ(polygons.Element(11, 0), 110);
         EXPECT_EQ(polygons.rows[9].count, 4);
         EXPECT_EQ(polygons.Element(9, 3), 93);
     }
+    // A count a row cannot hold is refused in the last rows as in the others.
+    std::vector<uint8_t> fiveItems = bytes;
+    fiveItems[fiveItems.size() - 8] = 5;
+    CPolygonDataStore<int> polygons;
+    bool refused = false;
+    EXPECT_EQ(ReadUnderBounds(fiveItems, fiveItems.size(), polygons, refused), 0);
 }
 
 TEST(StoreBlocks, BadOnesAreRefusedWithTheStoreUnchanged)

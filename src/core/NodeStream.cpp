@@ -42,7 +42,7 @@ struct RecordFrame {
 };
 
 // A record of two empty names and no data block.
-const size_t kSmallestRecord = brell::RecordBytes({}, {}, 0);
+constexpr size_t kSmallestRecord = brell::RecordBytes({}, {}, 0);
 
 size_t DataBytes(int32_t dataSize)
 {

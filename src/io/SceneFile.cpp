@@ -8,8 +8,8 @@
 #include <brelldata/io/SceneFile.h>
 #include <brelldata/scan/BlockOutput.h>
 
-// The hash functions as the library's vector units run them fastest (the
-// same values on every machine).
+// XXH3 through the functions that pick the widest vector unit the machine
+// has; the hashes are the same on every machine.
 #include <xxh_x86dispatch.h>
 
 #include <algorithm>

@@ -19,7 +19,7 @@ namespace brell {
 
 // The bytes of one record alone, its children not included, with a data
 // block of dataSize bytes (none when it is negative).
-inline uint64_t RecordBytes(std::string_view type, std::string_view name, int dataSize)
+constexpr uint64_t RecordBytes(std::string_view type, std::string_view name, int dataSize)
 {
     // Record size, child count, the two string lengths and the data block size.
     constexpr uint64_t kFixedFieldBytes = 20;

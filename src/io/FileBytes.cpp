@@ -319,11 +319,6 @@ void MappedFile::ReleaseBefore(const void* reached)
     released_ = below;
 }
 
-void MappedFile::Rewind(const void* from)
-{
-    released_ = std::min(released_, static_cast<size_t>(static_cast<const char*>(from) - data_));
-}
-
 void RequireRegularFile(const std::string& path)
 {
     struct stat status {};

@@ -5,7 +5,7 @@
 // a time.
 
 #include <brelldata/io/Files.h>
-#include <brelldata/scan/BlockOutput.h>
+#include <brelldata/data/ByteOutput.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -101,10 +101,10 @@ private:
     size_t fileSize_ = 0;
 };
 
-// A regular file mapped read only, for readers that pass through it once:
+// A regular file mapped read only, for a reader that passes through it once:
 // the pages behind the reader are let go of as it goes (ReleaseBefore), so
-// that the process holds a few MB of the file at a time, however large; the
-// pages stay in the system's cache. The file must not shrink while mapped.
+// that the process holds a few MB of what was read, however large the file;
+// the pages stay in the system's cache. The file must not shrink while mapped.
 class BRELL_IO_API MappedFile {
 public:
     // None for a regular file that cannot be mapped (an empty one among them);
@@ -121,9 +121,6 @@ public:
     // Lets go of the whole pages of the mapping below reached (an address in
     // it) that were not let go of before.
     void ReleaseBefore(const void* reached);
-    // Starts another pass at from (an address in the mapping): its pages are
-    // let go of again as the pass reaches them.
-    void Rewind(const void* from);
     // Whether the file was cut short while it was read: what was read may then be zeros.
     bool Cut() const;
 

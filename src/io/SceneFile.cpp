@@ -48,10 +48,7 @@ public:
     {
         bounds_.begin = file;
         bounds_.end = end;
-        if (mapped != nullptr) {
-            mapped->Rewind(file);
-            bounds_.ReportReads(&ReleaseRead, mapped, file);
-        }
+        if (mapped != nullptr) bounds_.ReportReads(&ReleaseRead, mapped, file);
         ActiveBlockBounds() = &bounds_;
     }
     ~CheckedRead() { ActiveBlockBounds() = nullptr; }
@@ -67,25 +64,6 @@ private:
     }
 
     BlockBounds bounds_;
-};
-
-// The hash of a scene file's stream, taken piece by piece as it is saved,
-// while each piece is still in the cache.
-class StreamHash {
-public:
-    StreamHash() : state_(XXH3_createState())
-    {
-        if (state_ == nullptr || XXH3_64bits_reset(state_) != XXH_OK) throw std::bad_alloc();
-    }
-    ~StreamHash() { XXH3_freeState(state_); }
-    StreamHash(const StreamHash&) = delete;
-    StreamHash& operator=(const StreamHash&) = delete;
-
-    void Add(const char* bytes, size_t size) { XXH3_64bits_update(state_, bytes, size); }
-    uint64_t Value() const { return XXH3_64bits_digest(state_); }
-
-private:
-    XXH3_state_t* state_;
 };
 
 // The nodes of a node stream of length bytes that starts offset bytes into
@@ -289,29 +267,38 @@ std::vector<StreamPlan> PlanStreams(const std::vector<MeasuredNode>& nodes)
 }
 
 // The bytes of a scene file, put into its saver and hashed as they pass,
-// in pieces of the output's buffer.
+// in pieces of the output's buffer, while each is still in the cache.
 class HashedOutput : public ByteOutput {
 public:
-    explicit HashedOutput(FileSaver& saver) : saver_(saver) { hash_.emplace(); }
+    explicit HashedOutput(FileSaver& saver) : saver_(saver), state_(XXH3_createState())
+    {
+        if (state_ == nullptr || XXH3_64bits_reset(state_) != XXH_OK) {
+            XXH3_freeState(state_);
+            throw std::bad_alloc();
+        }
+    }
+    ~HashedOutput() override { XXH3_freeState(state_); }
+    HashedOutput(const HashedOutput&) = delete;
+    HashedOutput& operator=(const HashedOutput&) = delete;
 
     // The hash of what was put since the last call; the next starts afresh.
     uint64_t TakeHash()
     {
         Drain();
-        const uint64_t value = hash_->Value();
-        hash_.emplace();
+        const uint64_t value = XXH3_64bits_digest(state_);
+        XXH3_64bits_reset(state_);
         return value;
     }
 
 private:
     void Take(const char* bytes, size_t size) override
     {
-        hash_->Add(bytes, size);
+        XXH3_64bits_update(state_, bytes, size);
         saver_.Put(bytes, size);
     }
 
     FileSaver& saver_;
-    std::optional<StreamHash> hash_;
+    XXH3_state_t* state_;
 };
 
 // Puts one record, frame and data block, into out: the node's stores go a
@@ -544,7 +531,7 @@ CBaseNode* LoadBytes(std::string_view bytes, const std::string& name, MappedFile
 }  // namespace
 
 // A mapped file is read in place, its pages let go of behind the reader, so
-// that a load holds little more than the stores it makes.
+// that a load holds little more than the larger of the file and its stores.
 CBaseNode* LoadScene(const std::string& path)
 {
     if (std::optional<MappedFile> mapped = MappedFile::Map(path)) {

@@ -182,8 +182,8 @@ int ReadBlock(Node& node, void* block, Fields fields, size_t unwritten)
     int read = 0;
     const std::optional<int> baseSize = ReadTellingSize(
         ThreadToldSize(), node, [&] { read = node.Base::Read(const_cast<unsigned char*>(reader.Position())); });
-    if (const std::optional<int> fields = reader.Measured()) {
-        const int size = AddBlockSizes(*fields, baseSize ? *baseSize : node.Base::SizeOfByte());
+    if (const std::optional<int> ownSize = reader.Measured()) {
+        const int size = AddBlockSizes(*ownSize, baseSize ? *baseSize : node.Base::SizeOfByte());
         TellSizeRead(node, AddBlockSizes(size, static_cast<int>(unwritten)));
     }
     return read;

@@ -35,78 +35,21 @@ Node* ReferencedSquare(int left, int top, int right, int bottom, RGBA color)
     return square;
 }
 
-// Four quarters seen through OrthoCamera: a red triangle in front of a blue
-// one (top left), a textured quad (top right), a hidden node and a disabled
-// switch child over a yellow point (bottom left), a mode node with a
-// wireframe and a magenta shaded member (bottom right).
-class Quarters : public GlTest {
-protected:
-    void SetUp() override
-    {
-        GlTest::SetUp();
-        Add(scene.node, OrthoCamera());
-        // The red one comes first: depth, not order, puts it in front.
-        Add(scene.node, Polygon({{-1.5, 0.4, 0.0}, {-0.5, 0.4, 0.0}, {-1.0, 1.4, 0.0}}, kRed));
-        Add(scene.node, Polygon({{-1.9, 0.1, -1.0}, {-0.1, 0.1, -1.0}, {-1.0, 1.9, -1.0}}, kBlue));
-
-        CGeoPolyShadeRefNode* textured = Add(scene.node, ShadedQuad(0.2, 0.2, 1.8, 1.8, 0.0, kWhite));
-        textured->texture = 1;
-        SetPixels(*textured->textureImage, 2, {kRed, kGreen, kBlue, kYellow});
-
-        Add(scene.node, Polygon({{-1.5, -1.5, 1.0}, {-0.5, -1.5, 1.0}, {-1.0, -0.5, 1.0}}, kGreen))->ShowEnable(0);
-        auto* switchNode = Add(scene.node, new CGeoSwitchNode);
-        Add(switchNode, Points({{-1.0, -1.0, 0.0}}, 5.0, kYellow));
-        Add(switchNode, Polygon({{-1.9, -1.9, 1.0}, {-0.1, -1.9, 1.0}, {-1.0, -0.1, 1.0}}, kGreen));
-        switchNode->Enable(1, 0);
-
-        mode = Add(scene.node, new CGeoModeNode);
-        CGeoPolyShadeRefNode* faces = ShadedQuad(0.2, -1.8, 1.8, -0.2, 0.0, kMagenta);
-        auto* wire = new CGeoWireFrameNode;
-        wire->vertices = faces->vertices;
-        wire->polygons = faces->polygons;
-        wire->indices = faces->indices;
-        wire->closed = 1;
-        wire->lineWidth = 3.0;
-        mode->SetLineNode(wire);
-        mode->SetPolygonNode(faces);
-    }
-
-    CGeoModeNode* mode = nullptr;
-};
-
-TEST_F(Quarters, TheFrontTriangleHidesTheBackOneWhateverTheirOrder)
+// The red one comes first: depth, not order, puts it in front.
+TEST_F(GlTest, TheFrontTriangleHidesTheBackOneWhateverTheirOrder)
 {
+    Add(scene.node, OrthoCamera());
+    Add(scene.node, Polygon({{-1.5, 0.4, 0.0}, {-0.5, 0.4, 0.0}, {-1.0, 1.4, 0.0}}, kRed));
+    Add(scene.node, Polygon({{-1.9, 0.1, -1.0}, {-0.1, 0.1, -1.0}, {-1.0, 1.9, -1.0}}, kBlue));
     Render(scene.node);
     EXPECT_EQ(std::tuple(AtWorld(-1.0, 0.75), AtWorld(-1.0, 0.2), AtWorld(-1.9, 1.9)),
               std::tuple(kRed, kBlue, kBackground));
 }
 
-TEST_F(Quarters, TexturesShowFromTheirTopLeft)
+TEST_F(GlTest, OverlaysCoverThePictureWhateverTheirPlaceInTheTree)
 {
-    Render(scene.node);
-    EXPECT_EQ(std::tuple(AtWorld(0.6, 1.4), AtWorld(1.4, 1.4), AtWorld(0.6, 0.6), AtWorld(1.4, 0.6)),
-              std::tuple(kRed, kGreen, kBlue, kYellow));
-}
-
-TEST_F(Quarters, HiddenNodesAndDisabledChildrenDrawNothing)
-{
-    Render(scene.node);
-    EXPECT_EQ(std::tuple(AtWorld(-1.0, -1.0), AtWorld(-1.0, -0.7), AtWorld(-1.5, -1.7)),
-              std::tuple(kYellow, kBackground, kBackground));
-}
-
-TEST_F(Quarters, ModeNodesDrawTheirMembersAsWireframeOrShaded)
-{
-    Render(scene.node);
-    EXPECT_EQ(std::tuple(AtWorld(0.21, -1.0), AtWorld(1.0, -1.0)), std::tuple(kWhite, kBackground));
-    mode->SetMode(CGeoModeNode::kShading);
-    Render(scene.node);
-    EXPECT_EQ(std::tuple(AtWorld(1.0, -1.0), AtWorld(0.21, -1.0)), std::tuple(kMagenta, kMagenta));
-}
-
-TEST_F(Quarters, OverlaysCoverThePictureWhateverTheirPlaceInTheTree)
-{
-    mode->SetMode(CGeoModeNode::kShading);
+    Add(scene.node, OrthoCamera());
+    Add(scene.node, ShadedQuad(0.2, -1.8, 1.8, -0.2, 0.0, kMagenta));
     const RECT square{46, 46, 51, 51};
     scene.node->InsertChild(0, new CGeoRectangle2DNode(&square, 1, 0xFFFF00, 0));
     CRgn rectangles;
@@ -177,6 +120,7 @@ TEST_F(GlTest, EveryVertexClassDraws)
     outline->Release();
     Add(scene.node, ReferencedSquare<CGeoPolygonRefNode>(4, 40, 14, 50, kMagenta));
     Add(scene.node, ReferencedSquare<CGeoPolyWireRefNode>(20, 40, 30, 50, kWhite));
+    Add(scene.node, ReferencedSquare<CGeoWireFrameNode>(36, 40, 46, 50, kGreen))->closed = 1;
 
     Render(scene.node);
     ExpectPixels({{8, 8, kWhite},
@@ -187,7 +131,9 @@ TEST_F(GlTest, EveryVertexClassDraws)
                   {50, 9, kBackground},
                   {9, 45, kMagenta},
                   {20, 45, kWhite},
-                  {25, 45, kBackground}});
+                  {25, 45, kBackground},
+                  {36, 45, kGreen},
+                  {41, 45, kBackground}});
 }
 
 TEST_F(GlTest, WithoutACameraTheBoxFillsTheView)

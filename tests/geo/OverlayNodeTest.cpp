@@ -1,5 +1,4 @@
 #include "support/Held.h"
-#include "support/ProcedureRecorder.h"
 
 #include <brelldata/core/NodeRegistry.h>
 #include <brelldata/core/NodeStream.h>
@@ -8,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include <string>
 #include <tuple>
 #include <vector>
 
@@ -32,9 +30,7 @@ TEST(OverlayNodes, AreNotRegisteredAtStartAndHaveNoBox)
     CTree tree(new CGeoBaseNode);
     for (const auto& [type, create] : classes) {
         EXPECT_EQ(CreateNode(type), nullptr) << type << " is not registered at start-up";
-        CBaseNode* node = create();
-        tree.Root()->AppendChild(node);
-        EXPECT_EQ(std::tuple(node->Type(), node->Comment()), std::tuple(type, "Attribute: 0[Show]"));
+        tree.Root()->AppendChild(create());
     }
     std::vector<double> box(6, 7);
     EXPECT_EQ(EvalBBoxForNode(tree.Root(), box[0], box[1], box[2], box[3], box[4], box[5]), 0);
@@ -73,14 +69,6 @@ TEST(OverlayRectangles, TakeTheFirstValueBeforeTheColour)
               std::tuple(7, 0x0000FFu, 8, 4));
 }
 
-TEST(OverlayBeziers, MadeFromControlPointsTakeTheirOwnThirdColour)
-{
-    BEZIER_POINT2D control{};
-    Held plain(new CGeoBezier2DNode);
-    Held chain(new CGeoBezier2DNode(&control, 1, 3, 2, 1));
-    EXPECT_EQ(std::tuple(plain->color3, chain->color3, chain->NumCtrlPoints()), std::tuple(0x00F6FFu, 0xC8C800u, 1));
-}
-
 TEST(OverlayRegions, CopyTheContentOfTheGivenRegion)
 {
     CRgn square;
@@ -108,20 +96,6 @@ TEST(OverlayRegions, TakeTheClosedPathOfADeviceContextOnce)
     square.CreateRectRgn(0, 0, 4, 4);
     withoutPath->SetRegion(square);
     EXPECT_EQ(withoutPath->region.m_hObject, nullptr);
-}
-
-TEST(OverlayNodes, DrawTheirOwnProcedureThenTheBaseOnes)
-{
-    brell::test::ProcedureRecorder recorder;
-    for (const char* name :
-         {"DrawCGeoRegion2DNodeByR", "DrawCGeoBaseNodeByR", "EndDrawCGeoRegion2DNodeByR", "EndDrawCGeoBaseNodeByR"})
-        recorder.Register("DrawProc", name, 0);
-    Held<CGeoRegion2DNode> region;
-    region->SetName("r");
-    EXPECT_EQ(DrawTree(region.node, "R", nullptr), 0);
-    EXPECT_EQ(recorder.TakeCalls(),
-              (std::vector<std::string>{"DrawCGeoRegion2DNodeByR r", "DrawCGeoBaseNodeByR r",
-                                        "EndDrawCGeoRegion2DNodeByR r", "EndDrawCGeoBaseNodeByR r"}));
 }
 
 TEST(OverlayNodes, StreamOnlyTheirAttributes)

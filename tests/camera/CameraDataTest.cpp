@@ -40,10 +40,24 @@ TYPED_TEST(Shots, WriteBackTheFileTheyWereReadFromLeavingTheHeaderInHostOrder)
     const Buffer file = SmallFile<TypeParam>();
     Shot shot;
     ReadShot(file, shot);  // the read itself is checked at every cut below, the whole file included
-    ASSERT_EQ(shot.length3D, TypeParam::kSmall3d);
+    ASSERT_EQ(shot.length3D, TypeParam::kSmall3dArray);
     const Buffer hostOrder = ImageOf(shot.header);
     EXPECT_EQ(WriteShot(shot), file);
     EXPECT_EQ(ImageOf(shot.header), hostOrder);
+}
+
+// A block's trace gives the bytes written, not the length of its array.
+TYPED_TEST(Shots, WritingTracesTheHeaderAndTheBytesOfEachBlock)
+{
+    typename TypeParam::Shot shot;
+    ReadShot(SmallFile<TypeParam>(), shot);
+    Recording recording(testing::TempDir() + "brell-camera-write");
+    WriteShot(shot);
+    const std::vector<std::string> outputs = recording.Outputs();
+    ASSERT_EQ(outputs.size(), 3 + TypeParam::kListingLines);
+    EXPECT_EQ(std::tuple(outputs.front(), outputs[1 + TypeParam::kListingLines], outputs.back()),
+              std::tuple("output 0 60 Write camera header data:\n", Traced("Write 3D data", TypeParam::kSmall3d),
+                         Traced("Write 2D data", TypeParam::kSmall2d)));
 }
 
 TYPED_TEST(Shots, CopiesHoldArraysOfTheirOwnWithEveryByte)
@@ -105,7 +119,7 @@ TYPED_TEST(Shots, AStreamCutAnywhereKeepsWhatWasRead)
         header.resize(h, 0);
         ReverseOrder(cut.header);  // back to file order
         ASSERT_EQ(ImageOf(cut.header), header) << size;
-        ASSERT_EQ(cut.length3D, TypeParam::kSmall3d) << size;
+        ASSERT_EQ(cut.length3D, TypeParam::kSmall3dArray) << size;
         bool colorRead = size >= TypeParam::kColorPlane + 8;
         ASSERT_EQ(cut.length2D, colorRead ? TypeParam::kSmall2d : TypeParam::kEmpty2d) << size;
         size_t read = std::max(size, h) - h;
@@ -195,39 +209,6 @@ TYPED_TEST(Shots, ABlockLongerThanTheFileIsRefusedBeforeAnythingIsAllocated)
         }
     }
     std::remove(path.c_str());
-}
-
-TEST(LayoutShots, AFortyByteBlockFillsAFortyEightByteArrayAndWritesBackAsForty)
-{
-    const Buffer file = Join({HeaderBytes<FirstLayout>({3, 5, 2, 12}, {3, 4, 1, 24}), Pattern(40, 5), Pattern(36, 9)});
-    CAMERADATA shot;
-    ReadShot(file, shot);
-    ASSERT_EQ(shot.length3D, 48);
-    EXPECT_TRUE(Holds(shot.data3D, file, 512, 40));
-    EXPECT_TRUE(Holds(shot.data2D, file, 552, 36)) << "the 2-D block starts right after the 40 bytes";
-    EXPECT_EQ(WriteShot(shot), file);
-}
-
-TEST(LayoutShots, A640By480ShotTracesOnlyItsProgress)
-{
-    // A 640 x 480 shot of the second layout traces only its progress.
-    Recording recording(testing::TempDir() + "brell-camera-640x480");
-    const int32_t size3d = 640 * 480 * 9, size2d = 640 * 480 * 3 + 3840;
-    const Buffer large =
-        Join({HeaderBytes<SecondLayout>({640, 480, 1, 16}, {640, 480, 1, 24}), Pattern(size3d, 5), Pattern(size2d, 9)});
-    KAMERADATA wide;
-    ReadShot(large, wide);
-    ASSERT_EQ(wide.length3D, 2764800);
-    ASSERT_EQ(wide.length2D, 925440);
-    wide.data3D[4 * 2764800 - 1] = 0;
-    EXPECT_TRUE(Holds(wide.data3D, large, 1024, size3d));
-    EXPECT_TRUE(Holds(wide.data2D, large, 1024 + size3d, size2d));
-    EXPECT_EQ(WriteShot(wide), large);
-    EXPECT_EQ(recording.Outputs(),
-              (std::vector<std::string>{kClear, kReadHeader, Traced("Read 3D data in camera data", size3d),
-                                        Traced("Read 2D data in camera data", size2d),
-                                        "output 0 60 Write camera header data:\n", Traced("Write 3D data", size3d),
-                                        Traced("Write 2D data", size2d)}));
 }
 
 }  // namespace

@@ -90,10 +90,6 @@ TEST(FirstLayoutHeader, ReadsInHostOrderAndListsThirtyTwoLinesAtLevelSixty)
     CAMERAHEADER h;
     ReadShot(file, h);
 
-    // The listing below shows every other field as read.
-    EXPECT_EQ(std::tuple(h.reserved1, h.reserved2[107], h.calibTables[3].words[13], h.reserved3[31]),
-              std::tuple(0xEE, 0x11, 0x37010203u, 0x22));
-
     const std::vector<std::string> listing = {
         "---------------- Header of Camera Data ----------------\n",
         "Version:          0x 52 53 31 30 \"RS10\"\n",
@@ -130,14 +126,6 @@ TEST(FirstLayoutHeader, ReadsInHostOrderAndListsThirtyTwoLinesAtLevelSixty)
     std::vector<std::string> expected;
     for (const std::string& line : listing) expected.push_back("output 0 60 " + line);
     EXPECT_EQ(recording.Outputs(), expected);
-
-    // Writing lists the caller's header again and leaves it in host order.
-    const Buffer hostImage = ImageOf(h);
-    EXPECT_EQ(WriteShot(h), file);
-    EXPECT_EQ(ImageOf(h), hostImage);
-    std::vector<std::string> twice = expected;
-    twice.insert(twice.end(), expected.begin(), expected.end());
-    EXPECT_EQ(recording.Outputs(), twice);
 }
 
 template <class Header>

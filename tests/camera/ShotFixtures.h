@@ -38,9 +38,10 @@ struct FirstLayout {
     static constexpr size_t k3dArrayFactor = 1, kListingLines = 32;
     // Bytes up to the last one that the 3-D size depends on (pixel bits below 256).
     static constexpr size_t kSizeFieldsEnd = 12;
-    // Block sizes of SmallFile; a 2-D block without colour planes; planes giving
-    // no 3-D block; colour planes whose 2-D block cannot be had.
-    static constexpr int32_t kSmall3d = 64, kSmall2d = 16, kEmpty2d = 0;
+    // Block sizes of SmallFile and the length of its 3-D array; a 2-D block
+    // without colour planes; planes giving no 3-D block; colour planes whose
+    // 2-D block cannot be had.
+    static constexpr int32_t kSmall3d = 40, kSmall3dArray = 48, kSmall2d = 16, kEmpty2d = 0;
     static constexpr Planes kNo3d = {1, 4, 2, 4}, kHuge2d = {51491, 20853, 2, 8};
     static constexpr int32_t kHuge2dBytes = 2147483646;
     static constexpr Run kRuns[] = {{4, 16, 2},  {20, 8, 4},  {28, 4, 2},  {32, 92, 4},
@@ -57,7 +58,7 @@ struct SecondLayout {
     static constexpr size_t kHeaderBytes = 1024, kPitchPlane = 24, kColorPlane = 32, kPitchOfPixels = 108;
     static constexpr size_t k3dArrayFactor = 4, kListingLines = 0;
     static constexpr size_t kSizeFieldsEnd = 28;
-    static constexpr int32_t kSmall3d = 144, kSmall2d = 3856, kEmpty2d = 3840;
+    static constexpr int32_t kSmall3d = 135, kSmall3dArray = 144, kSmall2d = 3856, kEmpty2d = 3840;
     static constexpr Planes kNo3d = {0, 4, 2, 16}, kHuge2d = {15313, 12749, 11, 8};
     static constexpr int32_t kHuge2dBytes = 2147483647;
     static constexpr Run kRuns[] = {{24, 16, 2}, {40, 8, 4},   {48, 8, 2},  {56, 96, 4},  {152, 8, 2},  {160, 4, 4},
@@ -92,8 +93,9 @@ Buffer HeaderBytes(Planes pitch, Planes color, float pitchOfPixels1 = 0.25f, flo
     return header;
 }
 
-// Pitch 4 x 4, two planes of 16 bits; colour 4 x 4, one plane of 8 bits.
-constexpr Planes kSmallPitch = {4, 4, 2, 16}, kSmallColor = {4, 4, 1, 8};
+// Pitch 3 x 5, two planes of 12 bits, whose 3-D block is no multiple of 16 bytes
+// in either layout; colour 4 x 4, one plane of 8 bits.
+constexpr Planes kSmallPitch = {3, 5, 2, 12}, kSmallColor = {4, 4, 1, 8};
 
 inline Buffer Join(std::initializer_list<Buffer> parts)
 {

@@ -30,14 +30,6 @@ CNameList ListOf(std::initializer_list<const char*> names)
     return list;
 }
 
-// An object of the host's own class.
-class CHostObject : public CDataObjectBase {
-public:
-    int SizeOfByte() override { return 0; }
-    int Read(void*) override { return 0; }
-    int Write(void*) override { return 0; }
-};
-
 TEST(NameLists, WriteAndReadTheirBlocks)
 {
     CNameList list = ListOf({"a", "", "bc"});
@@ -108,20 +100,6 @@ TEST(TreesByName, AreOneTreeThatNoOtherLookUpSees)
     EXPECT_EQ(GetTree(&manager, "names"), nullptr);
     EXPECT_EQ(CreateTree(&manager, "names"), nullptr) << "the name is taken by a list";
     EXPECT_EQ(CreateNameList(nullptr, &manager), nullptr);
-}
-
-TEST(SharedObjects, LeaveANameTakenByTheHostsOwnObject)
-{
-    CDataManager manager;
-    CreateNameList("names", &manager);
-    CHostObject host;
-    ASSERT_EQ(manager.Register("host", &host), 1);
-    EXPECT_EQ(std::tuple(GetTree(&manager, "host"), GetNameList("host", &manager)), std::tuple(nullptr, nullptr));
-    EXPECT_EQ(FreeNameList("host", &manager), 0);
-    EXPECT_EQ(CreateTree(&manager, "host"), nullptr);
-    EXPECT_EQ(CreateNameList("host", &manager), nullptr);
-    EXPECT_EQ(manager.GetData("host"), &host);
-    EXPECT_EQ(manager.UnRegister("host"), &host);
     EXPECT_EQ(FreeNameList("names", &manager), 1);
     EXPECT_EQ(manager.GetData("names"), nullptr);
 }

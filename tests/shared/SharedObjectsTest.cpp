@@ -30,6 +30,14 @@ CNameList ListOf(std::initializer_list<const char*> names)
     return list;
 }
 
+// An object of the host's own class.
+class CHostObject : public CDataObjectBase {
+public:
+    int SizeOfByte() override { return 0; }
+    int Read(void*) override { return 0; }
+    int Write(void*) override { return 0; }
+};
+
 TEST(NameLists, WriteAndReadTheirBlocks)
 {
     CNameList list = ListOf({"a", "", "bc"});
@@ -102,6 +110,17 @@ TEST(TreesByName, AreOneTreeThatNoOtherLookUpSees)
     EXPECT_EQ(CreateNameList(nullptr, &manager), nullptr);
     EXPECT_EQ(FreeNameList("names", &manager), 1);
     EXPECT_EQ(manager.GetData("names"), nullptr);
+}
+
+// The host's object has no record code to read: its class alone must refuse it.
+TEST(SharedObjects, SeeNoTreeOrListInAnObjectOfTheHostsOwnClass)
+{
+    CDataManager manager;
+    CHostObject host;
+    ASSERT_EQ(manager.Register("host", &host), 1);
+    EXPECT_EQ(std::tuple(GetTree(&manager, "host"), GetNameList("host", &manager)), std::tuple(nullptr, nullptr));
+    EXPECT_EQ(FreeNameList("host", &manager), 0);
+    EXPECT_EQ(manager.UnRegister("host"), &host) << "still registered";
 }
 
 TEST(SharedObjects, NeedAManager)

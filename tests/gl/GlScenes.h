@@ -125,15 +125,12 @@ void SetVertices(Node* node, std::initializer_list<VERTEX> vertices)
 }
 
 // Points of the given size and colour at the given places.
-inline CGeoPointNode* Points(const std::vector<VERTEX>& places, double size, RGBA color)
+inline CGeoPointNode* Points(std::initializer_list<VERTEX> places, double size, RGBA color)
 {
     auto* points = new CGeoPointNode;
-    points->AppendVertex(static_cast<int>(places.size()));
+    SetVertices(points, places);
     points->Append(static_cast<int>(places.size()));
-    for (int i = 0; i < points->Number(); ++i) {
-        points->GetVertex(i) = places[i];
-        points->Index(i) = i;
-    }
+    for (int i = 0; i < points->Number(); ++i) points->Index(i) = i;
     points->size = size;
     points->color = color;
     return points;

@@ -21,9 +21,6 @@ class Shots : public testing::Test {
 using Layouts = testing::Types<FirstLayout, SecondLayout>;
 TYPED_TEST_SUITE(Shots, Layouts);
 
-const std::string kClear = "output 0 60 Clear 3d data and 2d data in Camera data.\n";
-const std::string kReadHeader = "output 0 60 Read camera header data:\n";
-
 std::string Traced(const char* what, int32_t bytes)
 {
     return "output 0 60 " + std::string(what) + "( " + std::to_string(bytes) + " bytes )\n";
@@ -155,7 +152,8 @@ TYPED_TEST(Shots, EachErrorLeavesAnAllZeroRecordAndOneErrorLine)
         std::vector<std::string> outputs = recording.Outputs();
         ASSERT_GE(outputs.size(), 3u);
         EXPECT_EQ(std::tuple(outputs[0], outputs[1], outputs.back()),
-                  std::tuple(kClear, kReadHeader, "output 0 -2 " + c.error));
+                  std::tuple("output 0 60 Clear 3d data and 2d data in Camera data.\n",
+                             "output 0 60 Read camera header data:\n", "output 0 -2 " + c.error));
         EXPECT_EQ(std::count_if(outputs.begin(), outputs.end(), [](auto& o) { return o.rfind("output 0 -2", 0) == 0; }),
                   1);
     }

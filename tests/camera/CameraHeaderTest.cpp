@@ -17,12 +17,12 @@ class Headers : public testing::Test {
 using Layouts = testing::Types<FirstLayout, SecondLayout>;
 TYPED_TEST_SUITE(Headers, Layouts);
 
+// A header read from the file's bytes, zeros past them.
 template <class Header>
-Header HostOrder(const Buffer& file)
+Header HeaderOf(const Buffer& file)
 {
     Header header;
-    std::memcpy(&header, file.data(), sizeof header);
-    ReverseOrder(header);
+    ReadShot(file, header);
     return header;
 }
 
@@ -35,7 +35,7 @@ TYPED_TEST(Headers, ReverseOrderSwapsEachFieldWithItsWidthAndPlausibilityStopsJu
         for (size_t field = run.offset; field < run.offset + run.bytes; field += run.width)
             for (size_t i = 0; i < run.width; ++i) expected[field + i] = file[field + run.width - 1 - i];
 
-    Header header = HostOrder<Header>(file);
+    Header header = HeaderOf<Header>(file);
     EXPECT_EQ(ImageOf(header), expected);
     ReverseOrder(header);
     EXPECT_EQ(ImageOf(header), file) << "twice restores the record";
@@ -58,7 +58,7 @@ TYPED_TEST(Headers, ReverseOrderSwapsEachFieldWithItsWidthAndPlausibilityStopsJu
         {"second pitch of pixels below zero", {1, 1, 1, 8}, 0.0f, -1e-30f, 0},
     };
     for (const Case& c : cases) {
-        auto checked = HostOrder<typename TypeParam::Header>(
+        auto checked = HeaderOf<typename TypeParam::Header>(
             HeaderBytes<TypeParam>(c.pitch, {65535, 65535, 65535, 65535}, c.pitchOfPixels1, c.pitchOfPixels2));
         EXPECT_EQ(TypeParam::Check(&checked), c.plausible) << c.rule;
     }
@@ -125,14 +125,6 @@ TEST(FirstLayoutHeader, ReadsInHostOrderAndListsThirtyTwoLinesAtLevelSixty)
     std::vector<std::string> expected;
     for (const std::string& line : listing) expected.push_back("output 0 60 " + line);
     EXPECT_EQ(recording.Outputs(), expected);
-}
-
-template <class Header>
-Header HeaderOf(const Buffer& file)
-{
-    Header header;
-    ReadShot(file, header);
-    return header;
 }
 
 // Sizes are worked out as the reader works them out, in 32 bits: a colour plane of

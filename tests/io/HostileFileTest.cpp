@@ -7,7 +7,6 @@
 #include <limits>
 
 #include <string>
-#include <tuple>
 
 namespace {
 
@@ -71,14 +70,10 @@ TEST(HostileFiles, AreEachRefusedWithTheirOwnMessage)
         {ReadXyz, "1 2 3\n4 5\n", "hostile: line 2: expected a point's z, found the end of the line"},
         {ReadXyz, "1 2 3\n4 5 6 0 0 1\n",
          "hostile: line 2: expected the end of the line after 3 values, as on line 1, found \"0\""},
-        {ReadPly, PlyHeader("ascii", "1", "0") + "0 1e999 0\n",
-         "hostile: line 10: expected a vertex property value (float), found \"1e999\""},
         {ReadPly, PlyHeader("ascii", "1", "1") + "0 1 0\n300 0 0 0\n",
          "hostile: line 11: expected a list count (uchar), found \"300\""},
         // Broken headers and lists.
         {ReadPly, "plx\n", "hostile: line 1: expected \"ply\" as the first line, found \"plx\""},
-        {ReadPly, "ply\nformat ascii 1.0\nelement vertex 1\n",
-         "hostile: line 4: expected end_header, found the end of the file"},
         {ReadPly, "ply\nformat ascii 1.0\nelement vertex 0\nproperty float x\nend_header\n",
          "hostile: line 3: expected properties x, y and z of element vertex, found they are missing"},
         {ReadPly, "ply\nformat ascii 1.0\nproperty float x\nend_header\n",
@@ -93,7 +88,6 @@ TEST(HostileFiles, AreEachRefusedWithTheirOwnMessage)
         {ReadPly, PlyHeader("ascii", "0", "0") + "7\n",
          "hostile: line 10: expected the end of the file after the last element, found \"7\""},
         {ReadOff, "OFF3 1 0\n", "hostile: line 1: expected OFF, or OFF with the prefixes ST, C and N, found \"OFF3\""},
-        {ReadOff, "", "hostile: line 1: expected OFF, or OFF with the prefixes ST, C and N, found the end of the file"},
         {ReadPly, "ply\nformat ascii 1.0\nelement vertex 1\nprop",
          "hostile: line 4: expected end_header, found the end of the file"},
         {ReadXyz, "1 2 3 0 0 1 7 8 9\n",
@@ -106,13 +100,6 @@ TEST(HostileFiles, AreEachRefusedWithTheirOwnMessage)
         {ReadXyz, "\n# nothing\n", "hostile: line 3: expected at least one point, found the end of the file"},
     };
     for (const auto& c : cases) EXPECT_STREQ(ErrorOf(c.read, c.bytes).what(), c.message) << c.bytes;
-
-    // The message is made of the error's parts.
-    const FileError line = ErrorOf(ReadPly, cases[3].bytes), byte = ErrorOf(ReadPly, cases[4].bytes);
-    EXPECT_EQ(std::tuple(line.Where(), line.Position(), line.Expected(), line.Found()),
-              std::tuple(FileError::Place::line, 13u, "a vertex index below 3", "\"3\""));
-    EXPECT_EQ(std::tuple(byte.Where(), byte.Position(), byte.Expected(), byte.Found()),
-              std::tuple(FileError::Place::byte, 205u, "vertex indices below 3", "7"));
 }
 
 // A binary PLY file of two vertices of x, y and z whose second one's y is value,

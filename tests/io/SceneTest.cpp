@@ -5,6 +5,7 @@
 #include <brelldata/scan/ObjectNodes.h>
 
 #include "io/GeometryMatchers.h"
+#include "support/ScratchFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -21,6 +22,7 @@ using namespace brell::io;
 using brell::test::ExpectSameGeometry;
 using brell::test::FirstDifference;
 using brell::test::TexturedMesh;
+using ScanScenes = brell::test::ScratchFolder;
 
 // The scene's one model or mesh: the element's only child.
 CModelNode* ModelOf(CBaseNode* root)
@@ -32,9 +34,9 @@ CModelNode* ModelOf(CBaseNode* root)
     return static_cast<CModelNode*>(model);
 }
 
-TEST(ScanScenes, FilesBecomeElementsOfMeshesOrModelsThatExportBackAndStreamWhatIsValid)
+TEST_F(ScanScenes, FilesBecomeElementsOfMeshesOrModelsThatExportBackAndStreamWhatIsValid)
 {
-    const std::string path = testing::TempDir() + "textured.ply";
+    const std::string path = Path("textured.ply");
     WriteScanFile(TexturedMesh(), path);
     CTree scene(ImportScan(path));
     EXPECT_EQ(scene.Root()->RefCount(), 1);  // the tree's reference only
@@ -50,7 +52,6 @@ TEST(ScanScenes, FilesBecomeElementsOfMeshesOrModelsThatExportBackAndStreamWhatI
     const auto* colors = static_cast<const RGBA*>(mesh->QueryAttributeStruct("colors", &size));
     ASSERT_NE(colors, nullptr);
     EXPECT_EQ(colors[3].r, 9);
-    std::remove(path.c_str());
 
     // A point list becomes a model and exports back element for element.
     ScanGeometry points = TexturedMesh();
@@ -61,10 +62,8 @@ TEST(ScanScenes, FilesBecomeElementsOfMeshesOrModelsThatExportBackAndStreamWhatI
     CModelNode* model = ModelOf(cloud.Root());
     EXPECT_FALSE(model->IsKindOf("CMeshNode"));
     EXPECT_EQ(model->QueryAttributeStruct("colors", nullptr), nullptr);
-    const std::string exported = testing::TempDir() + "points.xyz";
-    ExportScan(cloud.Root(), exported);
-    ExpectSameGeometry(ReadScanFile(exported), points);
-    std::remove(exported.c_str());
+    ExportScan(cloud.Root(), Path("points.xyz"));
+    ExpectSameGeometry(ReadScanFile(Path("points.xyz")), points);
 
     // Bad polygons and attributes of the wrong size are refused.
     CTree streamed(SceneOfGeometry(TexturedMesh(), "m"));
@@ -84,7 +83,7 @@ TEST(ScanScenes, FilesBecomeElementsOfMeshesOrModelsThatExportBackAndStreamWhatI
 
 // Face colours travel as the mesh's "faceColors", lines as a linear line node beside it;
 // a line point found among the vertices is that vertex, any other one a vertex of its own.
-TEST(ScanScenes, KeepFaceColoursAsAnAttributeAndLinesAsALineNode)
+TEST_F(ScanScenes, KeepFaceColoursAsAnAttributeAndLinesAsALineNode)
 {
     ScanGeometry geometry = TexturedMesh();
     geometry.faceColors = {{1, 2, 3, 255}, {4, 5, 6, 7}};
@@ -109,7 +108,7 @@ TEST(ScanScenes, KeepFaceColoursAsAnAttributeAndLinesAsALineNode)
     EXPECT_EQ(std::tuple(moved.positions[5].y, moved.lineVertices[4], moved.normals[5].z), std::tuple(8, 5, 0.0f));
 }
 
-TEST(ScanScenes, MadeFromAGeometryGivenUpTakeItsRowsWithoutACopy)
+TEST_F(ScanScenes, MadeFromAGeometryGivenUpTakeItsRowsWithoutACopy)
 {
     ScanGeometry geometry = TexturedMesh();
     const ScanGeometry expected = geometry;
@@ -167,17 +166,16 @@ INSTANTIATE_TEST_SUITE_P(Each, PlyEncodings,
 
 // A scan's positions reach its model's store whole, whether read straight
 // into it (PLY) or moved there from the reader's array (the text formats).
-TEST(ScanScenes, ImportedFromAnyFormatHoldEveryPosition)
+TEST_F(ScanScenes, ImportedFromAnyFormatHoldEveryPosition)
 {
     const ScanGeometry cloud = LargeCloud();
     for (const char* name : {"large.ply", "large.xyz"}) {
-        const std::string path = testing::TempDir() + name;
+        const std::string path = Path(name);
         WriteScanFile(cloud, path);
         brell::ReleaseKeptBulk();  // no freed store may hold these positions already
         CTree scene(ImportScan(path));
         const ScanGeometry imported = GeometryOfScene(scene.Root(), name);
         EXPECT_EQ(FirstDifference(imported.positions, cloud.positions), "") << name;
-        std::remove(path.c_str());
     }
 }
 

@@ -10,13 +10,6 @@ def model(rows=4):
     return node
 
 
-def test_a_write_into_a_view_changes_the_scene():
-    mesh = model()
-    mesh.vertices[2] = (7, 8, 9)
-    copy = brelldata.from_bytes(mesh.to_bytes())
-    assert copy.vertices[2].tolist() == [7, 8, 9]
-
-
 def test_a_view_outlives_its_node():
     vertices = model().vertices
     vertices += 1

@@ -5,7 +5,6 @@
 #include <brelldata/core/Tree.h>
 #include <brelldata/io/Gltf.h>
 #include <brelldata/io/ScanScene.h>
-#include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
 #include <brelldata/scan/ObjectNodes.h>
 
@@ -107,7 +106,6 @@ TEST_F(GltfFiles, KeepVerticesPolygonsNormalsColoursTextureCoordinatesAndPixelsE
         {"textured-mesh.glb", true, true, true, GltfBuffer::embedded},
         {"textured-mesh.gltf", true, true, true, GltfBuffer::embedded},
         {"textured-mesh-external.gltf", true, true, true, GltfBuffer::external},
-        {"points.gltf", false, true, false, GltfBuffer::external},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.file);

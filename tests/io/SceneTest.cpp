@@ -2,7 +2,6 @@
 #include <brelldata/io/ScanScene.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
-#include <brelldata/scan/ObjectNodes.h>
 
 #include "io/GeometryMatchers.h"
 #include "support/ScratchFolder.h"
@@ -14,7 +13,6 @@
 #include <string>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 namespace {
 

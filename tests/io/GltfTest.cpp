@@ -242,11 +242,6 @@ TEST_F(GltfFiles, ReadTriangleListsStripsAndFansOfEveryIndexType)
     }
 }
 
-std::string Message(std::string_view bytes, const std::string& name)
-{
-    return FileErrorOf([&] { CTree(ReadGltf(bytes, name)); });
-}
-
 // Read from disk, a file is refused with the message the same bytes in memory give.
 TEST_F(GltfFiles, AreRefusedWhenHostileEachWithItsOwnMessageFromMemoryOrDisk)
 {
@@ -277,9 +272,12 @@ TEST_F(GltfFiles, AreRefusedWhenHostileEachWithItsOwnMessageFromMemoryOrDisk)
          "hostile.gltf: byte 68: expected JSON nested at most 64 deep, found a 65th level"},
     };
     for (const auto& c : cases) {
-        EXPECT_EQ(Message(c.bytes, c.name), c.message);
+        const auto inMemory = [&c](const std::string& name) {
+            return FileErrorOf([&] { CTree(ReadGltf(c.bytes, name)); });
+        };
+        EXPECT_EQ(inMemory(c.name), c.message);
         const std::string path = Write(c.name, c.bytes);
-        EXPECT_EQ(FileErrorOf([&] { CTree(ImportGltf(path)); }), Message(c.bytes, path)) << c.message;
+        EXPECT_EQ(FileErrorOf([&] { CTree(ImportGltf(path)); }), inMemory(path)) << c.message;
     }
 }
 

@@ -245,13 +245,6 @@ CTree WideScene()
     return CTree(r);
 }
 
-uint32_t VersionOf(const std::string& file)
-{
-    uint32_t version = 0;
-    std::memcpy(&version, file.data() + 8, sizeof version);
-    return version;
-}
-
 // Under a limit of 48 KB a stream takes 3 KB: R(A(B), M3, C), then M1, then M2.
 TEST_F(SceneFolder, ATreeLargerThanOneStreamIsSavedAsSeveralAndLoadsBackInOrder)
 {
@@ -260,7 +253,9 @@ TEST_F(SceneFolder, ATreeLargerThanOneStreamIsSavedAsSeveralAndLoadsBackInOrder)
     const fs::path path = folder / "wide.scene";
     brell::io::SaveScene(scene, path);
     const std::string file = Read(path);
-    EXPECT_EQ(VersionOf(file), brell::io::kSceneStreamsFormatVersion);
+    uint32_t version = 0;
+    std::memcpy(&version, file.data() + 8, sizeof version);  // after the magic
+    EXPECT_EQ(version, brell::io::kSceneStreamsFormatVersion);
     EXPECT_EQ(brell::io::MeasureSceneStreams(scene.Root(), "wide").streams, 3u);
     CTree loaded(brell::io::LoadScene(path));
     EXPECT_EQ(StreamOf(loaded.Root()), StreamOf(scene.Root()));

@@ -192,7 +192,6 @@ TEST(ScanFormats, RefuseFilesCutShort)
     const Case cases[] = {
         {asciiPly, ReadPly, false},
         {WritePly(mesh, "m.ply", PlyEncoding::binaryLittleEndian), ReadPly, true},
-        {WritePly(mesh, "m.ply", PlyEncoding::binaryBigEndian), ReadPly, true},
         {offFile, ReadOff, false},
         {objFile, ReadObj, false},
         {xyzFile, ReadXyz, false},
@@ -225,7 +224,6 @@ TEST(ScanFormats, AreChosenByTheFileName)
     EXPECT_THROW(FormatOfFileName("scan.stl"), FileError);
     EXPECT_THROW(FormatOfFileName("scan.d/ply"), FileError);
     EXPECT_THROW(ReadScanFile(folder + "missing.xyz"), FileError);
-    EXPECT_THROW(WriteScanFile(mesh, folder + "no-such-folder/a.ply"), FileError);
 }
 
 // Each format round-trips what it holds, PLY everything in each encoding.
@@ -293,7 +291,6 @@ TEST(PlyFiles, ReadAWindowAtATimeAsFromMemory)
     badLongHeader.replace(badLongHeader.find("float x"), 5, "float128");
     const std::string cases[] = {
         binary,
-        WritePly(strip, "strip.ply", PlyEncoding::binaryBigEndian),
         WritePly(strip, "strip.ply", PlyEncoding::ascii),
         longHeader,
         badLongHeader,

@@ -2,9 +2,9 @@
 #include <brelldata/io/ScanScene.h>
 #include <brelldata/scan/LineNodes.h>
 #include <brelldata/scan/ModelNodes.h>
-#include <brelldata/scan/ObjectNodes.h>
 
 #include "io/GeometryMatchers.h"
+#include "support/ScratchFolder.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -13,7 +13,6 @@
 #include <string>
 #include <tuple>
 #include <utility>
-#include <vector>
 
 namespace {
 
@@ -21,6 +20,7 @@ using namespace brell::io;
 using brell::test::ExpectSameGeometry;
 using brell::test::FirstDifference;
 using brell::test::TexturedMesh;
+using ScanScenes = brell::test::ScratchFolder;
 
 // The scene's one model or mesh: the element's only child.
 CModelNode* ModelOf(CBaseNode* root)
@@ -32,9 +32,9 @@ CModelNode* ModelOf(CBaseNode* root)
     return static_cast<CModelNode*>(model);
 }
 
-TEST(ScanScenes, FilesBecomeElementsOfMeshesOrModelsThatExportJoinedAndStreamWhatIsValid)
+TEST_F(ScanScenes, FilesBecomeElementsOfMeshesOrModelsThatExportBackAndStreamWhatIsValid)
 {
-    const std::string path = testing::TempDir() + "textured.ply";
+    const std::string path = Path("textured.ply");
     WriteScanFile(TexturedMesh(), path);
     CTree scene(ImportScan(path));
     EXPECT_EQ(scene.Root()->RefCount(), 1);  // the tree's reference only
@@ -50,7 +50,6 @@ TEST(ScanScenes, FilesBecomeElementsOfMeshesOrModelsThatExportJoinedAndStreamWha
     const auto* colors = static_cast<const RGBA*>(mesh->QueryAttributeStruct("colors", &size));
     ASSERT_NE(colors, nullptr);
     EXPECT_EQ(colors[3].r, 9);
-    std::remove(path.c_str());
 
     // A point list becomes a model and exports back element for element.
     ScanGeometry points = TexturedMesh();
@@ -61,32 +60,11 @@ TEST(ScanScenes, FilesBecomeElementsOfMeshesOrModelsThatExportJoinedAndStreamWha
     CModelNode* model = ModelOf(cloud.Root());
     EXPECT_FALSE(model->IsKindOf("CMeshNode"));
     EXPECT_EQ(model->QueryAttributeStruct("colors", nullptr), nullptr);
-    const std::string exported = testing::TempDir() + "points.xyz";
-    ExportScan(cloud.Root(), exported);
-    ExpectSameGeometry(ReadScanFile(exported), points);
-    std::remove(exported.c_str());
-
-    // Export joins every model and mesh, moving the face indices.
-    const ScanGeometry textured = TexturedMesh();
-    CTree joinedScene(SceneOfGeometry(textured, "a"));
-    CBaseNode* single = CModelNode::Create();
-    static_cast<CModelNode*>(single)->AppendVertex(1);
-    *static_cast<CModelNode*>(single)->GetVertex(0) = {7, 8, 9};
-    joinedScene.Root()->InsertChild(0, single);
-    CBaseNode* second = SceneOfGeometry(textured, "b");
-    joinedScene.Root()->AppendChild(second);
-
-    const ScanGeometry joined = GeometryOfScene(joinedScene.Root(), "joined");
-    ASSERT_EQ(joined.positions.size(), 11u);
-    EXPECT_EQ(joined.positions[0].z, 9.0);
-    ASSERT_EQ(joined.faces.size(), 4u);
-    EXPECT_EQ(std::tuple(joined.faces[0].items[0], joined.faces[2].items[2]), std::tuple(1, 8));
-    ASSERT_EQ(joined.normals.size(), 11u);
-    EXPECT_EQ(joined.normals[0].z, 0.0f);  // the single point has no normal of its own
-    EXPECT_EQ(std::tuple(joined.colors[0].g, joined.texCoords.size()), std::tuple(255, 4u));
+    ExportScan(cloud.Root(), Path("points.xyz"));
+    ExpectSameGeometry(ReadScanFile(Path("points.xyz")), points);
 
     // Bad polygons and attributes of the wrong size are refused.
-    CTree streamed(SceneOfGeometry(textured, "m"));
+    CTree streamed(SceneOfGeometry(TexturedMesh(), "m"));
 
     auto* node = static_cast<CMeshNode*>(ModelOf(streamed.Root()));
     node->polygons->rows[1].items[2] = 5;
@@ -103,7 +81,7 @@ TEST(ScanScenes, FilesBecomeElementsOfMeshesOrModelsThatExportJoinedAndStreamWha
 
 // Face colours travel as the mesh's "faceColors", lines as a linear line node beside it;
 // a line point found among the vertices is that vertex, any other one a vertex of its own.
-TEST(ScanScenes, KeepFaceColoursAsAnAttributeAndLinesAsALineNode)
+TEST_F(ScanScenes, KeepFaceColoursAsAnAttributeAndLinesAsALineNode)
 {
     ScanGeometry geometry = TexturedMesh();
     geometry.faceColors = {{1, 2, 3, 255}, {4, 5, 6, 7}};
@@ -128,7 +106,7 @@ TEST(ScanScenes, KeepFaceColoursAsAnAttributeAndLinesAsALineNode)
     EXPECT_EQ(std::tuple(moved.positions[5].y, moved.lineVertices[4], moved.normals[5].z), std::tuple(8, 5, 0.0f));
 }
 
-TEST(ScanScenes, MadeFromAGeometryGivenUpTakeItsRowsWithoutACopy)
+TEST_F(ScanScenes, MadeFromAGeometryGivenUpTakeItsRowsWithoutACopy)
 {
     ScanGeometry geometry = TexturedMesh();
     const ScanGeometry expected = geometry;
@@ -140,9 +118,9 @@ TEST(ScanScenes, MadeFromAGeometryGivenUpTakeItsRowsWithoutACopy)
     ExpectSameGeometry(GeometryOfScene(scene.Root(), "m"), expected);
 }
 
-// Enough points, with normals, colours and triangles, for files and stores
-// many buffers and pages long; every coordinate a double that no float holds.
-ScanGeometry LargeMesh(bool faces)
+// Enough points, with normals and colours, for files and stores many buffers
+// and pages long; every coordinate a double that no float holds.
+ScanGeometry LargeCloud()
 {
     constexpr int kPoints = 200000;
     ScanGeometry g;
@@ -150,7 +128,6 @@ ScanGeometry LargeMesh(bool faces)
         g.positions.push_back({i * 0.1, (i % 977) / 3.0, -i / 7.0});
         g.normals.push_back({0, static_cast<float>(i % 2), 1});
         g.colors.push_back({static_cast<uint8_t>(i), static_cast<uint8_t>(i >> 8), 7, static_cast<uint8_t>(i % 3 + 253)});
-        if (faces && i >= 2) g.faces.push_back({{i - 2, i - 1, i, 0}, 3});
     }
     return g;
 }
@@ -158,15 +135,6 @@ ScanGeometry LargeMesh(bool faces)
 using EncodingCase = std::pair<const char*, PlyEncoding>;
 
 class PlyEncodings : public testing::TestWithParam<EncodingCase> {};
-
-TEST_P(PlyEncodings, CarryAFileManyBuffersLongWhole)
-{
-    const ScanGeometry mesh = LargeMesh(true);
-    const std::string path = testing::TempDir() + "large-" + GetParam().first + ".ply";
-    WriteScanFile(mesh, path, GetParam().second);
-    ExpectSameGeometry(ReadScanFile(path), mesh);
-    std::remove(path.c_str());
-}
 
 // Export writes a scene's models and meshes straight from their stores, as
 // GeometryOfScene joins them: a part without normals, colours or face colours
@@ -196,17 +164,16 @@ INSTANTIATE_TEST_SUITE_P(Each, PlyEncodings,
 
 // A scan's positions reach its model's store whole, whether read straight
 // into it (PLY) or moved there from the reader's array (the text formats).
-TEST(ScanScenes, ImportedFromAnyFormatHoldEveryPosition)
+TEST_F(ScanScenes, ImportedFromAnyFormatHoldEveryPosition)
 {
-    const ScanGeometry cloud = LargeMesh(false);
+    const ScanGeometry cloud = LargeCloud();
     for (const char* name : {"large.ply", "large.xyz"}) {
-        const std::string path = testing::TempDir() + name;
+        const std::string path = Path(name);
         WriteScanFile(cloud, path);
         brell::ReleaseKeptBulk();  // no freed store may hold these positions already
         CTree scene(ImportScan(path));
         const ScanGeometry imported = GeometryOfScene(scene.Root(), name);
         EXPECT_EQ(FirstDifference(imported.positions, cloud.positions), "") << name;
-        std::remove(path.c_str());
     }
 }
 

@@ -16,11 +16,10 @@ def scan():
     return root, mesh
 
 
-@pytest.mark.parametrize("name", ["s.ply", "s.obj", "s.off"])
-def test_a_scan_exported_from_python_imports_back_the_same(tmp_path, name):
+def test_a_scan_exported_from_python_imports_back_the_same(tmp_path):
     root, mesh = scan()
-    brelldata.export_scan(root, str(tmp_path / name))
-    again = brelldata.import_scan(str(tmp_path / name)).find(kind="CMeshNode")
+    brelldata.export_scan(root, str(tmp_path / "s.ply"))
+    again = brelldata.import_scan(str(tmp_path / "s.ply")).find(kind="CMeshNode")
     assert np.array_equal(again.vertices, mesh.vertices) and np.array_equal(again.polygons, mesh.polygons)
 
 

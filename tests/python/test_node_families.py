@@ -8,25 +8,18 @@ def address(array):
     return array.__array_interface__["data"][0]
 
 
-# class, field, value assigned, shape and dtype of the view; one class for each
-# binding helper that several classes share
+# class, field, value assigned, shape and dtype of the view; one field for each
+# binding helper that several fields share
 STORE_VIEWS = [
     (brelldata.MeshNode, "vertices", np.zeros((4, 3)), (4, 3), np.float64),
     (brelldata.MeshNode, "normals", np.zeros((4, 3)), (4, 3), np.float32),
-    (brelldata.MeshNode, "colors", np.zeros((4, 4)), (4, 4), np.uint8),
     (brelldata.MeshNode, "polygons", np.array([[0, 1, 2], [0, 2, 3]]), (2,), brelldata.POLYGON_DTYPE),
     (brelldata.MeshNode, "tex_coords", np.zeros((2, 3, 2)), (2,), brelldata.TEX_COORD_DTYPE),
-    (brelldata.GeoNormalNode, "normals", np.ones((4, 3)), (4, 3), np.float64),
     (brelldata.GeoVertexNormalNode, "normals", np.ones((4, 3)), (4, 3), np.float32),
     (brelldata.GeoPolygonNode, "indices", np.ones((2, 4)), (2, 4), np.int32),
     (brelldata.GeoWireFrameNode, "indices", np.arange(3), (3,), np.int32),
-    (brelldata.GeoPolygonRefNode, "polygons", np.ones((2, 3)), (2,), brelldata.POLYGON_DTYPE),
-    (brelldata.GeoPolyShadeRefNode, "flat_normals", np.ones((2, 3)), (2, 3), np.float32),
-    (brelldata.GeoPolyShadeRefNode, "smooth_normals", np.ones((4, 3)), (4, 3), np.float32),
     (brelldata.GeoPolyShadeRefNode, "texture_image", np.ones((2, 3, 4)), (2, 3, 4), np.uint8),
-    (brelldata.GeoPolyShadeRefNode, "texture_coords", np.ones((2, 3, 2)), (2,), brelldata.TEX_COORD_DTYPE),
     (brelldata.GeoPoint2DNode, "points", np.ones((3, 2)), (3, 2), np.int32),
-    (brelldata.GeoBezier2DNode, "ctrl_points", np.ones((2, 7)), (2, 7), np.int32),
 ]
 
 

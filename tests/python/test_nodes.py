@@ -122,10 +122,6 @@ def test_deleting_an_attribute_is_refused_while_attribute_views_live():
     assert list(node.attributes) == ["m"]
 
 
-def test_walk_gives_a_node_before_its_children():
-    assert [n.name for n in tree().walk()] == ["R", "A", "A1", "A2", "B"]
-
-
 @pytest.mark.parametrize("criteria, names", [
     ({"name": "A2"}, ["A2"]),
     ({"type_name": "CModelNode"}, ["B"]),

@@ -10,20 +10,6 @@ def model(rows=4):
     return node
 
 
-def test_a_write_into_a_view_changes_the_scene():
-    mesh = model()
-    mesh.vertices[2] = (7, 8, 9)
-    copy = brelldata.from_bytes(mesh.to_bytes())
-    assert copy.vertices[2].tolist() == [7, 8, 9]
-
-
-def test_image_pixels_are_a_height_by_width_by_4_view():
-    image = brelldata.ImageNode()
-    image.pixels = np.full((2, 3, 4), 9, np.uint8)
-    image.pixels[1, 2] = (1, 2, 3, 4)
-    assert image.pixels.shape == (2, 3, 4) and image.pixels[1, 2].tolist() == [1, 2, 3, 4]
-
-
 def test_a_view_outlives_its_node():
     vertices = model().vertices
     vertices += 1

@@ -69,20 +69,15 @@ TEST_F(MixedTree, StreamsOfUnregisteredTypesAreRefusedLeakingNothing)
 
 TEST(NodeStreams, HoldExactBytesAndReadBackIntoTreesWritingThemAgain)
 {
-    std::pair<CTree, Bytes> cases[] = {
-        {CTree(CBaseNode::Create()), Bytes().I32(35).I32(0).Str("CBaseNode").Str("").I32(4).I32(0)},
-        TwoLevelTreeAndStream(),
-    };
-    for (auto& [source, expected] : cases) {
-        std::vector<uint8_t> block(static_cast<size_t>(source.SizeOfByte()), 0xEE), again(block);
-        EXPECT_EQ(source.Write(block.data()), 1);
-        EXPECT_EQ(block, expected.Data());
-        CTree copy;
-        ASSERT_EQ(copy.Read(expected.Mutable()), 1);
-        EXPECT_EQ(copy.Root()->RefCount(), 1);  // read with count 0, then held by the tree
-        EXPECT_EQ(WriteNode(again.data(), copy.Root()), static_cast<int>(again.size()));
-        EXPECT_EQ(again, expected.Data());
-    }
+    auto [source, expected] = TwoLevelTreeAndStream();
+    std::vector<uint8_t> block(static_cast<size_t>(source.SizeOfByte()), 0xEE), again(block);
+    EXPECT_EQ(source.Write(block.data()), 1);
+    EXPECT_EQ(block, expected.Data());
+    CTree copy;
+    ASSERT_EQ(copy.Read(expected.Mutable()), 1);
+    EXPECT_EQ(copy.Root()->RefCount(), 1);  // read with count 0, then held by the tree
+    EXPECT_EQ(WriteNode(again.data(), copy.Root()), static_cast<int>(again.size()));
+    EXPECT_EQ(again, expected.Data());
 }
 
 TEST(BoundedReads, RefuseEveryPrefixWithItsOffset)

@@ -142,19 +142,13 @@ TEST(Stores, TakeTheSpareElementForOutOfRangeAccess)
     auto array = Store<int>({1, 2, 3});
     EXPECT_EQ(&array->Element(3), &array->Element(-1));
     CPolygonDataStore<int> polygons;
-    polygons.rows = {{{7, 8, 9, 0}, 3}};
-    EXPECT_EQ(&polygons.Element(0, 3), &polygons.Element(1, 0)) << "slot 3 is past the row's item count";
+    polygons.rows = {{{7, 8, 9, 0}, 3}, {{1, 2, 3, 4}, 7}};
+    EXPECT_EQ(&polygons.Element(0, 3), &polygons.Element(2, 0)) << "slot 3 is past the row's item count";
+    EXPECT_EQ(&polygons.Element(1, 4), &polygons.Element(2, 0)) << "a count past four is taken as four";
+    EXPECT_EQ(polygons.SizeOfByte(), 4 + 4 + 3 * 4 + 4 + 4 * 4);
     CLineDataStore<int> lines;
     lines.lines = {{1, 2}, {}};
     EXPECT_EQ(&lines.Element(1, 0), &lines.Element(0, 2));
-}
-
-TEST(PolygonStores, TakeARowCountPastFourAsFour)
-{
-    CPolygonDataStore<int> polygons;
-    polygons.rows = {{{1, 2, 3, 4}, 7}};
-    EXPECT_EQ(&polygons.Element(0, 4), &polygons.Element(1, 0));
-    EXPECT_EQ(polygons.SizeOfByte(), 4 + 4 + 4 * 4);
 }
 
 TEST(StoreBlocks, HoldTheCountsThenTheItemsAndReadBack)

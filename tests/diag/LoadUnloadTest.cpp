@@ -47,7 +47,6 @@ void ExpectNodesCanBeMadeByName(void* library)
     void* node = createNode("CRefNode");
     ASSERT_NE(node, nullptr);
     release(node);
-    EXPECT_EQ(createNode("CNoSuchNode"), nullptr);
 }
 
 TEST(WithRecordingOutput, RegistrationsArriveOnChannelZeroAtLevelZeroInTableOrder)
@@ -77,7 +76,6 @@ TEST(WithoutReopenEntryPoint, OutputLibraryIsReleasedAtOnceAndNeverCalled)
     void* library = LoadLibrary();
     ASSERT_NE(library, nullptr);
     EXPECT_EQ(recording.Lines(), (std::vector<std::string>{"load", "unload"}));
-    ExpectNodesCanBeMadeByName(library);
     ASSERT_EQ(dlclose(library), 0);
     EXPECT_EQ(recording.Lines(), (std::vector<std::string>{"load", "unload"}));
 }

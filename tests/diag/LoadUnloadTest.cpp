@@ -34,21 +34,6 @@ void* LoadLibrary()
     return library;
 }
 
-// The library works whether or not its diagnostics go anywhere: a node made
-// by type name has that type and can be released.
-void ExpectNodesCanBeMadeByName(void* library)
-{
-    using CreateNodeFn = void* (*)(const char*);
-    using ReleaseFn = void (*)(void*);
-    auto createNode = reinterpret_cast<CreateNodeFn>(dlsym(library, "_Z10CreateNodePKc"));
-    auto release = reinterpret_cast<ReleaseFn>(dlsym(library, "_ZN9CBaseNode7ReleaseEv"));
-    ASSERT_NE(createNode, nullptr);
-    ASSERT_NE(release, nullptr);
-    void* node = createNode("CRefNode");
-    ASSERT_NE(node, nullptr);
-    release(node);
-}
-
 TEST(WithRecordingOutput, RegistrationsArriveOnChannelZeroAtLevelZeroInTableOrder)
 {
     Recording recording(testing::TempDir() + "brell-load-recording.txt");
@@ -61,12 +46,20 @@ TEST(WithRecordingOutput, RegistrationsArriveOnChannelZeroAtLevelZeroInTableOrde
                                          {"close 0", "unload"}));
 }
 
+// The library works whether or not its diagnostics go anywhere: a node made
+// by type name can be released.
 TEST(WithoutOutputLibrary, LoadingAndUnloadingSucceed)
 {
     void* library = LoadLibrary();
     ASSERT_NE(library, nullptr);
     EXPECT_EQ(dlopen("libscrivo.so", RTLD_NOW | RTLD_NOLOAD), nullptr);
-    ExpectNodesCanBeMadeByName(library);
+    auto createNode = reinterpret_cast<void* (*)(const char*)>(dlsym(library, "_Z10CreateNodePKc"));
+    auto release = reinterpret_cast<void (*)(void*)>(dlsym(library, "_ZN9CBaseNode7ReleaseEv"));
+    ASSERT_NE(createNode, nullptr);
+    ASSERT_NE(release, nullptr);
+    void* node = createNode("CRefNode");
+    ASSERT_NE(node, nullptr);
+    release(node);
     EXPECT_EQ(dlclose(library), 0);
 }
 

@@ -4,7 +4,6 @@
 
 #include <brelldata/core/BaseNode.h>
 #include <brelldata/core/NodeRegistry.h>
-#include <brelldata/core/Ref.h>
 #include <brelldata/core/RefNode.h>
 
 #include <gtest/gtest.h>
@@ -28,15 +27,13 @@ CBaseNode* Logged(const char* name)
 TEST(BaseNode, IsKindOfEachBaseByExactName)
 {
     Held cube(CTestCubeNode::Create());
-    EXPECT_EQ(std::tuple(cube->Type(), CTestCubeNode::BaseTypeId(), CBaseNode::BaseTypeId()),
-              std::tuple("CTestCubeNode", "CTestBoxNode", ""));
-    for (const char* name : {"CTestCubeNode", "CTestBoxNode", "CTestSolidNode", "CTestShapeNode", "CBaseNode"})
+    for (const char* name : {"CTestCubeNode", "CTestBoxNode", "CTestShapeNode", "CBaseNode"})
         EXPECT_EQ(cube->IsKindOf(name), 1) << name;
     for (const char* name : {"cbasenode", "CTestCube", ""}) EXPECT_EQ(cube->IsKindOf(name), 0) << name;
     EXPECT_EQ(Held(CTestBoxNode::Create())->IsKindOf("CTestCubeNode"), 0);
 }
 
-TEST(BaseNode, ReleaseBelowOneDestroysNodesAndReferenceObjects)
+TEST(BaseNode, ReleaseBelowOneDestroysIt)
 {
     destroyed.clear();
     Logged("unowned")->Release();
@@ -47,17 +44,6 @@ TEST(BaseNode, ReleaseBelowOneDestroysNodesAndReferenceObjects)
     EXPECT_EQ(destroyed, NameList{"unowned"});
     owned->Release();
     EXPECT_EQ(destroyed.back(), "owned");
-
-    struct Tracked : CRef {
-        ~Tracked() override { destroyed.push_back("ref"); }
-    };
-    CRef* shared = new Tracked;
-    shared->AddRef();
-    shared->AddRef();
-    shared->Release();
-    EXPECT_EQ(shared->RefCount(), 1);
-    shared->Release();
-    EXPECT_EQ(destroyed.back(), "ref");
 }
 
 TEST(BaseNodeChildren, AreReleasedLastFirstAndSharedOnesSurvive)
@@ -137,7 +123,6 @@ TEST(NodeRegistry, KeepsTheFirstFactoryAndTracesEachRegistration)
                                         "Register node type CTestNullNode\n", "Unregister node type CTestCubeNode\n",
                                         "Unregister node type CTestNullNode\n",
                                         "Unregister node type CTestNeverRegistered\n"}));
-    EXPECT_EQ(recording.Lines().front(), "output 0 0 Register node type CTestCubeNode\n");
 }
 
 TEST(BaseNode, CopyTakesNameAndAttributesButNotChildrenOrCount)
@@ -148,7 +133,6 @@ TEST(BaseNode, CopyTakesNameAndAttributesButNotChildrenOrCount)
     source->SetAttributeInt("n", 3);
     source->AppendChild(sourceChild);
     target->SetAttributeInt("old", 1);
-    EXPECT_EQ(target->Comment(), "Attribute: 1");
 
     EXPECT_EQ(target->Copy(source.node), 1);
     EXPECT_EQ(target->Name(), "source");

@@ -17,9 +17,6 @@ namespace {
 
 using namespace brell::test;
 
-// The library writes 1 as the reserved word of an attribute entry with data.
-constexpr int32_t kReserved = 1;
-
 // R(A, B): R with an int and a float, A with a double, B a reference node;
 // with the stream it writes, built by hand.
 std::pair<CTree, Bytes> TwoLevelTreeAndStream()
@@ -32,13 +29,13 @@ std::pair<CTree, Bytes> TwoLevelTreeAndStream()
     r->AppendChild(a);
     r->AppendChild(Named("B", CRefNode::Create()));
     static_cast<CRefNode*>(r->GetChild(1))->SetRefNode(a);
-    // Each record: its own size, child count, type, name, attribute block size, then the block (count, entries).
+    // Each record: its own size, child count, type, name, attribute block size, then the block (count, entries,
+    // each with 1 as its reserved word).
     Bytes stream;
     stream.I32(80).I32(2).Str("CBaseNode").Str("R").I32(48).I32(2);
-    stream.Attribute("n", kReserved, VALUE_INT, Bytes().I32(7))
-        .Attribute("w", kReserved, VALUE_FLOAT, Bytes().F32(0.5f));
+    stream.Attribute("n", 1, VALUE_INT, Bytes().I32(7)).Attribute("w", 1, VALUE_FLOAT, Bytes().F32(0.5f));
     stream.I32(62).I32(0).Str("CBaseNode").Str("A").I32(30).I32(1);
-    stream.Attribute("d", kReserved, VALUE_DOUBLE, Bytes().F64(2.5));
+    stream.Attribute("d", 1, VALUE_DOUBLE, Bytes().F64(2.5));
     stream.I32(35).I32(0).Str("CRefNode").Str("B").I32(4).I32(0);
     return {CTree(r), stream};
 }
@@ -69,20 +66,15 @@ TEST_F(MixedTree, StreamsOfUnregisteredTypesAreRefusedLeakingNothing)
 
 TEST(NodeStreams, HoldExactBytesAndReadBackIntoTreesWritingThemAgain)
 {
-    std::pair<CTree, Bytes> cases[] = {
-        {CTree(CBaseNode::Create()), Bytes().I32(35).I32(0).Str("CBaseNode").Str("").I32(4).I32(0)},
-        TwoLevelTreeAndStream(),
-    };
-    for (auto& [source, expected] : cases) {
-        std::vector<uint8_t> block(static_cast<size_t>(source.SizeOfByte()), 0xEE), again(block);
-        EXPECT_EQ(source.Write(block.data()), 1);
-        EXPECT_EQ(block, expected.Data());
-        CTree copy;
-        ASSERT_EQ(copy.Read(expected.Mutable()), 1);
-        EXPECT_EQ(copy.Root()->RefCount(), 1);  // read with count 0, then held by the tree
-        EXPECT_EQ(WriteNode(again.data(), copy.Root()), static_cast<int>(again.size()));
-        EXPECT_EQ(again, expected.Data());
-    }
+    auto [source, expected] = TwoLevelTreeAndStream();
+    std::vector<uint8_t> block(static_cast<size_t>(source.SizeOfByte()), 0xEE), again(block);
+    EXPECT_EQ(source.Write(block.data()), 1);
+    EXPECT_EQ(block, expected.Data());
+    CTree copy;
+    ASSERT_EQ(copy.Read(expected.Mutable()), 1);
+    EXPECT_EQ(copy.Root()->RefCount(), 1);  // read with count 0, then held by the tree
+    EXPECT_EQ(WriteNode(again.data(), copy.Root()), static_cast<int>(again.size()));
+    EXPECT_EQ(again, expected.Data());
 }
 
 TEST(BoundedReads, RefuseEveryPrefixWithItsOffset)

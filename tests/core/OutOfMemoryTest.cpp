@@ -122,14 +122,6 @@ TEST(OutOfMemory, StoreAndImageOperationsFailWithoutThrowingOrLeaking)
     CRefData<CPolygonDataStore<int>> polygons;
     polygons->rows.resize(3);
     const std::pair<const char*, std::function<void()>> operations[] = {
-        {"AppendImage",
-         [&] {
-             CBaseNode* mesh = CMeshNode::Create();
-             if (mesh == nullptr) return;
-             static_cast<CMeshNode*>(mesh)->AppendImage(image);
-             static_cast<CMeshNode*>(mesh)->InsertImage(0, image);
-             mesh->Release();
-         }},
         {"Unshare and Assign",
          [&] {
              CRefData<CLineDataStore<VERTEX>> lineCopy = lines;
@@ -137,12 +129,13 @@ TEST(OutOfMemory, StoreAndImageOperationsFailWithoutThrowingOrLeaking)
              CRefData<CPolygonDataStore<int>> polygonCopy = polygons;
              polygonCopy.Unshare();
          }},
-        {"CopyTree",
+        {"AppendImage, InsertImage and CopyTree",
          [&] {
              CBaseNode* mesh = CMeshNode::Create();
              if (mesh == nullptr) return;
              mesh->AddRef();
              static_cast<CMeshNode*>(mesh)->AppendImage(image);
+             static_cast<CMeshNode*>(mesh)->InsertImage(0, image);
              if (CBaseNode* copy = CopyTree(mesh)) copy->Release();
              mesh->Release();
          }},

@@ -3,8 +3,7 @@
 namespace brell::test {
 
 BRELL_NODE_TYPE_DEFINE(CTestShapeNode, CBaseNode)
-BRELL_NODE_TYPE_DEFINE(CTestSolidNode, CTestShapeNode)
-BRELL_NODE_TYPE_DEFINE(CTestBoxNode, CTestSolidNode)
+BRELL_NODE_TYPE_DEFINE(CTestBoxNode, CTestShapeNode)
 BRELL_NODE_TYPE_DEFINE(CTestCubeNode, CTestBoxNode)
 BRELL_NODE_TYPE_DEFINE(CTestCountedNode, CBaseNode)
 BRELL_NODE_TYPE_DEFINE(CTestUnregisteredNode, CBaseNode)

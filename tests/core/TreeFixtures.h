@@ -51,15 +51,12 @@ struct StandardTree {
     CTree tree;
 };
 
-// A five-class chain under CBaseNode.
+// A four-class chain under CBaseNode.
 class CTestShapeNode : public CBaseNode {
     BRELL_NODE_TYPE(CTestShapeNode, CBaseNode)
 };
-class CTestSolidNode : public CTestShapeNode {
-    BRELL_NODE_TYPE(CTestSolidNode, CTestShapeNode)
-};
-class CTestBoxNode : public CTestSolidNode {
-    BRELL_NODE_TYPE(CTestBoxNode, CTestSolidNode)
+class CTestBoxNode : public CTestShapeNode {
+    BRELL_NODE_TYPE(CTestBoxNode, CTestShapeNode)
 };
 class CTestCubeNode : public CTestBoxNode {
     BRELL_NODE_TYPE(CTestCubeNode, CTestBoxNode)

@@ -45,7 +45,6 @@ TEST(Walks, StopWhereTheCallbackSays)
         {"A", 0, {"R", "A"}, 0},                  // A's subtree and later sibling B skipped
         {"A", 1, {"R", "A"}, 1},
         {"A1", 0, {"R", "A", "A1", "B"}, 0},  // only A1's later sibling skipped
-        {"A1", 1, {"R", "A", "A1"}, 1},
         {"R", 0, {"R"}, 1},
     };
     StandardTree walked;

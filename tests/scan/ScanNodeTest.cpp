@@ -92,6 +92,7 @@ std::vector<uint8_t> BlockOf(CBaseNode* node)
     return block;
 }
 
+// Null blocks are neither read nor written.
 TEST(ScanNodeClasses, AreCreatedByNameWithTheirEmptyCommentsAndBlockSizes)
 {
     for (const ScanClass& c : ScanClasses()) {
@@ -100,6 +101,7 @@ TEST(ScanNodeClasses, AreCreatedByNameWithTheirEmptyCommentsAndBlockSizes)
         ASSERT_NE(made.Root(), nullptr);
         EXPECT_EQ(std::tuple(made.Root()->Type(), made.Root()->Comment(), made.Root()->SizeOfByte()),
                   std::tuple(c.type, c.newComment, c.newSize));
+        EXPECT_EQ(made.Root()->Write(nullptr) + made.Root()->Read(nullptr), 0);
     }
 }
 
@@ -158,27 +160,12 @@ TEST(ScanNodeBlocks, PlannedFromCountsMeasureAsTheNodesMade)
     EXPECT_EQ(planned, brell::DataBlockBytes(mesh.Root()));
 }
 
-TEST(ScanNodeBlocks, NullBlocksAreNeitherReadNorWritten)
-{
-    for (const ScanClass& c : ScanClasses()) {
-        SCOPED_TRACE(c.type);
-        CTree made(CreateNode(c.type));
-        EXPECT_EQ(made.Root()->Write(nullptr), 0);
-        EXPECT_EQ(made.Root()->Read(nullptr), 0);
-    }
-}
-
-TEST(ScanScenes, WrittenReadAndWrittenAgainGiveTheSameBytes)
+TEST(ScanScenes, ReadBackWithEveryNodeInPlace)
 {
     Scene scene;
-    const int size = scene.tree.SizeOfByte();
-    std::vector<uint8_t> first(static_cast<size_t>(size)), second(static_cast<size_t>(size));
-    ASSERT_EQ(WriteNode(first.data(), scene.tree.Root()), size);
-    CTree read(ReadNode(first.data()));
-    ASSERT_NE(read.Root(), nullptr);
-    EXPECT_EQ(WriteNode(second.data(), read.Root()), size);
-    EXPECT_EQ(first, second);
-
+    std::vector<uint8_t> stream(static_cast<size_t>(scene.tree.SizeOfByte()));
+    ASSERT_EQ(WriteNode(stream.data(), scene.tree.Root()), static_cast<int>(stream.size()));
+    CTree read(ReadNode(stream.data()));
     CElementNode* element = GetElement(0, &read);
     ASSERT_NE(element, nullptr);
     EXPECT_EQ(element->GetChildNum(), 7u) << "the siblings after the character line node are found";
@@ -188,33 +175,22 @@ TEST(ScanScenes, WrittenReadAndWrittenAgainGiveTheSameBytes)
 }
 
 // Nothing read is kept.
-TEST(CheckedLoads, RefuseDataBlocksWhoseCountsRunPastTheirEnd)
+TEST(CheckedLoads, RefuseStoreCountsThatRunPastTheirBlock)
 {
     CTree meshTree(MakeMesh());
     const int modelPart = static_cast<CMeshNode*>(meshTree.Root())->CModelNode::SizeOfByte();
     std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(meshTree.Root())));
     WriteNode(stream.data(), meshTree.Root());
-    const size_t data = stream.size() - static_cast<size_t>(meshTree.Root()->SizeOfByte());
-    const size_t vertexCount = stream.size() - static_cast<size_t>(modelPart) + 4;
-    for (size_t field : {data, vertexCount}) {
-        SCOPED_TRACE(field);
-        std::vector<uint8_t> bad = stream;
-        bad[field + 3] = 0x70;
-        brell::BlockBounds bounds;
-        bounds.begin = bad.data();
-        bounds.end = bounds.begin + bad.size();
-        brell::ActiveBlockBounds() = &bounds;
-        CTree read(ReadNode(bad.data()));
-        brell::ActiveBlockBounds() = nullptr;
-        EXPECT_EQ(read.Root(), nullptr);
-        EXPECT_TRUE(bounds.Failed());
-    }
+    stream[stream.size() - static_cast<size_t>(modelPart) + 4 + 3] = 0x70;  // the vertex count's high byte
+    brell::BlockBounds bounds;
+    bounds.begin = stream.data();
+    bounds.end = bounds.begin + stream.size();
+    brell::ActiveBlockBounds() = &bounds;
+    CTree read(ReadNode(stream.data()));
+    brell::ActiveBlockBounds() = nullptr;
+    EXPECT_EQ(read.Root(), nullptr);
+    EXPECT_TRUE(bounds.Failed());
 }
-
-// Exposes the protected image index.
-struct ProbeMesh : CMeshNode {
-    using CMeshNode::ImageIndex;
-};
 
 // Private: the store is the copy's alone and equal to the source's. Shared: one store, two holders.
 template <class Store>
@@ -261,27 +237,24 @@ TEST(ObjectNodes, CopiedTreesShareOnlyImagesAndCharacterLines)
 
 TEST(MeshImages, AreTheImageChildrenCountedInChildOrder)
 {
-    CTree probeTree(new ProbeMesh);
-    auto* probe = static_cast<ProbeMesh*>(probeTree.Root());
-    EXPECT_EQ(probe->ImageIndex(0), -1);
-    CRefData<CMatrixDataStore<RGBA>> none = probe->Image(0);
+    CTree meshTree(CMeshNode::Create());
+    auto* mesh = static_cast<CMeshNode*>(meshTree.Root());
+    CRefData<CMatrixDataStore<RGBA>> none = mesh->Image(0);
     EXPECT_EQ(none->width * 10 + none->height, 10) << "a new 1 x 0 matrix";
 
     CRefData<CMatrixDataStore<RGBA>> first, second, third;
-    EXPECT_EQ(probe->AppendImage(first), 0);
-    probe->AppendChild(CModelNode::Create());
-    EXPECT_EQ(probe->AppendImage(second), 1);
-    EXPECT_EQ(std::tuple(probe->ImageNumber(), probe->ImageIndex(1), probe->ImageIndex(2), probe->ImageIndex(-1)),
-              std::tuple(2, 2, -1, -1));
-    EXPECT_EQ(std::tuple(&*probe->Image(1), second->RefCount()), std::tuple(&*second, 2));
+    EXPECT_EQ(mesh->AppendImage(first), 0);
+    mesh->AppendChild(CModelNode::Create());
+    EXPECT_EQ(mesh->AppendImage(second), 1);
+    EXPECT_EQ(std::tuple(mesh->ImageNumber(), &*mesh->Image(1), second->RefCount()), std::tuple(2, &*second, 2));
 
-    EXPECT_EQ(probe->InsertImage(1, third), 1);
-    EXPECT_EQ(std::tuple(probe->ImageIndex(1), &*probe->Image(1)), std::tuple(2, &*third));
-    EXPECT_EQ(probe->InsertImage(7, first), 3) << "no image 7: appended";
-    EXPECT_EQ(probe->DeleteImage(5), 0);
-    EXPECT_EQ(probe->DeleteImage(2), 1);
+    EXPECT_EQ(mesh->InsertImage(1, third), 1);
+    EXPECT_EQ(&*static_cast<CImageNode*>(mesh->GetChild(2))->image, &*third) << "before image 1, after the model";
+    EXPECT_EQ(mesh->InsertImage(7, first), 3) << "no image 7: appended";
+    EXPECT_EQ(mesh->DeleteImage(5) + mesh->DeleteImage(-1), 0);
+    EXPECT_EQ(mesh->DeleteImage(2), 1);
     EXPECT_EQ(second->RefCount(), 1) << "the image node was released";
-    EXPECT_EQ(probe->GetChildNum(), 4u);
+    EXPECT_EQ(mesh->GetChildNum(), 4u);
 }
 
 TEST(Elements, CountAndFindTheirChildrenByKind)

@@ -1,4 +1,5 @@
 #include "core/TreeFixtures.h"
+#include "support/BoundsInForce.h"
 #include "support/Bytes.h"
 
 #include <brelldata/core/Block.h>
@@ -44,12 +45,9 @@ std::pair<CTree, Bytes> TwoLevelTreeAndStream()
 // the read succeeded.
 std::string BoundedRead(Bytes& stream, size_t size, CTree& into)
 {
-    brell::BlockBounds bounds;
-    bounds.begin = stream.Mutable();
-    bounds.end = bounds.begin + size;
-    brell::ActiveBlockBounds() = &bounds;
+    BoundsInForce inForce(stream.Mutable(), size);
+    const brell::BlockBounds& bounds = inForce.bounds;
     into.SetRoot(ReadNode(stream.Mutable()));
-    brell::ActiveBlockBounds() = nullptr;
     EXPECT_EQ(into.Root() == nullptr, bounds.Failed());
     return bounds.Failed() ? "byte " + std::to_string(bounds.failureOffset) + ": " + bounds.failure : "";
 }
@@ -114,17 +112,14 @@ TEST(BoundedReads, TellTheirReportHowFarTheyReadAStepAtATime)
     for (int i = 0; i < 200; ++i) source.Root()->AppendChild(Named("child"));
     std::vector<uint8_t> stream(static_cast<size_t>(source.SizeOfByte()));
     ASSERT_EQ(source.Write(stream.data()), 1);
-    brell::BlockBounds bounds;
-    bounds.begin = stream.data();
-    bounds.end = bounds.begin + stream.size();
+    BoundsInForce inForce(stream.data(), stream.size());
+    brell::BlockBounds& bounds = inForce.bounds;
     bounds.reportStep = 1000;
     std::vector<const unsigned char*> told;
     bounds.ReportReads([](void* list, const unsigned char* reached) {
         static_cast<std::vector<const unsigned char*>*>(list)->push_back(reached);
     }, &told, bounds.begin);
-    brell::ActiveBlockBounds() = &bounds;
     CTree read(ReadNode(stream.data()));
-    brell::ActiveBlockBounds() = nullptr;
     ASSERT_EQ(read.Root()->GetChildNum(), 200u);
     ASSERT_EQ(told.size(), stream.size() / 1000);
     for (size_t i = 0; i < told.size(); ++i) {

@@ -3,6 +3,7 @@
 #include <brelldata/data/Normal.h>
 #include <brelldata/data/PolygonDataStore.h>
 
+#include "support/BoundsInForce.h"
 #include "support/Bytes.h"
 
 #include <gtest/gtest.h>
@@ -179,13 +180,9 @@ TEST(StoreBlocks, HoldTheCountsThenTheItemsAndReadBack)
 // tells whether the bounds refused a field.
 int ReadUnderBounds(const std::vector<uint8_t>& bytes, size_t size, CPolygonDataStore<int>& polygons, bool& refused)
 {
-    brell::BlockBounds bounds;
-    bounds.begin = bytes.data();
-    bounds.end = bounds.begin + size;
-    brell::ActiveBlockBounds() = &bounds;
+    brell::test::BoundsInForce inForce(bytes.data(), size);
     const int read = polygons.Read(bytes.data());
-    brell::ActiveBlockBounds() = nullptr;
-    refused = bounds.Failed();
+    refused = inForce.bounds.Failed();
     return read;
 }
 

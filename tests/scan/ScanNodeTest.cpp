@@ -1,8 +1,8 @@
 #include "scan/ScanFixtures.h"
+#include "support/BoundsInForce.h"
 #include "support/Bytes.h"
 
 #include <brelldata/core/Attribute.h>
-#include <brelldata/core/Block.h>
 #include <brelldata/core/NodeRegistry.h>
 #include <brelldata/core/NodeStream.h>
 #include <brelldata/core/Walk.h>
@@ -182,14 +182,10 @@ TEST(CheckedLoads, RefuseStoreCountsThatRunPastTheirBlock)
     std::vector<uint8_t> stream(static_cast<size_t>(SizeOfByte(meshTree.Root())));
     WriteNode(stream.data(), meshTree.Root());
     stream[stream.size() - static_cast<size_t>(modelPart) + 4 + 3] = 0x70;  // the vertex count's high byte
-    brell::BlockBounds bounds;
-    bounds.begin = stream.data();
-    bounds.end = bounds.begin + stream.size();
-    brell::ActiveBlockBounds() = &bounds;
+    BoundsInForce inForce(stream.data(), stream.size());
     CTree read(ReadNode(stream.data()));
-    brell::ActiveBlockBounds() = nullptr;
     EXPECT_EQ(read.Root(), nullptr);
-    EXPECT_TRUE(bounds.Failed());
+    EXPECT_TRUE(inForce.bounds.Failed());
 }
 
 // Private: the store is the copy's alone and equal to the source's. Shared: one store, two holders.
